@@ -1,0 +1,37 @@
+# Compiler settings shared by every target of the project.
+add_library(tessaron_options INTERFACE)
+target_compile_options(tessaron_options INTERFACE -Wall -Wextra -Wpedantic -Wshadow)
+if(TESSARON_WERROR)
+  target_compile_options(tessaron_options INTERFACE -Werror)
+endif()
+if(TESSARON_SANITIZE)
+  target_compile_options(tessaron_options INTERFACE
+    -fsanitize=address,undefined -fno-sanitize-recover=undefined -fno-omit-frame-pointer)
+  target_link_options(tessaron_options INTERFACE -fsanitize=address,undefined)
+endif()
+
+# tessaron_layer(NAME DIRS dir... [DEPS lib...]): a static library of every .cpp in the
+# folders src/core/DIR plus their platform subfolder for this system (posix/ or win32/).
+function(tessaron_layer name)
+  cmake_parse_arguments(L "" "" "DIRS;DEPS" ${ARGN})
+  set(_plat posix)
+  if(WIN32)
+    set(_plat win32)
+  endif()
+  set(_src)
+  foreach(dir IN LISTS L_DIRS)
+    file(GLOB _found CONFIGURE_DEPENDS
+      ${CMAKE_CURRENT_SOURCE_DIR}/${dir}/*.cpp
+      ${CMAKE_CURRENT_SOURCE_DIR}/${dir}/${_plat}/*.cpp)
+    list(APPEND _src ${_found})
+  endforeach()
+  if(_src)
+    add_library(${name} STATIC ${_src})
+    target_include_directories(${name} PUBLIC ${CMAKE_SOURCE_DIR}/src/core)
+    target_link_libraries(${name} PUBLIC tessaron_options ${L_DEPS})
+  else()
+    add_library(${name} INTERFACE)
+    target_include_directories(${name} INTERFACE ${CMAKE_SOURCE_DIR}/src/core)
+    target_link_libraries(${name} INTERFACE tessaron_options ${L_DEPS})
+  endif()
+endfunction()

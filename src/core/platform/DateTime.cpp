@@ -1,0 +1,83 @@
+#include "platform/DateTime.h"
+
+#include <clocale>
+#include <cstdio>
+#include <cstring>
+
+namespace tessaron {
+
+namespace {
+
+std::tm ToTm(const DateTime& d) {
+    std::tm tm{};
+    tm.tm_year = d.Year - 1900;
+    tm.tm_mon = d.Month - 1;
+    tm.tm_mday = d.Day;
+    tm.tm_hour = d.Hour;
+    tm.tm_min = d.Minute;
+    tm.tm_sec = d.Second;
+    tm.tm_isdst = -1;
+    return tm;
+}
+
+bool CLocaleTime() {
+    const char* name = std::setlocale(LC_TIME, nullptr);
+    return name == nullptr || std::strcmp(name, "C") == 0 || std::strcmp(name, "POSIX") == 0;
+}
+
+} // namespace
+
+DateTime DateTime::Now() {
+    return FromTimeT(std::time(nullptr));
+}
+
+DateTime DateTime::FromTimeT(std::time_t t) {
+    if (t == 0) {
+        return {};
+    }
+    std::tm tm{};
+    if (localtime_r(&t, &tm) == nullptr) {
+        return {};
+    }
+    return {tm.tm_year + 1900, tm.tm_mon + 1, tm.tm_mday, tm.tm_hour, tm.tm_min, tm.tm_sec};
+}
+
+std::time_t DateTime::ToTimeT() const {
+    if (IsEmpty()) {
+        return 0;
+    }
+    std::tm tm = ToTm(*this);
+    return std::mktime(&tm);
+}
+
+long long DateTime::SecondsUntil(const DateTime& other) const {
+    return static_cast<long long>(other.ToTimeT()) - static_cast<long long>(ToTimeT());
+}
+
+std::string DateTime::FormatIso() const {
+    char buf[64];
+    std::snprintf(buf, sizeof buf, "%04d-%02d-%02d %02d:%02d:%02d", Year, Month, Day, Hour, Minute,
+                  Second);
+    return buf;
+}
+
+std::string DateTime::FormatDate() const {
+    char buf[32];
+    std::snprintf(buf, sizeof buf, "%04d-%02d-%02d", Year, Month, Day);
+    return buf;
+}
+
+std::string DateTime::Format() const {
+    if (IsEmpty()) {
+        return {};
+    }
+    if (CLocaleTime()) {
+        return FormatIso();
+    }
+    std::tm tm = ToTm(*this);
+    char buf[128];
+    size_t n = std::strftime(buf, sizeof buf, "%x %X", &tm);
+    return n == 0 ? FormatIso() : std::string(buf, n);
+}
+
+} // namespace tessaron

@@ -1,0 +1,43 @@
+#pragma once
+// DateTime: a local date and time to the second, the date value of the whole core
+// (file times in listings and the incremental rule, log lines, clocks).
+// The all-zero value is the "empty date": it stands for "no date" (a missing file's time)
+// and sorts before every real date.
+
+#include <compare>
+#include <ctime>
+#include <string>
+
+namespace tessaron {
+
+struct DateTime {
+    int Year = 0;
+    int Month = 0; // 1-12
+    int Day = 0;   // 1-31
+    int Hour = 0;
+    int Minute = 0;
+    int Second = 0;
+
+    bool IsEmpty() const { return *this == DateTime{}; }
+    auto operator<=>(const DateTime&) const = default;
+
+    // The current local date and time.
+    static DateTime Now();
+    // The local date and time of a moment; the empty date for t == 0.
+    static DateTime FromTimeT(std::time_t t);
+    // The moment of this local date and time (mktime rules: an hour that a daylight
+    // change skips is moved on); 0 for the empty date.
+    std::time_t ToTimeT() const;
+    // Whole seconds from this to other (negative when other is earlier).
+    long long SecondsUntil(const DateTime& other) const;
+
+    // The user's locale's date and time ("%x %X"); with the C or POSIX locale
+    // "YYYY-MM-DD HH:MM:SS". The empty date formats as "".
+    std::string Format() const;
+    // Always "YYYY-MM-DD HH:MM:SS", for tests and machine-read text.
+    std::string FormatIso() const;
+    // "YYYY-MM-DD" as used in log file names.
+    std::string FormatDate() const;
+};
+
+} // namespace tessaron
