@@ -23,7 +23,7 @@ demo: build
 
 asan: deps
 	cmake -S . -B $(BUILD)-asan -DTESSARON_WERROR=ON -DTESSARON_SANITIZE=ON -DTESSARON_GUI=OFF $(CMAKE_FLAGS)
-	cmake --build $(BUILD)-asan -j $(JOBS)
+	cmake --build $(BUILD)-asan -j $(JOBS) --target tessaron_all_core_tests
 	cd $(BUILD)-asan && ctest --output-on-failure -j $(JOBS) -L core
 
 format:
