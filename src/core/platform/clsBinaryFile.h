@@ -1,0 +1,130 @@
+#pragma once
+// clsBinaryFile: one open file for unbuffered block reading and writing, positioning,
+// truncation and file times. The backup engine copies and verifies files through it.
+//
+// Errors never escape: a failing member returns false, -1 or an empty value and keeps the
+// system error code (errno) in LastErrorCode; GetErrorMessage turns a code into the
+// system's text. Members on a closed object do nothing and report failure (EBADF).
+// The object owns its descriptor: it is closed by CloseFile, a new OpenFile, or the
+// object's end. Not copyable.
+
+#include "platform/DateTime.h"
+#include "platform/FileConstants.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <ctime>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace tessaron {
+
+class clsBinaryFile {
+public:
+    clsBinaryFile() = default;
+    ~clsBinaryFile();
+    clsBinaryFile(const clsBinaryFile&) = delete;
+    clsBinaryFile& operator=(const clsBinaryFile&) = delete;
+
+    // errno of the last failed call; 0 until one fails.
+    int LastErrorCode = 0;
+
+    // Open parameters (values of FileAccess, FileShare, FileOpen, FileAttr), kept between
+    // opens. Access: Read opens O_RDONLY, Write O_WRONLY, both O_RDWR. Sharing is kept but
+    // has no effect on POSIX. OpenMode: see FileOpen. Attributes: a new file gets mode
+    // 0666 less the umask, without write bits when FileAttr::ReadOnly is set.
+    std::int64_t Access = FileAccess::Read;
+    std::int64_t Sharing = FileShare::None;
+    std::int64_t OpenMode = FileOpen::OpenExisting;
+    std::int64_t Attributes = FileAttr::Normal;
+
+    // The open descriptor, -1 when closed.
+    int Handle() const { return m_fd; }
+    bool IsOpen() const { return m_fd >= 0; }
+
+    // Opens name (O_CLOEXEC always; a link is followed as open(2) does, so callers check
+    // with clsFileSystem::GetInfo first). Each parameter that is not -1 replaces the
+    // stored one. An open file is closed first. A file opened for reading only is
+    // announced to the kernel as read sequentially.
+    bool OpenFile(const std::string& name, std::int64_t access = -1, std::int64_t sharing = -1,
+                  std::int64_t openMode = -1, std::int64_t attributes = -1);
+    void CloseFile();
+
+    // Reads up to count bytes: buf holds exactly the bytes read (empty at end of file).
+    // False (buf empty) on a read error, a closed file or count < 1.
+    bool ReadFile(std::vector<unsigned char>& buf, long long count);
+    // The same, the bytes as text (UTF-8 is kept as it is); "" on failure.
+    std::string ReadFileText(long long count);
+    // Everything from the current position to the end of the file; "" on failure.
+    std::string GetFileContents();
+    // Writes the whole array (retrying short writes).
+    bool WriteFile(const std::vector<unsigned char>& buf);
+    bool WriteFileText(std::string_view text);
+
+    // Allocation-free block I/O for hot loops. ReadBlock returns the bytes read (0 at end
+    // of file) or -1; it retries until count bytes or end of file. WriteBlock writes all
+    // count bytes.
+    long long ReadBlock(void* buf, std::size_t count);
+    bool WriteBlock(const void* buf, std::size_t count);
+
+    // Moves up to count bytes from this file's position to dest's position, advancing
+    // both, and returns the bytes moved (less than count only at end of file) or -1 (the
+    // code in this object's LastErrorCode when reading failed, in dest's when writing
+    // failed, and in both). Uses copy_file_range where the kernel offers it; after
+    // EXDEV, ENOSYS, EINVAL or EOPNOTSUPP it falls back for good (for this object) to
+    // read/write through buffer (bufferSize bytes) or through an internal buffer when
+    // none is given.
+    long long CopyBlockTo(clsBinaryFile& dest, long long count, void* buffer = nullptr,
+                          std::size_t bufferSize = 0);
+    // False once CopyBlockTo has fallen back to read/write (or after DisableKernelCopy).
+    bool UsesKernelCopy() const { return m_kernelCopy; }
+    // Makes CopyBlockTo use read/write from now on (for file systems known to misbehave).
+    void DisableKernelCopy() { m_kernelCopy = false; }
+
+    // Positions from the start of the file; true on success.
+    bool SeekFile(long long position);
+    // The file ends at position, and the current position moves there.
+    bool TruncateFile(long long position);
+    // Size and current position in bytes; -1 on failure.
+    long long FileSize();
+    long long FilePointer();
+    // True when the current position is at or past the size (also when closed).
+    // (Named Eof because EOF is a macro of the C library.)
+    bool Eof();
+
+    // File times as local date-times to the second; the empty date when closed, on
+    // failure, or (creation time) when the file system does not report one.
+    DateTime CreateTime();
+    DateTime LastAccessTime();
+    DateTime LastWriteTime();
+    bool GetFileDates(DateTime& created, DateTime& accessed, DateTime& written);
+    // Set one time, or all three, from local date-times (whole seconds). Creation time
+    // cannot be set on POSIX: SetCreateTime succeeds on an open file without changing it
+    // and SetFileDates ignores created. An empty date leaves that time unchanged.
+    bool SetCreateTime(const DateTime& value);
+    bool SetLastAccessTime(const DateTime& value);
+    bool SetLastWriteTime(const DateTime& value);
+    bool SetFileDates(const DateTime& created, const DateTime& accessed, const DateTime& written);
+
+    // Full-precision times for carrying metadata to a copy.
+    bool GetTimes(std::timespec& atime, std::timespec& mtime);
+    bool SetTimes(const std::timespec& atime, const std::timespec& mtime);
+    // Permission bits (07777) of the open file (fchmod).
+    bool SetMode(unsigned mode);
+    // Owner and group (fchown) when running as root; as any other user it does nothing
+    // and returns true.
+    bool SetOwner(unsigned uid, unsigned gid);
+
+    // The system's text for an errno value, without a trailing line break.
+    static std::string GetErrorMessage(int code);
+
+private:
+    bool Fail(int code);
+    bool Fail();
+    int m_fd = -1;
+    bool m_kernelCopy = true;
+    std::vector<unsigned char> m_copyBuffer;
+};
+
+} // namespace tessaron

@@ -1,0 +1,39 @@
+#pragma once
+// clsFSItem: one record of a folder listing (clsFileSystem::GetDirectory) or of the drive
+// list (clsFileSystem::GetDrives). A plain record with public fields.
+
+#include "platform/DateTime.h"
+#include "platform/FileConstants.h"
+
+#include <string>
+
+namespace tessaron {
+
+struct clsFSItem {
+    // A listing entry: its name alone (no folder part). A drive: its mount point ("/",
+    // "/media/ann/USB").
+    std::string Path;
+    bool IsDrive = false;
+    bool IsDirectory = false; // a real directory, never a link to one
+    bool IsHidden = false;    // the name starts with "."
+    bool IsSystem = false;    // never set on POSIX
+    bool IsReadOnly = false;  // no write permission bit set
+    DateTime Created;         // listing: UTC; the empty date where the file system has none
+    DateTime Modified;        // listing: UTC (unlike clsFileSystem::GetFileTime, local)
+    double Size = 0;          // listing: file size in bytes; drive: total bytes
+    std::string DriveType;    // drive: "REMOVABLE", "FIXED", "REMOTE", "CDROM", "RAMDISK" or ""
+    double FreeSpace = 0;     // drive: bytes available to the user
+    std::string Description;  // drive: volume label, or the mount source of a REMOTE drive
+
+    // What the entry is, read without following a link. Callers must not descend into
+    // or open a Symlink, and must never open a Fifo, Socket or Device.
+    FileKind Kind = FileKind::None;
+
+    bool IsLink() const { return Kind == FileKind::Symlink; }
+    // A FIFO, socket or device node: never opened, skipped by a backup.
+    bool IsSpecial() const {
+        return Kind == FileKind::Fifo || Kind == FileKind::Socket || Kind == FileKind::Device;
+    }
+};
+
+} // namespace tessaron

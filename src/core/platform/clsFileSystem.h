@@ -1,0 +1,169 @@
+#pragma once
+// clsFileSystem: every question the rest of the system asks of the file system and every
+// change it makes to it: existence, size, time and attributes of a path; delete, copy,
+// rename, make directories; empty a tree; temporary names; recursive lists; folder and
+// drive listings; ejecting a medium; the program's own folders.
+//
+// Errors never escape: a member that fails returns false, 0 or empty and keeps the text
+//   "clsFileSystem.Member() - Error (<errno>) <strerror text>"
+// in LastError (no trailing line break). A member that succeeds leaves LastError as it
+// was, so callers read it only after a failure.
+//
+// Symbolic links are never followed by a query or a walk: Exists, GetInfo, IsDirectory,
+// GetFileAttributes, GetDirectory, ListFiles, Clean and Delete all look at the link itself.
+
+#include "platform/DateTime.h"
+#include "platform/FileConstants.h"
+#include "platform/clsFSItem.h"
+
+#include <ctime>
+#include <functional>
+#include <string>
+#include <vector>
+
+namespace tessaron {
+
+// Everything the engine needs to know about one path, from one lstat call.
+struct FileInfo {
+    bool Exists = false;
+    FileKind Kind = FileKind::None;
+    long long Size = 0;    // bytes (a link: the length of its target text)
+    DateTime Modified;     // local time, to the second (as GetFileTime)
+    std::timespec MTime{}; // modification time, full precision
+    std::timespec ATime{}; // last access time, full precision
+    unsigned Mode = 0;     // permission bits (07777)
+    unsigned Uid = 0;
+    unsigned Gid = 0;
+};
+
+class clsFileSystem {
+public:
+    clsFileSystem() = default;
+
+    // Text of the last failure (see the header comment). Callers read it, never set it.
+    std::string LastError;
+
+    // When true, the eject retry wait yields through DoEvents instead of sleeping idle.
+    bool UseDoEvents = false;
+    // The caller's yield (process user interface events, check for an interrupt). Clean
+    // calls it after every entry whatever UseDoEvents says. May be empty.
+    std::function<void()> DoEvents;
+
+    // The records of the last GetDirectory or GetDrives call.
+    std::vector<clsFSItem> Items;
+
+    // --- Queries -------------------------------------------------------------------------
+
+    // The path exists (file, directory, link - even a dangling one - or special file).
+    bool Exists(const std::string& path);
+    // Size in bytes; 0 when the path cannot be read.
+    long long GetFileSize(const std::string& path);
+    // Last modification time, local, to the second; the empty date when unreadable.
+    DateTime GetFileTime(const std::string& path);
+    // Attribute bits (FileAttr): ReadOnly when no write bit is set, Hidden when the name
+    // starts with ".", Directory, Archive for a regular file; System never. 0 on failure
+    // (LastError set).
+    int GetFileAttributes(const std::string& path);
+    // ReadOnly set clears every write bit; ReadOnly clear restores the owner's write bit.
+    // Other bits have no POSIX meaning and are ignored. A link is left untouched.
+    bool SetFileAttributes(const std::string& path, int attr);
+    bool IsDirectory(const std::string& path); // a real directory, not a link to one
+    bool IsReadOnly(const std::string& path);
+    // One lstat of path. A missing path is not a failure: true with out.Exists false and
+    // LastError untouched. False (LastError set) only when the path cannot be examined.
+    bool GetInfo(const std::string& path, FileInfo& out);
+
+    // --- Changes -------------------------------------------------------------------------
+
+    // Deletes a file, a link (never what it points to) or a directory with everything in
+    // it; read-only files are deleted too. With Wait, checks up to 10 times 100 ms apart
+    // that the path is gone. False when anything could not be deleted.
+    bool Delete(const std::string& path, bool Wait = false);
+    // Copies the content, permission bits and times of file path1 to path2. With
+    // DeleteExisting false an existing path2 makes the copy fail (LastError then holds
+    // the system's "File exists" text).
+    bool Copy(const std::string& path1, const std::string& path2, bool DeleteExisting);
+    // Renames or moves path1 to path2 (within one file system).
+    bool Rename(const std::string& path1, const std::string& path2);
+    // Makes one directory; the parent must exist. An existing directory is a failure.
+    bool CreateDirectory(const std::string& path);
+    // Makes a directory and every missing parent (mkdir -p); true when it exists after.
+    bool CreateDirectories(const std::string& path);
+    // Deletes everything inside path, keeping path. Links inside are removed as links and
+    // never followed. Stops at the first entry that cannot be deleted and returns false,
+    // leaving the entries not yet reached. False for a missing path; true for an empty one.
+    bool Clean(const std::string& path);
+
+    // --- Metadata of a copy (the engine carries these from source to destination) ----------
+
+    // Sets access and modification times with full precision; a link's own times are
+    // set (never its target's).
+    bool SetTimes(const std::string& path, const std::timespec& atime, const std::timespec& mtime);
+    // Sets the permission bits (07777). Not for links.
+    bool SetMode(const std::string& path, unsigned mode);
+    // Sets owner and group (a link's own) when running as root; as any other user it does
+    // nothing and returns true, because only root may give files away.
+    bool SetOwner(const std::string& path, unsigned uid, unsigned gid);
+    // The target text of a symbolic link.
+    bool ReadLink(const std::string& path, std::string& target);
+    // Creates a symbolic link at linkPath holding target as its text.
+    bool CreateLink(const std::string& target, const std::string& linkPath);
+
+    // --- Names and listings ----------------------------------------------------------------
+
+    // The temporary directory ($TMPDIR, else /tmp) with a trailing "/".
+    std::string GetTempDir();
+    // A name that does not exist yet: folder (TempPath trimmed, else GetTempDir) + up to
+    // 3 characters of Prefix + 5 or 6 upper-case hex digits + "." + FileType (".tmp" when
+    // FileType is empty). The file is not created.
+    std::string GetTempFile(const std::string& TempPath, const std::string& Prefix,
+                            const std::string& FileType);
+    // Every entry below path, recursively, relative to path and joined with "/", a
+    // directory's own name before its contents; links are listed, never entered. One empty
+    // string when path is empty or not a directory.
+    std::vector<std::string> ListFiles(const std::string& path);
+    // Refills Items with one record per entry of path (names only) and returns the count;
+    // 0 with Items empty when path is not a directory.
+    int GetDirectory(const std::string& path);
+    // The system's text for an errno value, without a trailing line break.
+    std::string GetErrorMessage(int code);
+
+    // --- Drives: the mount points of real file systems -------------------------------------
+
+    // Refills Items with one record per drive, "/" first then by path; returns the count.
+    int GetDrives();
+    // The type of the mount that holds path: "REMOVABLE", "FIXED", "REMOTE", "CDROM",
+    // "RAMDISK", or "" for an empty path, for a path below an unmounted removable-media
+    // mount point (/media/USER/NAME, /run/media/USER/NAME) or when nothing can be read.
+    std::string GetDriveType(const std::string& path);
+    // Total bytes and bytes available to the user of the file system holding path; 0 on
+    // failure.
+    double GetDriveTotalSize(const std::string& path);
+    double GetDriveFreeSpace(const std::string& path);
+    // The volume label of the mount holding path (from /dev/disk/by-label), else "".
+    std::string GetDriveVolume(const std::string& path);
+    // The mount source ("srv:/export", "//srv/share") of a REMOTE mount holding path,
+    // else "".
+    std::string GetDriveUNC(const std::string& path);
+    // Unmounts and powers off the medium holding path through udisksctl (or eject). Only
+    // REMOVABLE and CDROM drives; anything else returns false without touching it. The
+    // unmount is tried 10 times one second apart. True only when the medium was released.
+    bool EjectMedia(const std::string& path);
+
+    // --- The program's own folders ----------------------------------------------------------
+
+    // The folder of the running executable (no trailing "/"); "" when unknown.
+    static std::string ProgramDir();
+    // The log folder, created when missing: "Log" beside the executable when it can be
+    // created and written, else ${XDG_STATE_HOME:-~/.local/state}/tessaron/Log. No
+    // trailing "/"; "" (LastError set) when neither can be made.
+    std::string ProgramLogDir();
+
+private:
+    bool Fail(const char* member, int code);
+    bool DeleteEntry(const std::string& path, const char* member);
+    bool CleanInside(const std::string& path, const char* member);
+    void Yield();
+};
+
+} // namespace tessaron
