@@ -1,0 +1,243 @@
+#include "selection/clsSelections.h"
+
+#include "setfile/clsParser.h"
+
+#include <algorithm>
+
+namespace tessaron {
+
+namespace {
+
+bool EqualsNoCase(std::string_view a, std::string_view b) {
+    return std::equal(a.begin(), a.end(), b.begin(), b.end(), [](char x, char y) {
+        auto lower = [](char c) { return c >= 'A' && c <= 'Z' ? char(c - 'A' + 'a') : c; };
+        return lower(x) == lower(y);
+    });
+}
+
+// Joins the physical lines of a selections text: a line that starts with a tab or a
+// space continues the one before (its first character becomes one space). Text after
+// the first line that does not continue is not part of the selections.
+std::string JoinContinuationLines(std::string_view text) {
+    std::string joined;
+    size_t pos = 0;
+    for (;;) {
+        size_t brk = text.find("\r\n", pos);
+        if (brk == std::string_view::npos) {
+            brk = text.size();
+        }
+        joined.append(text.substr(pos, brk - pos));
+        const size_t next = brk + 2;
+        if (next >= text.size() || (text[next] != '\t' && text[next] != ' ')) {
+            return joined;
+        }
+        joined += ' ';
+        pos = next + 1;
+    }
+}
+
+} // namespace
+
+clsSelItem::clsSelItem(std::string path, PathStyle style)
+    : m_style(style), m_path(std::move(path)) {
+    m_pathParts = clsPath::SplitParts(m_path, m_style);
+}
+
+void clsSelItem::SplitExcepts() {
+    // Growing or shrinking m_except may move its strings (and short strings keep their
+    // characters inline), so every view is taken again.
+    m_exceptParts.clear();
+    m_exceptParts.reserve(m_except.size());
+    for (const std::string& e : m_except) {
+        m_exceptParts.push_back(clsPath::SplitParts(e, m_style));
+    }
+}
+
+void clsSelItem::AddExcept(std::string p) {
+    m_except.push_back(std::move(p));
+    SplitExcepts();
+}
+
+bool clsSelItem::RemoveExcept(std::string_view p) {
+    const auto removed = std::erase(m_except, p);
+    if (removed > 0) {
+        SplitExcepts();
+    }
+    return removed > 0;
+}
+
+clsSelections::clsSelections(const clsSelections& other) : m_style(other.m_style) {
+    for (const clsSelItem& item : other) {
+        AppendItem(item.path(), item.Except());
+    }
+}
+
+clsSelections& clsSelections::operator=(const clsSelections& other) {
+    if (this != &other) {
+        clsSelections copy(other);
+        *this = std::move(copy);
+    }
+    return *this;
+}
+
+void clsSelections::AppendItem(std::string path, std::vector<std::string> excepts) {
+    std::unique_ptr<clsSelItem> item(new clsSelItem(std::move(path), m_style));
+    item->m_except = std::move(excepts);
+    item->SplitExcepts();
+    m_items.push_back(std::move(item));
+}
+
+const clsSelItem* clsSelections::Item(int32_t Index) const {
+    if (Index < 1 || Index > Count()) {
+        return nullptr;
+    }
+    return m_items[static_cast<size_t>(Index) - 1].get();
+}
+
+void clsSelections::RemoveContainedIn(const Parts& parts) {
+    std::erase_if(m_items, [&parts](const std::unique_ptr<clsSelItem>& item) {
+        return PartsContain(parts, item->m_pathParts);
+    });
+}
+
+// True when one of item's exceptions equals p or contains it (p lies at or below it).
+bool clsSelections::AnyExceptCovers(const clsSelItem& item, std::string_view p,
+                                    const Parts& parts) {
+    for (size_t i = 0; i < item.m_except.size(); ++i) {
+        if (item.m_except[i] == p || PartsContain(item.m_exceptParts[i], parts)) {
+            return true;
+        }
+    }
+    return false;
+}
+
+void clsSelections::AddSelection(const std::string& Path) {
+    for (const auto& item : m_items) {
+        if (item->m_path == Path) {
+            return;
+        }
+    }
+    const Parts parts = clsPath::SplitParts(Path, m_style);
+    RemoveContainedIn(parts);
+    for (const auto& item : m_items) {
+        if (!PartsContain(item->m_pathParts, parts)) {
+            continue;
+        }
+        // Re-selecting an excepted path just drops that exception; the path is covered
+        // by this entry unless a wider exception still excludes it.
+        item->RemoveExcept(Path);
+        if (!AnyExceptCovers(*item, Path, parts)) {
+            return;
+        }
+    }
+    AppendItem(Path, {});
+}
+
+void clsSelections::RemoveSelection(const std::string& Path) {
+    const Parts parts = clsPath::SplitParts(Path, m_style);
+    std::erase_if(
+        m_items, [&Path](const std::unique_ptr<clsSelItem>& item) { return item->m_path == Path; });
+    RemoveContainedIn(parts);
+    for (const auto& item : m_items) {
+        if (PartsContain(item->m_pathParts, parts)) {
+            // Only the first entry that contains the path receives the exception.
+            if (!AnyExceptCovers(*item, Path, parts)) {
+                item->AddExcept(Path);
+            }
+            return;
+        }
+    }
+}
+
+bool clsSelections::IsSelected(std::string_view Path) const {
+    for (const auto& item : m_items) {
+        if (item->m_path == Path) {
+            return true;
+        }
+    }
+    const Parts parts = clsPath::SplitParts(Path, m_style);
+    bool selected = false;
+    // The last entry that contains the path decides.
+    for (const auto& item : m_items) {
+        if (PartsContain(item->m_pathParts, parts)) {
+            selected = !AnyExceptCovers(*item, Path, parts);
+        }
+    }
+    return selected;
+}
+
+bool clsSelections::IsExcluded(std::string_view Path) const {
+    return !IsSelected(Path);
+}
+
+bool clsSelections::IsSelectedWithNoExceptions(std::string_view Path) const {
+    for (const auto& item : m_items) {
+        if (item->m_path == Path) {
+            return item->m_except.empty();
+        }
+    }
+    const Parts parts = clsPath::SplitParts(Path, m_style);
+    bool selected = false;
+    for (const auto& item : m_items) {
+        if (!PartsContain(item->m_pathParts, parts)) {
+            continue;
+        }
+        selected = !AnyExceptCovers(*item, Path, parts);
+        for (size_t i = 0; selected && i < item->m_except.size(); ++i) {
+            selected = !PartsContain(parts, item->m_exceptParts[i]);
+        }
+    }
+    return selected;
+}
+
+bool clsSelections::HasChildSelected(std::string_view Path) const {
+    const Parts parts = clsPath::SplitParts(Path, m_style);
+    return std::any_of(m_items.begin(), m_items.end(), [&parts](const auto& item) {
+        return PartsContain(parts, item->m_pathParts);
+    });
+}
+
+std::string clsSelections::Format() const {
+    std::string text;
+    for (const auto& item : m_items) {
+        if (!text.empty()) {
+            text += '\t';
+        }
+        text += '"' + item->m_path + '"';
+        if (!item->m_except.empty()) {
+            text += " Except (";
+            for (size_t i = 0; i < item->m_except.size(); ++i) {
+                text += (i == 0 ? "\"" : " \"") + item->m_except[i] + '"';
+            }
+            text += ')';
+        }
+        text += "\r\n";
+    }
+    return text;
+}
+
+void clsSelections::Parse(std::string_view Text) {
+    clsParser parser;
+    parser.text(JoinContinuationLines(Text));
+    while (!parser.EOT()) {
+        std::string path = parser.NextToken();
+        std::vector<std::string> excepts;
+        std::string tok = parser.NextToken();
+        if (EqualsNoCase(tok, "except")) {
+            if (parser.NextToken() == "(") {
+                // The loop also ends at the last token, so an exception list without
+                // its ")" loses its last exception.
+                tok = parser.NextToken();
+                while (tok != ")" && !parser.EOT()) {
+                    excepts.push_back(std::move(tok));
+                    tok = parser.NextToken();
+                }
+            }
+        } else {
+            parser.PrevToken();
+        }
+        AppendItem(std::move(path), std::move(excepts));
+    }
+}
+
+} // namespace tessaron
