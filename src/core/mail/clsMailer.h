@@ -74,7 +74,6 @@ private:
     long long NowSeconds() const;
     bool RefuseUnsafe(const std::string& from, const std::string& recipient,
                       const std::string& subject);
-    int EffectivePort() const;
 
     IMailHost& host_;
     const clsRegSettings& settings_;

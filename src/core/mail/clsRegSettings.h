@@ -17,6 +17,8 @@
 
 namespace tessaron {
 
+class SettingsDocument;
+
 // The two roots the store accepts (their registry handle values).
 inline constexpr std::uint32_t HKeyCurrentUser = 0x80000001u;
 inline constexpr std::uint32_t HKeyLocalMachine = 0x80000002u;
@@ -67,6 +69,10 @@ public:
     const std::string& LastError() const { return lastError_; }
 
 private:
+    bool Load(SettingsDocument& doc, const char* member) const;
+    bool Store(const SettingsDocument& doc, const char* member);
+    bool DeleteKey(SettingsDocument& doc, const std::string& section, const std::string& path);
+
     std::uint32_t hKey_ = HKeyCurrentUser;
     std::string company_ = "VELQO";
     std::string appName_ = "Tessaron";
