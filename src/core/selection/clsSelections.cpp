@@ -219,6 +219,12 @@ std::string clsSelections::Format() const {
 void clsSelections::Parse(std::string_view Text) {
     clsParser parser;
     parser.text(JoinContinuationLines(Text));
+    // A blank text gives one empty token; it holds no entry (a set saved with no
+    // selections must load with none).
+    if (parser.TokenCount() == 1 && parser.token(1).empty()) {
+        return;
+    }
+    parser.token(0);
     while (!parser.EOT()) {
         std::string path = parser.NextToken();
         std::vector<std::string> excepts;

@@ -151,7 +151,8 @@ int32_t clsParser::TokenCount() {
 }
 
 bool clsParser::EOT() {
-    return m_cursor >= TokenCount();
+    const int32_t count = TokenCount(); // parses first, which resets the cursor
+    return m_cursor >= count;
 }
 
 bool clsParser::BOT() {
