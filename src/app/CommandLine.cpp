@@ -1,0 +1,149 @@
+#include "CommandLine.h"
+
+#include "setfile/clsParser.h"
+#include "setfile/clsSetup.h"
+
+#include <algorithm>
+#include <cctype>
+#include <limits>
+
+namespace tessaron {
+
+namespace {
+
+bool NeedsQuotes(const std::string& arg) {
+    return arg.empty() || arg.find_first_of(" \t\r\n\"()") != std::string::npos;
+}
+
+std::string Quoted(const std::string& arg) {
+    std::string out = "\"";
+    for (char c : arg) {
+        out += c;
+        if (c == '"') {
+            out += '"';
+        }
+    }
+    return out + "\"";
+}
+
+std::string Upper(std::string s) {
+    std::transform(s.begin(), s.end(), s.begin(),
+                   [](unsigned char c) { return static_cast<char>(std::toupper(c)); });
+    return s;
+}
+
+bool IsDigit(char c) {
+    return c >= '0' && c <= '9';
+}
+
+// Rounds the decimal number intDigits.fracDigits to the nearest whole number, halves to
+// even, saturating far beyond the 32-bit range.
+int64_t RoundDecimal(std::string_view intDigits, std::string_view fracDigits) {
+    constexpr int64_t kCap = int64_t{1} << 40;
+    int64_t whole = 0;
+    for (char c : intDigits) {
+        whole = std::min(kCap, whole * 10 + (c - '0'));
+    }
+    if (fracDigits.empty() || fracDigits[0] < '5') {
+        return whole;
+    }
+    bool aboveHalf = fracDigits[0] > '5' ||
+                     fracDigits.substr(1).find_first_not_of('0') != std::string_view::npos;
+    if (aboveHalf || whole % 2 == 1) {
+        return whole + 1;
+    }
+    return whole;
+}
+
+} // namespace
+
+std::string JoinArguments(const std::vector<std::string>& args) {
+    std::string text;
+    bool glued = false; // the previous piece was an empty quoted argument
+    for (const std::string& arg : args) {
+        std::string piece = NeedsQuotes(arg) ? Quoted(arg) : arg;
+        // After an empty quoted argument the tokenizer gives an empty token for a blank
+        // that follows, so the next argument is written directly behind it; that is only
+        // safe when the next piece does not begin with a quote.
+        if (!text.empty() && !(glued && piece[0] != '"')) {
+            text += ' ';
+        }
+        text += piece;
+        glued = arg.empty();
+    }
+    return text;
+}
+
+int32_t BlockSizeValue(std::string_view text) {
+    std::size_t i = text.find_first_not_of(" \t\r\n");
+    if (i == std::string_view::npos) {
+        return 0;
+    }
+    bool negative = false;
+    if (text[i] == '+' || text[i] == '-') {
+        negative = text[i] == '-';
+        ++i;
+    }
+    std::size_t intStart = i;
+    while (i < text.size() && IsDigit(text[i])) {
+        ++i;
+    }
+    std::string_view intDigits = text.substr(intStart, i - intStart);
+    std::string_view fracDigits;
+    if (i < text.size() && text[i] == '.') {
+        std::size_t fracStart = ++i;
+        while (i < text.size() && IsDigit(text[i])) {
+            ++i;
+        }
+        fracDigits = text.substr(fracStart, i - fracStart);
+    }
+    int64_t value = RoundDecimal(intDigits, fracDigits);
+    value = negative ? -value : value;
+    value = std::clamp<int64_t>(value, std::numeric_limits<int32_t>::min(),
+                                std::numeric_limits<int32_t>::max());
+    return static_cast<int32_t>(value);
+}
+
+bool WantsHelp(const std::string& text) {
+    clsParser parser;
+    parser.text(text);
+    for (int32_t i = 1; !text.empty() && i <= parser.TokenCount(); ++i) {
+        std::string t = Upper(parser.token(i));
+        if (t == "/?" || t == "-H" || t == "--HELP") {
+            return true;
+        }
+    }
+    return false;
+}
+
+CommandLine ReadCommandLine(const std::string& text, clsSetup& setup, const SetupLoader& load) {
+    CommandLine cl;
+    clsParser parser;
+    parser.text(text);
+    if (parser.text().empty()) {
+        return cl;
+    }
+    while (!parser.EOT()) {
+        std::string keyword = Upper(parser.NextToken());
+        if (keyword == "/LOAD" || keyword == "/RUN") {
+            cl.Action = keyword;
+            ++cl.Loads;
+            cl.LastFile = parser.NextToken();
+            if (!load(cl.LastFile)) {
+                ++cl.FailedLoads;
+                cl.Action.clear();
+            }
+        } else if (keyword == "/QUIET") {
+            setup.Quiet = true;
+        } else if (keyword == "/LOGPATH") {
+            setup.LogPath = parser.NextToken();
+        } else if (keyword == "/BLOCKSIZE") {
+            setup.BlockSize = BlockSizeValue(parser.NextToken());
+        } else if (keyword == "/CONSOLE") {
+            cl.Console = true;
+        }
+    }
+    return cl;
+}
+
+} // namespace tessaron

@@ -1,0 +1,310 @@
+#include "ConsoleView.h"
+
+#include <algorithm>
+#include <cctype>
+#include <istream>
+#include <ostream>
+
+namespace tessaron {
+
+namespace {
+
+constexpr std::chrono::milliseconds kRefresh{500};
+const char* const kClearLine = "\r\033[K";
+
+std::chrono::milliseconds SteadyNow() {
+    return std::chrono::duration_cast<std::chrono::milliseconds>(
+        std::chrono::steady_clock::now().time_since_epoch());
+}
+
+std::string Lower(std::string s) {
+    std::transform(s.begin(), s.end(), s.begin(),
+                   [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+    return s;
+}
+
+std::string Trimmed(const std::string& s) {
+    const char* blanks = " \t\r\n";
+    std::size_t first = s.find_first_not_of(blanks);
+    if (first == std::string::npos) {
+        return {};
+    }
+    return s.substr(first, s.find_last_not_of(blanks) - first + 1);
+}
+
+// Message texts use CR LF between their lines; one console line holds them all.
+std::string OneLine(const std::string& text) {
+    std::string out;
+    for (char c : text) {
+        if (c == '\r') {
+            continue;
+        }
+        out += (c == '\n') ? ' ' : c;
+    }
+    return out;
+}
+
+// Keeps the end of a text (the file name matters most) within a number of characters,
+// counting UTF-8 sequences as one and never cutting one apart.
+std::string KeepTail(const std::string& s, std::size_t width) {
+    auto isLead = [](unsigned char c) { return (c & 0xC0) != 0x80; };
+    std::size_t chars = static_cast<std::size_t>(
+        std::count_if(s.begin(), s.end(), [&](char c) { return isLead(c); }));
+    if (chars <= width) {
+        return s;
+    }
+    if (width <= 3) {
+        return std::string(width, '.');
+    }
+    std::size_t drop = chars - (width - 3);
+    std::size_t pos = 0;
+    while (pos < s.size() && drop > 0) {
+        ++pos;
+        while (pos < s.size() && !isLead(static_cast<unsigned char>(s[pos]))) {
+            ++pos;
+        }
+        --drop;
+    }
+    return "..." + s.substr(pos);
+}
+
+const char* ButtonPrompt(MsgButtons buttons) {
+    switch (buttons) {
+    case MsgButtons::OK:
+        return "[OK] (press Enter): ";
+    case MsgButtons::YesNo:
+        return "[Y]es / [N]o: ";
+    case MsgButtons::RetryCancel:
+        return "[R]etry / [C]ancel: ";
+    }
+    return "";
+}
+
+} // namespace
+
+MsgAnswer UnattendedAnswer(MsgButtons buttons) {
+    switch (buttons) {
+    case MsgButtons::OK:
+        return MsgAnswer::OK;
+    case MsgButtons::YesNo:
+        return MsgAnswer::No;
+    case MsgButtons::RetryCancel:
+        return MsgAnswer::Cancel;
+    }
+    return MsgAnswer::Cancel;
+}
+
+const char* AnswerName(MsgAnswer answer) {
+    switch (answer) {
+    case MsgAnswer::OK:
+        return "OK";
+    case MsgAnswer::Yes:
+        return "Yes";
+    case MsgAnswer::No:
+        return "No";
+    case MsgAnswer::Retry:
+        return "Retry";
+    case MsgAnswer::Cancel:
+        return "Cancel";
+    }
+    return "";
+}
+
+bool ParseAnswer(const std::string& reply, MsgButtons buttons, MsgAnswer& answer) {
+    std::string r = Lower(Trimmed(reply));
+    auto is = [&r](const char* word) { return r == word || (r.size() == 1 && r[0] == word[0]); };
+    switch (buttons) {
+    case MsgButtons::OK:
+        answer = MsgAnswer::OK;
+        return r.empty() || r == "ok" || r == "o";
+    case MsgButtons::YesNo:
+        answer = is("yes") ? MsgAnswer::Yes : MsgAnswer::No;
+        return is("yes") || is("no");
+    case MsgButtons::RetryCancel:
+        answer = is("retry") ? MsgAnswer::Retry : MsgAnswer::Cancel;
+        return is("retry") || is("cancel");
+    }
+    return false;
+}
+
+ConsoleView::ConsoleView(std::ostream& out, std::ostream& err, std::istream& in,
+                         ConsoleOptions options, Clock clock)
+    : m_out(out), m_err(err), m_in(in), m_options(options),
+      m_clock(clock ? std::move(clock) : Clock(SteadyNow)) {
+    static_assert(static_cast<std::size_t>(ViewText::CancelButton) < 16);
+}
+
+void ConsoleView::WatchInterrupt(std::function<bool()> interrupted,
+                                 std::function<void()> onCancel) {
+    m_interrupted = std::move(interrupted);
+    m_onCancel = std::move(onCancel);
+}
+
+bool ConsoleView::CheckInterrupt() {
+    if (!m_interrupted || !m_interrupted()) {
+        return false;
+    }
+    if (!m_cancelSent) {
+        m_cancelSent = true;
+        ClearProgress();
+        m_err << "\nCancelling - the run stops at its next check (Ctrl+C again ends at once)\n"
+              << std::flush;
+        if (m_onCancel) {
+            m_onCancel();
+        }
+    }
+    return true;
+}
+
+void ConsoleView::EndPendingLine() {
+    if (m_linePending) {
+        m_out << '\n';
+        m_linePending = false;
+    }
+}
+
+void ConsoleView::ClearProgress() {
+    if (m_progressShown) {
+        m_err << kClearLine << std::flush;
+        m_progressShown = false;
+    }
+}
+
+void ConsoleView::AddLine(const std::string& line) {
+    ClearProgress();
+    EndPendingLine();
+    // The line end is written with the next line, so that "Done" can still be appended.
+    m_out << line << std::flush;
+    m_lastLine = line;
+    m_linePending = true;
+}
+
+void ConsoleView::AppendToLastLine(const std::string& text) {
+    m_lastLine += text;
+    if (m_linePending) {
+        m_out << text << std::flush;
+        return;
+    }
+    // The progress display already ended the line on the terminal: show it again whole.
+    ClearProgress();
+    m_out << m_lastLine << std::flush;
+    m_linePending = true;
+}
+
+void ConsoleView::SetText(ViewText which, const std::string& text) {
+    m_texts[static_cast<std::size_t>(which)] = text;
+}
+
+int ConsoleView::GetBar(ViewBar which) const {
+    return m_bars[static_cast<std::size_t>(which)];
+}
+
+void ConsoleView::SetBar(ViewBar which, int value) {
+    m_bars[static_cast<std::size_t>(which)] = std::clamp(value, 0, 100);
+}
+
+const std::string& ConsoleView::Text(ViewText which) const {
+    return m_texts[static_cast<std::size_t>(which)];
+}
+
+std::string ConsoleView::ProgressHead() const {
+    std::string s;
+    if (Text(ViewText::WindowCaption).find("(Verifying)") != std::string::npos) {
+        s = "Verifying ";
+    }
+    s += std::to_string(GetBar(ViewBar::Overall)) + "%";
+    auto pair = [&](ViewText done, ViewText total, const char* unit) {
+        if (!Text(total).empty()) {
+            std::string d = Text(done).empty() ? "0" : Text(done);
+            s += "  " + d + "/" + Text(total) + " " + unit;
+        }
+    };
+    pair(ViewText::FilesTransferred, ViewText::Files, "files");
+    pair(ViewText::BytesTransferred, ViewText::Bytes, "bytes");
+    if (!Text(ViewText::BytesPerSecond).empty()) {
+        s += "  " + Text(ViewText::BytesPerSecond) + " B/s";
+    }
+    if (!Text(ViewText::Remaining).empty()) {
+        s += "  " + Text(ViewText::Remaining) + " left";
+    }
+    return s;
+}
+
+std::string ConsoleView::ProgressText() const {
+    const std::string& file = Text(ViewText::CurrentFile);
+    return file.empty() ? ProgressHead() : ProgressHead() + "  " + file;
+}
+
+void ConsoleView::DrawProgress() {
+    if (m_linePending && m_options.OutIsTerminal) {
+        // Both streams share the terminal: the log line must end before the display.
+        EndPendingLine();
+    } else if (m_linePending) {
+        m_out << std::flush;
+    }
+    // One terminal row: the figures first, then as much of the file name's end as fits.
+    std::size_t width = static_cast<std::size_t>(std::max(m_options.Columns - 1, 20));
+    std::string line = ProgressHead();
+    const std::string& file = Text(ViewText::CurrentFile);
+    if (line.size() >= width) {
+        line.resize(width);
+    } else if (!file.empty() && line.size() + 2 < width) {
+        line += "  " + KeepTail(file, width - line.size() - 2);
+    }
+    m_err << '\r' << line << "\033[K" << std::flush;
+    m_progressShown = true;
+}
+
+void ConsoleView::Yield() {
+    if (CheckInterrupt() || !m_options.Progress) {
+        return;
+    }
+    std::chrono::milliseconds now = m_clock();
+    if (m_drawnOnce && now - m_lastDraw < kRefresh) {
+        return;
+    }
+    m_drawnOnce = true;
+    m_lastDraw = now;
+    DrawProgress();
+}
+
+MsgAnswer ConsoleView::Ask(const std::string& title, const std::string& text, MsgButtons buttons) {
+    ClearProgress();
+    if (m_options.Interactive && !CheckInterrupt()) {
+        return AskTerminal(title, text, buttons);
+    }
+    MsgAnswer answer = UnattendedAnswer(buttons);
+    EndPendingLine();
+    m_out << title << ": " << OneLine(text) << " [answered " << AnswerName(answer) << "]\n"
+          << std::flush;
+    return answer;
+}
+
+MsgAnswer ConsoleView::AskTerminal(const std::string& title, const std::string& text,
+                                   MsgButtons buttons) {
+    EndPendingLine();
+    m_out << std::flush;
+    m_err << "\n" << title << "\n" << OneLine(text) << "\n";
+    for (;;) {
+        m_err << ButtonPrompt(buttons) << std::flush;
+        std::string reply;
+        // End of input or an interrupt while waiting leaves the safe answer.
+        if (!std::getline(m_in, reply) || CheckInterrupt()) {
+            m_err << "\n";
+            return UnattendedAnswer(buttons);
+        }
+        MsgAnswer answer{};
+        if (ParseAnswer(reply, buttons, answer)) {
+            return answer;
+        }
+    }
+}
+
+void ConsoleView::Finished(bool unloadOnExit) {
+    (void)unloadOnExit;
+    ClearProgress();
+    EndPendingLine();
+    m_out << std::flush;
+}
+
+} // namespace tessaron

@@ -1,0 +1,83 @@
+#pragma once
+// ConsoleView: the backup run's view for a terminal or an unattended run. Every line the
+// window's log list would show goes to the output stream as it comes; a one-line progress
+// display is kept on the error stream when that is a terminal; questions are asked on the
+// terminal, or answered No / Cancel (OK for an OK-only box) when nobody can answer.
+
+#include "engine/IBackupView.h"
+
+#include <array>
+#include <chrono>
+#include <functional>
+#include <iosfwd>
+#include <string>
+
+namespace tessaron {
+
+struct ConsoleOptions {
+    bool Progress = false;      // the error stream is a terminal: keep the progress line
+    bool OutIsTerminal = false; // the output stream shows on the same terminal
+    bool Interactive = false;   // the input stream is a terminal: ask questions there
+    int Columns = 80;           // width of the progress line's terminal
+};
+
+class ConsoleView : public IBackupView {
+public:
+    using Clock = std::function<std::chrono::milliseconds()>;
+
+    // The streams must outlive the view. clock defaults to a monotonic clock.
+    ConsoleView(std::ostream& out, std::ostream& err, std::istream& in, ConsoleOptions options,
+                Clock clock = {});
+
+    // interrupted is polled by Yield and Ask; the first time it reports true, onCancel is
+    // called (once), the way the window's Cancel button cancels the run.
+    void WatchInterrupt(std::function<bool()> interrupted, std::function<void()> onCancel);
+
+    void AddLine(const std::string& line) override;
+    void AppendToLastLine(const std::string& text) override;
+    void SetText(ViewText which, const std::string& text) override;
+    int GetBar(ViewBar which) const override;
+    void SetBar(ViewBar which, int value) override;
+    MsgAnswer Ask(const std::string& title, const std::string& text, MsgButtons buttons) override;
+    void Yield() override;
+    void Finished(bool unloadOnExit) override;
+
+    // The progress display as it would be drawn now, not yet cut to the terminal width.
+    std::string ProgressText() const;
+
+private:
+    std::string ProgressHead() const;
+    bool CheckInterrupt();
+    void EndPendingLine();
+    void ClearProgress();
+    void DrawProgress();
+    MsgAnswer AskTerminal(const std::string& title, const std::string& text, MsgButtons buttons);
+    const std::string& Text(ViewText which) const;
+
+    std::ostream& m_out;
+    std::ostream& m_err;
+    std::istream& m_in;
+    ConsoleOptions m_options;
+    Clock m_clock;
+    std::function<bool()> m_interrupted;
+    std::function<void()> m_onCancel;
+    bool m_cancelSent = false;
+
+    std::array<std::string, 16> m_texts;
+    std::array<int, 2> m_bars{};
+    std::string m_lastLine;     // the last log line with what was appended to it
+    bool m_linePending = false; // printed without its line end, appends may follow
+    bool m_progressShown = false;
+    bool m_drawnOnce = false;
+    std::chrono::milliseconds m_lastDraw{0};
+};
+
+// The answer a view gives when nobody can answer: No, Cancel, or OK for an OK-only box.
+MsgAnswer UnattendedAnswer(MsgButtons buttons);
+// "OK", "Yes", "No", "Retry", "Cancel".
+const char* AnswerName(MsgAnswer answer);
+// The answer a typed reply picks among the buttons (first letter or whole word, any
+// case; an empty reply picks OK in an OK-only box). False when the reply fits no button.
+bool ParseAnswer(const std::string& reply, MsgButtons buttons, MsgAnswer& answer);
+
+} // namespace tessaron

@@ -1,0 +1,103 @@
+// tessaron: reads the command line, loads the backup set it names and runs it in the
+// console. Exit status of a /RUN: 0 "Backup Complete", 1 "Error During Backup",
+// 2 "Backup Cancelled", 3 nothing was run.
+
+#include "CommandLine.h"
+#include "ConsoleView.h"
+#include "SetupFile.h"
+#include "Terminal.h"
+
+#include "engine/BackupEngine.h"
+#include "setfile/clsSetup.h"
+
+#include <cstdlib>
+#include <iostream>
+#include <string>
+#include <vector>
+
+using namespace tessaron;
+
+namespace {
+
+constexpr int kComplete = 0;
+constexpr int kError = 1;
+constexpr int kCancelled = 2;
+constexpr int kNothingRun = 3;
+
+const char* const kUsage =
+    "Usage: tessaron [/RUN file.set | /LOAD file.set] [/QUIET] [/LOGPATH dir]\n"
+    "                [/BLOCKSIZE n] [/CONSOLE]\n"
+    "\n"
+    "  /RUN file.set   load the backup set, run it in the console and exit\n"
+    "  /LOAD file.set  load the backup set, check it and print its summary\n"
+    "  /QUIET          ask no questions during the run (a target that is a whole\n"
+    "                  drive is still confirmed before it is cleared)\n"
+    "  /LOGPATH dir    kept with the set; the run log always goes to the log folder\n"
+    "  /BLOCKSIZE n    bytes per read and write block, 1 to 16777216 (default 128000)\n"
+    "  /CONSOLE        run in the console\n"
+    "  /?, -h, --help  show this text\n"
+    "\n"
+    "Switches may be written in any case and come in any order; the last /RUN or\n"
+    "/LOAD decides. Exit status of /RUN: 0 Backup Complete, 1 Error During Backup,\n"
+    "2 Backup Cancelled, 3 nothing was run.\n"
+    "Environment: TESSARON_LOG_DIR names the folder for the run logs (default: Log\n"
+    "beside the program, else ~/.local/state/tessaron/Log).\n";
+
+ConsoleOptions DetectConsole() {
+    ConsoleOptions o;
+    o.Progress = IsTerminal(StdStream::Err);
+    o.OutIsTerminal = IsTerminal(StdStream::Out);
+    o.Interactive = IsTerminal(StdStream::In);
+    int columns = TerminalColumns();
+    o.Columns = columns > 0 ? columns : 80;
+    return o;
+}
+
+int RunBackup(clsSetup& setup) {
+    ConsoleView view(std::cout, std::cerr, std::cin, DetectConsole());
+    BackupEngine engine(view);
+    view.WatchInterrupt(InterruptRequested, [&engine] { engine.Cancel(); });
+    engine.Setup(setup);
+    if (const char* dir = std::getenv("TESSARON_LOG_DIR"); dir != nullptr && *dir != '\0') {
+        engine.LogDir(dir);
+    }
+    InstallInterruptHandlers();
+    bool ok = engine.Run(true);
+    view.Finished(true);
+    if (!engine.LogFile().empty()) {
+        std::cerr << "Log file: " << engine.LogFile() << std::endl;
+    }
+    if (ok) {
+        return kComplete;
+    }
+    return engine.Cancelled() ? kCancelled : kError;
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    std::vector<std::string> args(argv + (argc > 0 ? 1 : 0), argv + argc);
+    std::string text = JoinArguments(args);
+    if (WantsHelp(text)) {
+        std::cout << kUsage;
+        return kComplete;
+    }
+    clsSetup setup;
+    CommandLine cl = ReadCommandLine(text, setup, [&setup](const std::string& file) {
+        return LoadSetup(file, setup, std::cerr);
+    });
+    // There is no window front end in this build: every run happens in the console.
+    if (cl.Action == "/RUN") {
+        return RunBackup(setup);
+    }
+    if (cl.Action == "/LOAD") {
+        std::cout << "Backup set " << cl.LastFile << "\n" << SetupSummary(setup);
+        return kComplete;
+    }
+    if (cl.Loads == 0) {
+        std::cerr << "The window front end is not part of this build; use /RUN to run a "
+                     "backup set in the console.\n\n"
+                  << kUsage;
+    }
+    return kNothingRun;
+}

@@ -1,0 +1,172 @@
+#include "ConsoleView.h"
+
+#include <gtest/gtest.h>
+
+#include <sstream>
+
+using namespace tessaron;
+using namespace std::chrono_literals;
+
+namespace {
+
+struct Console {
+    std::ostringstream out;
+    std::ostringstream err;
+    std::istringstream in;
+    std::chrono::milliseconds now{0};
+    ConsoleView view;
+
+    explicit Console(ConsoleOptions o, const std::string& input = "")
+        : in(input), view(out, err, in, o, [this] { return now; }) {}
+};
+
+ConsoleOptions Unattended() {
+    return {};
+}
+
+ConsoleOptions OnTerminal(bool outToo) {
+    ConsoleOptions o;
+    o.Progress = true;
+    o.OutIsTerminal = outToo;
+    o.Interactive = true;
+    o.Columns = 60;
+    return o;
+}
+
+TEST(ConsoleView, LinesAndAppendsReachStdoutWhole) {
+    Console c(Unattended());
+    c.view.AddLine("Starting Backup (FULL)...");
+    c.view.AddLine("Clearing /b...");
+    c.view.AppendToLastLine("Done");
+    c.view.AddLine("Backup Complete");
+    c.view.Finished(true);
+    EXPECT_EQ(c.out.str(), "Starting Backup (FULL)...\nClearing /b...Done\nBackup Complete\n");
+    EXPECT_EQ(c.err.str(), "");
+}
+
+struct AskCase {
+    MsgButtons buttons;
+    const char* input; // typed replies; nullptr: nobody at the terminal
+    MsgAnswer answer;
+};
+
+class Ask : public ::testing::TestWithParam<AskCase> {};
+
+TEST_P(Ask, AnswerFromTerminalOrUnattended) {
+    const AskCase& c = GetParam();
+    ConsoleOptions o;
+    o.Interactive = c.input != nullptr;
+    Console con(o, c.input ? c.input : "");
+    EXPECT_EQ(con.view.Ask("Clear Target", "Warning\r\n/b\r\nGo?", c.buttons), c.answer);
+    if (c.input == nullptr) {
+        EXPECT_EQ(con.out.str(), std::string("Clear Target: Warning /b Go? [answered ") +
+                                     AnswerName(c.answer) + "]\n");
+    } else {
+        EXPECT_NE(con.err.str().find("Clear Target\nWarning /b Go?\n"), std::string::npos);
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Replies, Ask,
+    ::testing::Values(AskCase{MsgButtons::OK, nullptr, MsgAnswer::OK},
+                      AskCase{MsgButtons::YesNo, nullptr, MsgAnswer::No},
+                      AskCase{MsgButtons::RetryCancel, nullptr, MsgAnswer::Cancel},
+                      AskCase{MsgButtons::YesNo, "y\n", MsgAnswer::Yes},
+                      AskCase{MsgButtons::YesNo, " YES \n", MsgAnswer::Yes},
+                      AskCase{MsgButtons::YesNo, "maybe\nn\n", MsgAnswer::No},
+                      AskCase{MsgButtons::YesNo, "", MsgAnswer::No},
+                      AskCase{MsgButtons::YesNo, "maybe\n", MsgAnswer::No},
+                      AskCase{MsgButtons::RetryCancel, "r\n", MsgAnswer::Retry},
+                      AskCase{MsgButtons::RetryCancel, "CANCEL\n", MsgAnswer::Cancel},
+                      AskCase{MsgButtons::OK, "\n", MsgAnswer::OK}));
+
+TEST(ConsoleView, InterruptCancelsOnceAndAnswersQuestionsSafely) {
+    ConsoleOptions o;
+    o.Interactive = true;
+    Console c(o, "y\n");
+    bool interrupted = false;
+    int cancels = 0;
+    c.view.WatchInterrupt([&] { return interrupted; }, [&] { ++cancels; });
+    c.view.Yield();
+    EXPECT_EQ(cancels, 0);
+    interrupted = true;
+    c.view.Yield();
+    c.view.Yield();
+    EXPECT_EQ(cancels, 1);
+    // Someone typed "y", but after Ctrl+C the question is not asked any more.
+    EXPECT_EQ(c.view.Ask("Clear Target", "Go?", MsgButtons::YesNo), MsgAnswer::No);
+}
+
+void FillProgress(ConsoleView& v) {
+    v.SetBar(ViewBar::Overall, 42);
+    v.SetText(ViewText::Files, "10");
+    v.SetText(ViewText::FilesTransferred, "3");
+    v.SetText(ViewText::Bytes, "5,000");
+    v.SetText(ViewText::BytesTransferred, "1,000");
+    v.SetText(ViewText::BytesPerSecond, "500");
+    v.SetText(ViewText::Remaining, "0:00:08");
+    v.SetText(ViewText::CurrentFile, "/src/a.txt");
+}
+
+TEST(ConsoleView, ProgressText) {
+    Console c(Unattended());
+    EXPECT_EQ(c.view.ProgressText(), "0%");
+    FillProgress(c.view);
+    EXPECT_EQ(c.view.ProgressText(),
+              "42%  3/10 files  1,000/5,000 bytes  500 B/s  0:00:08 left  /src/a.txt");
+    c.view.SetText(ViewText::WindowCaption, "Backup Progress (Verifying)");
+    EXPECT_EQ(c.view.ProgressText().rfind("Verifying 42%", 0), 0u);
+}
+
+TEST(ConsoleView, ProgressRedrawnAtMostEvery500msAndClearedForLines) {
+    Console c(OnTerminal(false));
+    FillProgress(c.view);
+    auto draws = [&] {
+        std::string e = c.err.str();
+        std::size_t n = 0;
+        for (std::size_t p = e.find("42%"); p != std::string::npos; p = e.find("42%", p + 1)) {
+            ++n;
+        }
+        return n;
+    };
+    c.view.Yield();
+    c.now = 499ms;
+    c.view.Yield();
+    EXPECT_EQ(draws(), 1u);
+    c.now = 500ms;
+    c.view.Yield();
+    EXPECT_EQ(draws(), 2u);
+    c.view.AddLine("Copy Complete");
+    EXPECT_EQ(c.err.str().substr(c.err.str().size() - 4), "\r\033[K");
+    EXPECT_EQ(c.out.str(), "Copy Complete");
+}
+
+TEST(ConsoleView, ProgressKeepsTheEndOfALongFileNameWithinTheWidth) {
+    Console c(OnTerminal(false));
+    std::string name = "/very/long/path/" + std::string(100, 'x') + "/\xC3\xA9nd.txt";
+    c.view.SetText(ViewText::CurrentFile, name);
+    c.view.Yield();
+    std::string e = c.err.str();
+    std::string drawn = e.substr(1, e.size() - 1 - 3); // between "\r" and "\033[K"
+    EXPECT_EQ(drawn.size(), 59u + 1u);                 // 59 characters, one of them two bytes long
+    EXPECT_EQ(drawn.substr(0, 7), "0%  ...");
+    EXPECT_EQ(drawn.substr(drawn.size() - 9), "/\xC3\xA9nd.txt");
+}
+
+TEST(ConsoleView, SharedTerminalEndsTheLineBeforeDrawingAndShowsAppendsAgain) {
+    Console c(OnTerminal(true));
+    c.view.AddLine("Clearing /b...");
+    c.view.Yield();
+    c.view.AppendToLastLine("Done");
+    c.view.Finished(true);
+    EXPECT_EQ(c.out.str(), "Clearing /b...\nClearing /b...Done\n");
+}
+
+TEST(ConsoleView, NoProgressWithoutTerminal) {
+    Console c(Unattended());
+    FillProgress(c.view);
+    c.view.Yield();
+    EXPECT_EQ(c.err.str(), "");
+}
+
+} // namespace
