@@ -10,6 +10,7 @@ packages=(
     util-linux              # mount/umount for the disk-full system test
     time                    # /usr/bin/time -v for the benchmark's memory figures
     rsync                   # the benchmark's peer
+    python3                 # runs the benchmark harness (bench/run)
 )
 
 missing=()

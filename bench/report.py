@@ -1,0 +1,139 @@
+"""The benchmark's table: medians, ratios Tessaron / peer, and whether each target held."""
+
+from __future__ import annotations
+
+import datetime
+import os
+import platform
+import subprocess
+from pathlib import Path
+from typing import Optional
+
+from tessbench import KiB, MEMORY_GROWTH, Case, median_peak, median_seconds
+
+
+def judge(value: Optional[float], limit: float, judged: bool) -> str:
+    if value is None:
+        return "not measured"
+    if not judged:
+        return "not judged (--quick)"
+    return "held" if value <= limit else "missed"
+
+
+def seconds_text(x: Optional[float]) -> str:
+    return "-" if x is None else f"{x:.3f} s"
+
+
+def mib_text(kib: Optional[int]) -> str:
+    return "-" if kib is None else f"{kib / KiB:.1f} MiB"
+
+
+def copy_rows(case: Case, judged: bool) -> list[list[str]]:
+    """One row per peer: Tessaron's median, the peer's, their ratio and the target."""
+    tess = case.contenders[0] if case.contenders[0].name.startswith("Tessaron") else None
+    t = median_seconds(tess) if tess else None
+    limits = {target.peer: target for target in case.targets}
+    rows = []
+    for peer in case.contenders[1 if tess else 0:]:
+        p = median_seconds(peer)
+        ratio = t / p if t is not None and p else None
+        target = limits.get(peer.name)
+        rows.append([f"{case.key} {case.title}" if not rows else "",
+                     tess.name if tess and not rows else "",
+                     seconds_text(t) if not rows else "",
+                     mib_text(median_peak(tess)) if tess and not rows else "",
+                     peer.name, seconds_text(p), "-" if ratio is None else f"{ratio:.2f}",
+                     target.wording if target else "-",
+                     judge(ratio, target.max_ratio, judged) if target else "-"])
+    return rows
+
+
+def memory_rows(case: Case, judged: bool) -> list[list[str]]:
+    """Peak resident memory at the smaller and the larger file count, and the growth."""
+    if len(case.contenders) != 2:
+        return [[f"{case.key} {case.title}", "Tessaron", "-", "-", "-", "-", "-",
+                 f"growth <= {MEMORY_GROWTH:.0%}", "not measured"]]
+    low, high = (median_peak(c) for c in case.contenders)
+    growth = (high - low) / low if low and high else None
+    rows = []
+    for c in case.contenders:
+        rows.append([f"{case.key} {case.title}" if not rows else "", c.name,
+                     seconds_text(median_seconds(c)), mib_text(median_peak(c)), "", "", "",
+                     "", ""])
+    rows[-1][6] = "-" if growth is None else f"{growth:+.1%}"
+    rows[-1][7] = f"growth within {MEMORY_GROWTH:.0%}"
+    rows[-1][8] = judge(None if growth is None else abs(growth), MEMORY_GROWTH, judged)
+    return rows
+
+
+HEADINGS = ["case", "Tessaron run", "time", "peak memory", "compared with", "peer time",
+            "ratio", "target", "result"]
+
+
+def render(rows: list[list[str]]) -> str:
+    """A Markdown table with padded columns, readable as it stands in a terminal."""
+    table = [HEADINGS] + rows
+    widths = [max(len(r[i]) for r in table) for i in range(len(HEADINGS))]
+
+    def line(r: list[str]) -> str:
+        return "| " + " | ".join(c.ljust(w) for c, w in zip(r, widths)) + " |"
+
+    return "\n".join([line(HEADINGS), line(["-" * w for w in widths])] +
+                     [line(r) for r in rows])
+
+
+def table(cases: list[Case], judged: bool) -> str:
+    rows: list[list[str]] = []
+    for case in cases:
+        rows += memory_rows(case, judged) if not case.targets else copy_rows(case, judged)
+    return render(rows)
+
+
+def cpu_model() -> str:
+    try:
+        for line in Path("/proc/cpuinfo").read_text().splitlines():
+            if line.startswith("model name"):
+                return line.split(":", 1)[1].strip()
+    except OSError:
+        pass
+    return platform.processor() or "unknown CPU"
+
+
+def file_system(path: Path) -> str:
+    """Type and source of the mount that holds path, from /proc/self/mountinfo."""
+    best, found = "", "unknown file system"
+    try:
+        lines = Path("/proc/self/mountinfo").read_text().splitlines()
+    except OSError:
+        return found
+    for line in lines:
+        left, _, right = line.partition(" - ")
+        point = left.split()[4].replace("\\040", " ")
+        inside = str(path) == point or str(path).startswith(point.rstrip("/") + "/")
+        if inside and len(point) >= len(best):
+            fields = right.split()
+            best, found = point, f"{fields[0]} on {fields[1]} (mounted at {point})"
+    return found
+
+
+def first_line(argv: list[str]) -> str:
+    try:
+        out = subprocess.run(argv, capture_output=True, timeout=10).stdout.decode()
+        return out.splitlines()[0].strip()
+    except (OSError, subprocess.TimeoutExpired, IndexError):
+        return f"{argv[0]}: unknown version"
+
+
+def header(scratch: Path, tess_note: str, reps: int, drop_caches: bool, quick: bool) -> str:
+    cache = ("page cache dropped before every run (sync; echo 3 > /proc/sys/vm/drop_caches)"
+             if drop_caches else
+             "page cache not dropped (warm: the source is in memory), sync before every run")
+    when = datetime.datetime.now().astimezone().strftime("%Y-%m-%d %H:%M %Z")
+    lines = [f"Tessaron benchmark, {when}" + (" (--quick: tiny sizes)" if quick else ""),
+             f"machine: {os.cpu_count()} cores, {cpu_model()}, Linux {platform.release()}",
+             f"scratch: {file_system(scratch)}",
+             f"tools: {tess_note}; {first_line(['cp', '--version'])}; "
+             f"{first_line(['rsync', '--version'])}",
+             f"{cache}; median of {reps} run(s) per tool, tools alternating; "
+             "ratio = Tessaron / peer"]
+    return "\n".join(lines)

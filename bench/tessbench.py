@@ -1,0 +1,600 @@
+"""Times Tessaron against cp -a and rsync -a on generated trees.
+
+The harness generates its own data under a scratch folder, runs every tool on the same data
+(alternating the tools, repeating each case, output removed between runs and not timed),
+checks the copies against the source and prints a table of medians and ratios.
+
+Only the standard library is used, so a fresh machine needs nothing but python3.
+"""
+
+from __future__ import annotations
+
+import os
+import random
+import stat
+import statistics
+import subprocess
+import time
+from dataclasses import dataclass, field
+from pathlib import Path
+from typing import Callable, Optional
+
+KiB = 1 << 10
+MiB = 1 << 20
+GiB = 1 << 30
+BLOCK = 4096  # allocation unit assumed when estimating the space a tree takes
+SPACE_MARGIN = 512 * MiB
+LOG_MARK_BYTES = 64 * KiB  # how much of a log file is searched for the scratch path
+
+
+@dataclass(frozen=True)
+class Sizes:
+    large_files: int
+    large_size: int
+    small_files: int
+    small_dirs: int
+    small_size: int
+    memory_files: tuple[int, int]  # file counts compared by the memory case
+    reps: int
+
+
+FULL_SIZES = Sizes(8, 256 * MiB, 20000, 200, 4 * KiB, (20000, 80000), 3)
+# Odd sizes in quick mode so that a short last block is exercised.
+QUICK_SIZES = Sizes(2, MiB + 123, 200, 10, 4 * KiB, (200, 800), 1)
+
+# "well below rsync -a" for many small files
+SMALL_VS_RSYNC = 0.75
+MEMORY_GROWTH = 0.10
+
+
+# ----------------------------------------------------------------------------------------
+# Backup set files
+# ----------------------------------------------------------------------------------------
+
+
+def selections_text(paths: list[str]) -> str:
+    """Each entry quoted; entries after the first on continuation lines opened by a tab."""
+    if any('"' in p for p in paths):
+        raise ValueError("a selected path cannot contain a double quote")
+    return "".join(("\t" if i else "") + f'"{p}"\r\n' for i, p in enumerate(paths))
+
+
+def set_file_text(target: str, sources: list[str], backup_type: str = "FULL",
+                  verify: bool = False) -> str:
+    """The ten lines of a backup set file, CR LF ended, with the given options."""
+    if '"' in target:
+        raise ValueError("a target cannot contain a double quote")
+
+    def word(flag: bool) -> str:
+        return "True" if flag else "False"
+
+    lines = [f'Target = "{target}"', f"BackupType = {backup_type}",
+             "CleanTarget = False", "SaveLog = False", "StopOnError = False",
+             f"Verify = {word(verify)}", "EjectMedia = False", "EMail = False", "EMailTo = "]
+    text = "".join(line + "\r\n" for line in lines) + "Selections = "
+    return text + selections_text(sources)
+
+
+# ----------------------------------------------------------------------------------------
+# Data sets
+# ----------------------------------------------------------------------------------------
+
+
+def make_large(root: Path, count: int, size: int, seed: int = 1) -> None:
+    """count files of size bytes; every MiB block differs by a header."""
+    root.mkdir(parents=True)
+    block = random.Random(seed).randbytes(MiB)
+    for i in range(count):
+        with open(root / f"file{i:02}.bin", "wb") as f:
+            left, n = size, 0
+            while left > 0:
+                chunk = (i.to_bytes(8, "little") + n.to_bytes(8, "little") + block[16:])[:left]
+                f.write(chunk)
+                left -= len(chunk)
+                n += 1
+
+
+def small_layout(files: int, dirs: int) -> int:
+    """Files per folder of the small-file sets; kept when the file count grows."""
+    return max(1, -(-files // dirs))
+
+
+def make_small(root: Path, files: int, per_dir: int, size: int, seed: int = 2) -> None:
+    """files files of size bytes, per_dir to a folder, each with its own content."""
+    root.mkdir(parents=True)
+    pool = random.Random(seed).randbytes(size * 64)
+    folder = root
+    for i in range(files):
+        if i % per_dir == 0:
+            folder = root / f"dir{i // per_dir:04}"
+            folder.mkdir()
+        off = (i * 97) % (len(pool) - size)
+        data = (i.to_bytes(8, "little") + pool[off + 8:off + size])[:size]
+        with open(folder / f"f{i:06}.dat", "wb") as f:
+            f.write(data)
+
+
+def tree_bytes(files: int, size: int, dirs: int) -> int:
+    """Space a tree takes on disk, rounded up to whole blocks."""
+    return files * (-(-size // BLOCK) * BLOCK) + (dirs + 1) * BLOCK
+
+
+def space_needed(s: Sizes) -> tuple[int, int]:
+    """(bytes, inodes) of the busiest phase: the large set with one copy, or the small sets
+    with one copy each of the small set being timed, two kept up-to-date copies and one copy
+    of the memory set."""
+    large = tree_bytes(s.large_files, s.large_size, 0)
+    per = small_layout(s.small_files, s.small_dirs)
+    small_sets = [tree_bytes(n, s.small_size, -(-n // per)) for n in
+                  (s.small_files, *s.memory_files)]
+    small_inodes = [n + -(-n // per) + 64 for n in (s.small_files, *s.memory_files)]
+    small_phase = 4 * small_sets[0] + sum(small_sets[1:]) + max(small_sets[1:])
+    inodes = 4 * small_inodes[0] + sum(small_inodes[1:]) + max(small_inodes[1:])
+    return max(2 * large, small_phase) + SPACE_MARGIN, inodes
+
+
+def check_space(folder: Path, need: tuple[int, int]) -> Optional[str]:
+    """A message when the file system of folder is short of space or inodes, else None."""
+    st = os.statvfs(folder)
+    free, inodes = st.f_bavail * st.f_frsize, st.f_favail
+    if free < need[0]:
+        return (f"not enough space in {folder}: the benchmark needs {need[0] / GiB:.1f} GiB, "
+                f"{free / GiB:.1f} GiB are free. Point TESSARON_BENCH_DIR (or --dir) at a "
+                "folder with more room, or use --quick.")
+    if st.f_files and inodes < need[1]:
+        return (f"not enough inodes in {folder}: the benchmark needs {need[1]}, "
+                f"{inodes} are free.")
+    return None
+
+
+# ----------------------------------------------------------------------------------------
+# Tree comparison
+# ----------------------------------------------------------------------------------------
+
+
+def _kind(mode: int) -> str:
+    if stat.S_ISDIR(mode):
+        return "folder"
+    if stat.S_ISREG(mode):
+        return "file"
+    if stat.S_ISLNK(mode):
+        return "link"
+    return "special"
+
+
+def scan_tree(top: Path) -> dict[str, os.stat_result]:
+    """Relative path -> lstat of every entry below top; links are not followed."""
+    found: dict[str, os.stat_result] = {}
+    for folder, dirs, files in os.walk(top, followlinks=False):
+        for name in dirs + files:
+            full = os.path.join(folder, name)
+            found[os.path.relpath(full, top)] = os.lstat(full)
+    return found
+
+
+def same_content(a: str, b: str) -> bool:
+    with open(a, "rb") as fa, open(b, "rb") as fb:
+        while True:
+            x, y = fa.read(MiB), fb.read(MiB)
+            if x != y:
+                return False
+            if not x:
+                return True
+
+
+def compare_entry(rel: str, src: Path, dst: Path, s: os.stat_result,
+                  d: os.stat_result) -> Optional[str]:
+    """What is wrong with one copied entry, or None. Files must match in content, size,
+    permission bits and modification time to the second (what an incremental run
+    compares); links in their target text."""
+    ks, kd = _kind(s.st_mode), _kind(d.st_mode)
+    if ks != kd:
+        return f"{rel}: a {ks} was copied as a {kd}"
+    if ks == "link" and os.readlink(src / rel) != os.readlink(dst / rel):
+        return f"{rel}: link target differs"
+    if ks != "file":
+        return None
+    if s.st_size != d.st_size:
+        return f"{rel}: size {d.st_size}, source has {s.st_size}"
+    if stat.S_IMODE(s.st_mode) != stat.S_IMODE(d.st_mode):
+        return f"{rel}: mode {stat.S_IMODE(d.st_mode):o}, source has {stat.S_IMODE(s.st_mode):o}"
+    if s.st_mtime_ns // 10**9 != d.st_mtime_ns // 10**9:
+        return f"{rel}: modification time differs"
+    if not same_content(str(src / rel), str(dst / rel)):
+        return f"{rel}: content differs"
+    return None
+
+
+def compare_trees(src: Path, dst: Path) -> list[str]:
+    """Every difference between the tree at src and its copy at dst (empty when equal)."""
+    if not dst.is_dir():
+        return [f"no copy at {dst}"]
+    a, b = scan_tree(src), scan_tree(dst)
+    problems = [f"{rel}: missing in the copy" for rel in sorted(a.keys() - b.keys())]
+    problems += [f"{rel}: not in the source" for rel in sorted(b.keys() - a.keys())]
+    for rel in sorted(a.keys() & b.keys()):
+        problem = compare_entry(rel, src, dst, a[rel], b[rel])
+        if problem:
+            problems.append(problem)
+    return problems
+
+
+def file_ctimes(top: Path) -> dict[str, int]:
+    """Change times of the regular files below top: a rewritten file gets a new one."""
+    return {rel: st.st_ctime_ns for rel, st in scan_tree(top).items()
+            if stat.S_ISREG(st.st_mode)}
+
+
+def rewritten(before: dict[str, int], after: dict[str, int]) -> list[str]:
+    return sorted(rel for rel, t in after.items() if before.get(rel) != t)
+
+
+# ----------------------------------------------------------------------------------------
+# Running the tools
+# ----------------------------------------------------------------------------------------
+
+
+@dataclass
+class RunResult:
+    seconds: float
+    peak_kib: int  # peak resident memory of the command (0 when unknown)
+    rc: int
+
+
+GNU_TIME = "/usr/bin/time"
+
+
+def peak_from(report_path: Path) -> int:
+    """The last line of a GNU time report written with -f %M: the peak in KiB."""
+    try:
+        lines = report_path.read_text().split()
+        return int(lines[-1]) if lines else 0
+    except (OSError, ValueError):
+        return 0
+
+
+def run_timed(argv: list[str], out_path: Path, env: Optional[dict] = None) -> RunResult:
+    """Runs argv with stdin closed and its output appended to out_path, timing the wall
+    clock. The peak memory comes from GNU time: a process started straight from Python
+    inherits the interpreter's own resident size as its high-water mark, GNU time's is
+    about 1 MiB."""
+    report_path = out_path.with_suffix(".peak")
+    report_path.unlink(missing_ok=True)
+    wrap = [GNU_TIME, "-f", "%M", "-o", str(report_path), "--"] if os.access(
+        GNU_TIME, os.X_OK) else []
+    with open(out_path, "ab") as out:
+        start = time.perf_counter()
+        try:
+            rc = subprocess.run(wrap + argv, stdin=subprocess.DEVNULL, stdout=out,
+                                stderr=subprocess.STDOUT, env=env).returncode
+        except OSError as e:
+            out.write(f"cannot start {argv[0]}: {e}\n".encode())
+            return RunResult(0.0, 0, 127)
+        seconds = time.perf_counter() - start
+    return RunResult(seconds, peak_from(report_path), rc)
+
+
+def run_steps(steps: list[list[str]], out_path: Path, env: Optional[dict]) -> RunResult:
+    """Runs the commands one after another, stopping at the first failure; times add up."""
+    total = RunResult(0.0, 0, 0)
+    for argv in steps:
+        r = run_timed(argv, out_path, env)
+        total = RunResult(total.seconds + r.seconds, max(total.peak_kib, r.peak_kib), r.rc)
+        if r.rc != 0:
+            break
+    return total
+
+
+def remove_tree(path: Path) -> None:
+    if path.is_symlink() or path.is_file():
+        path.unlink()
+    elif path.exists():
+        subprocess.run(["rm", "-rf", "--", str(path)], check=False)
+
+
+def settle(drop_caches: bool) -> None:
+    """Writes dirty data back (and drops the page cache when asked) before a timed run, so
+    that no tool pays for the previous one's writeback."""
+    os.sync()
+    if drop_caches:
+        with open("/proc/sys/vm/drop_caches", "w") as f:
+            f.write("3\n")
+
+
+# ----------------------------------------------------------------------------------------
+# Cases
+# ----------------------------------------------------------------------------------------
+
+
+@dataclass
+class Contender:
+    name: str
+    steps: list[list[str]]
+    out_dir: Path  # removed between runs unless keep_output
+    check: Callable[[], list[str]]  # problems with the result, checked after the first run
+    env: Optional[dict] = None
+    keep_output: bool = False  # the output is the up-to-date copy an incremental run needs
+    results: list[RunResult] = field(default_factory=list)
+    problems: list[str] = field(default_factory=list)
+
+
+@dataclass
+class Target:
+    peer: str
+    max_ratio: float
+    wording: str
+
+
+@dataclass
+class Case:
+    key: str
+    title: str
+    contenders: list[Contender]  # Tessaron first
+    targets: list[Target]
+    setup: Callable[[], list[str]] = lambda: []  # untimed, once before the repetitions
+
+
+def median_seconds(c: Contender) -> Optional[float]:
+    ok = [r.seconds for r in c.results if r.rc == 0]
+    return statistics.median(ok) if ok and not c.problems else None
+
+
+def median_peak(c: Contender) -> Optional[int]:
+    ok = [r.peak_kib for r in c.results if r.rc == 0 and r.peak_kib > 0]
+    return int(statistics.median(ok)) if ok else None
+
+
+def rotated(items: list, k: int) -> list:
+    """The tools take turns going first, so that no tool always runs on a warmer system."""
+    k %= len(items)
+    return items[k:] + items[:k]
+
+
+def run_case(case: Case, reps: int, drop_caches: bool, scratch: Path, say) -> None:
+    say(f"case {case.key}: {case.title}")
+    trouble = case.setup()
+    if trouble:
+        for c in case.contenders:
+            c.problems += trouble
+        return
+    for rep in range(reps):
+        for c in rotated(case.contenders, rep):
+            if c.problems:
+                continue
+            run_one(c, rep, drop_caches, scratch / "output.txt")
+            last = c.results[-1]
+            say(f"  {c.name:<22} run {rep + 1}: {last.seconds:7.3f} s, "
+                f"{last.peak_kib / KiB:7.1f} MiB" + ("" if last.rc == 0 else f", exit {last.rc}"))
+    for c in case.contenders:
+        remove_tree(c.out_dir)
+
+
+def run_one(c: Contender, rep: int, drop_caches: bool, out_path: Path) -> None:
+    if not c.keep_output:
+        remove_tree(c.out_dir)
+        c.out_dir.mkdir(parents=True)
+    settle(drop_caches)
+    out_path.write_bytes(b"")
+    r = run_steps(c.steps, out_path, c.env)
+    c.results.append(r)
+    if r.rc != 0:
+        tail = out_path.read_text(errors="replace").strip().splitlines()[-5:]
+        c.problems.append(f"exit status {r.rc}" + "".join(f"\n      {t}" for t in tail))
+    elif rep == 0:
+        c.problems += c.check()
+
+
+# ----------------------------------------------------------------------------------------
+# The Tessaron executable
+# ----------------------------------------------------------------------------------------
+
+
+@dataclass
+class Tessaron:
+    exe: Path
+    switches: list[str]  # after "/RUN file.set"
+    env: dict
+    note: str  # where the executable came from, for the table header
+
+    def run_set(self, set_path: Path) -> list[str]:
+        return [str(self.exe), "/RUN", str(set_path), *self.switches]
+
+
+def build_type(exe: Path) -> str:
+    """CMAKE_BUILD_TYPE of the build tree that holds exe, or "unknown"."""
+    for folder in exe.parents:
+        cache = folder / "CMakeCache.txt"
+        if cache.is_file():
+            for line in cache.read_text(errors="replace").splitlines():
+                if line.startswith("CMAKE_BUILD_TYPE:"):
+                    return line.split("=", 1)[1] or "none"
+            return "unknown"
+    return "unknown"
+
+
+NO_PROGRAM = "the build defines no tessaron executable yet"
+
+
+def build_tessaron(repo: Path, say) -> tuple[Optional[Path], str]:
+    """Configures build-bench (Release, no tests) and builds its tessaron target. Configuring
+    every time picks up folders that appeared since; it is quick when nothing changed."""
+    build = repo / "build-bench"
+    say(f"configuring and building the tessaron target in {build}")
+    cfg = subprocess.run(["cmake", "-S", str(repo), "-B", str(build),
+                          "-DCMAKE_BUILD_TYPE=Release", "-DTESSARON_TESTS=OFF"],
+                         stdout=subprocess.DEVNULL)
+    if cfg.returncode != 0:
+        return None, "configuring build-bench failed"
+    targets = subprocess.run(["cmake", "--build", str(build), "--target", "help"],
+                             capture_output=True).stdout.decode(errors="replace")
+    if not any(line.split()[-1:] == ["tessaron"] for line in targets.splitlines()):
+        return None, NO_PROGRAM
+    made = subprocess.run(["cmake", "--build", str(build), "-j2", "--target", "tessaron"],
+                          stdout=subprocess.DEVNULL)
+    exe = build / "src" / "app" / "tessaron"
+    if made.returncode != 0 or not exe.is_file():
+        return None, "building the tessaron target failed"
+    return exe, "build-bench"
+
+
+def find_tessaron(repo: Path, quick: bool, explicit: Optional[str],
+                  say) -> tuple[Optional[Path], str]:
+    """The executable to time: the one named (--tessaron or TESSARON_BIN); in quick mode the
+    one `make check` built in build/; otherwise a Release build in build-bench, built on
+    demand. (None, reason) when there is none."""
+    if explicit:
+        exe = Path(explicit).resolve()
+        if exe.is_file() and os.access(exe, os.X_OK):
+            return exe, "given"
+        return None, f"{explicit} is not an executable"
+    default = repo / "build" / "src" / "app" / "tessaron"
+    if quick and default.is_file() and os.access(default, os.X_OK):
+        return default, "build"
+    if not (repo / "src" / "app" / "CMakeLists.txt").is_file():
+        return None, NO_PROGRAM
+    return build_tessaron(repo, say)
+
+
+def console_switches(exe: Path, env: dict) -> list[str]:
+    """/QUIET, plus /CONSOLE when the usage text offers it."""
+    try:
+        usage = subprocess.run([str(exe), "/?"], stdin=subprocess.DEVNULL,
+                               capture_output=True, timeout=20, env=env)
+        text = (usage.stdout + usage.stderr).decode(errors="replace")
+    except (OSError, subprocess.TimeoutExpired):
+        text = ""
+    return ["/QUIET", "/CONSOLE"] if "/CONSOLE" in text.upper() else ["/QUIET"]
+
+
+def console_env() -> dict:
+    """The environment of every timed run: no display, so /RUN never opens a window."""
+    env = {k: v for k, v in os.environ.items() if k not in ("DISPLAY", "WAYLAND_DISPLAY")}
+    env["LC_ALL"] = "C"
+    return env
+
+
+def log_folders(exe: Path) -> list[Path]:
+    """Where a run writes its log file: beside the executable, else the user's state folder."""
+    state = os.environ.get("XDG_STATE_HOME") or str(Path.home() / ".local" / "state")
+    return [exe.parent / "Log", Path(state) / "tessaron" / "Log"]
+
+
+def snapshot_logs(folders: list[Path]) -> dict[Path, Optional[set[str]]]:
+    """The log files present now (None for a folder that does not exist yet)."""
+    return {f: (set(os.listdir(f)) if f.is_dir() else None) for f in folders}
+
+
+def remove_new_logs(before: dict[Path, Optional[set[str]]], mark: str) -> int:
+    """Deletes the log files written since the snapshot that mention mark (the scratch
+    folder), so that logs of anyone else's runs stay; removes a Log folder this benchmark
+    created when it is empty again. Returns the number of files deleted."""
+    gone = 0
+    for folder, names in before.items():
+        if not folder.is_dir():
+            continue
+        for name in set(os.listdir(folder)) - (names or set()):
+            path = folder / name
+            try:
+                with open(path, "rb") as f:
+                    head = f.read(LOG_MARK_BYTES)
+            except OSError:
+                continue
+            if mark.encode() in head:
+                path.unlink()
+                gone += 1
+        if names is None and not os.listdir(folder):
+            folder.rmdir()
+    return gone
+
+
+# ----------------------------------------------------------------------------------------
+# The cases on their data sets
+# ----------------------------------------------------------------------------------------
+
+
+class Bench:
+    """Builds the contenders of every case over one scratch folder."""
+
+    def __init__(self, scratch: Path, tess: Optional[Tessaron]):
+        self.scratch, self.tess = scratch, tess
+        self.out, self.sets = scratch / "out", scratch / "sets"
+        self.sets.mkdir(parents=True, exist_ok=True)
+
+    def tessaron(self, key: str, src: Path, label: str = "Tessaron", backup_type: str = "FULL",
+                 verify: bool = False, out: Optional[Path] = None) -> Optional[Contender]:
+        """None when there is no executable to time."""
+        if self.tess is None:
+            return None
+        out = out or self.out / f"{key}-tessaron"
+        set_path = self.sets / f"{key}.set"
+        set_path.write_bytes(set_file_text(str(out), [str(src)], backup_type, verify).encode())
+        copy = out / str(src).lstrip("/")  # a file lands under its full path below the target
+        return Contender(label, [self.tess.run_set(set_path)], out,
+                         lambda: compare_trees(src, copy), env=self.tess.env)
+
+    def peer(self, key: str, tool: str, src: Path, diff: bool = False) -> Contender:
+        out = self.out / f"{key}-{tool}"
+        copy = [["cp", "-a"], ["rsync", "-a"]][tool == "rsync"] + [str(src), f"{out}/"]
+        steps = [copy] + ([["diff", "-rq", str(src), str(out / src.name)]] if diff else [])
+        name = f"{tool} -a" + (" + diff -rq" if diff else "")
+        return Contender(name, steps, out, lambda: compare_trees(src, out / src.name))
+
+    def copy_case(self, key: str, title: str, src: Path, small: bool) -> Case:
+        rsync_limit = SMALL_VS_RSYNC if small else None
+        targets = [Target("cp -a", 1.0, "<= 1.0 x cp -a")]
+        if rsync_limit:
+            targets.append(Target("rsync -a", rsync_limit, f"<= {rsync_limit} x rsync -a"))
+        contenders = [self.tessaron(key, src), self.peer(key, "cp", src),
+                      self.peer(key, "rsync", src)]
+        return Case(key, title, [c for c in contenders if c], targets)
+
+    def verify_case(self, key: str, title: str, src: Path) -> Case:
+        contenders = [self.tessaron(key, src, "Tessaron, verify", verify=True),
+                      self.peer(key, "cp", src, diff=True)]
+        return Case(key, title, [c for c in contenders if c],
+                    [Target("cp -a + diff -rq", 1.0, "<= 1.0 x")])
+
+    def incremental_case(self, key: str, title: str, src: Path) -> Case:
+        """INCREMENTAL over an up-to-date copy made (untimed) by the same tool."""
+        rsync = self.peer(key, "rsync", src)
+        copies = {rsync.name: (rsync.steps, rsync.out_dir / src.name)}
+        contenders = [rsync]
+        full = self.tessaron(key + "-full", src, out=self.out / f"{key}-tessaron")
+        if full:
+            tess = self.tessaron(key, src, "Tessaron, INCREMENTAL", "INCREMENTAL",
+                                 out=full.out_dir)
+            copies[tess.name] = (full.steps, full.out_dir / str(src).lstrip("/"))
+            contenders.insert(0, tess)
+        for c in contenders:
+            c.keep_output = True
+            c.check = self.unchanged_check(c, src, copies[c.name][1])
+        return Case(key, title, contenders, [Target("rsync -a", 1.0, "<= 1.0 x rsync -a")],
+                    setup=lambda: self.make_up_to_date(contenders, copies))
+
+    def make_up_to_date(self, contenders: list[Contender], copies: dict) -> list[str]:
+        self.ctimes: dict[str, dict[str, int]] = {}
+        for c in contenders:
+            steps, copy = copies[c.name]
+            remove_tree(c.out_dir)
+            c.out_dir.mkdir(parents=True)
+            r = run_steps(steps, self.scratch / "output.txt", c.env)
+            if r.rc != 0:
+                return [f"making the up-to-date copy failed with exit status {r.rc}"]
+            os.sync()
+            self.ctimes[c.name] = file_ctimes(copy)
+        return []
+
+    def unchanged_check(self, c: Contender, src: Path, copy: Path) -> Callable[[], list[str]]:
+        def check() -> list[str]:
+            problems = compare_trees(src, copy)
+            again = rewritten(self.ctimes[c.name], file_ctimes(copy))
+            if again:
+                problems.append(f"{len(again)} of {len(self.ctimes[c.name])} up-to-date files "
+                                f"were written again (first: {again[0]})")
+            return problems
+        return check
+
+    def memory_case(self, key: str, title: str, sets: list[tuple[int, Path]]) -> Case:
+        contenders = [self.tessaron(f"{key}-{n}", src, f"Tessaron, {n:,} files")
+                      for n, src in sets]
+        return Case(key, title, contenders, [])

@@ -1,0 +1,196 @@
+"""Tests of the benchmark harness: the set files it writes, the tree comparison that decides
+whether a copy is right, the memory figures, the verdicts and the clean-up."""
+
+import os
+import shutil
+import sys
+import tempfile
+import unittest
+from pathlib import Path
+
+sys.path.insert(0, str(Path(__file__).resolve().parent))
+
+import report  # noqa: E402
+import tessbench as tb  # noqa: E402
+
+
+class SetFileText(unittest.TestCase):
+    def test_lines_and_continuations(self):
+        cases = [
+            (["/d/src"], "FULL", False, 'Selections = "/d/src"\r\n'),
+            (["/d/a", "/d/b c"], "INCREMENTAL", True, 'Selections = "/d/a"\r\n\t"/d/b c"\r\n'),
+        ]
+        for sources, kind, verify, tail in cases:
+            with self.subTest(sources=sources):
+                text = tb.set_file_text("/out dir", sources, kind, verify)
+                lines = text.split("\r\n")
+                self.assertEqual(lines[0], 'Target = "/out dir"')
+                self.assertEqual(lines[1], f"BackupType = {kind}")
+                self.assertEqual(lines[5], f"Verify = {verify}")
+                self.assertEqual(lines[8], "EMailTo = ")
+                self.assertTrue(text.endswith("EMailTo = \r\n" + tail))
+                self.assertNotIn("\n", text.replace("\r\n", ""))
+
+    def test_quote_in_path_is_refused(self):
+        for target, sources in [('/a"b', ["/s"]), ("/t", ['/s"x'])]:
+            with self.assertRaises(ValueError):
+                tb.set_file_text(target, sources)
+
+
+class CompareTrees(unittest.TestCase):
+    def setUp(self):
+        self.tmp = Path(tempfile.mkdtemp())
+        self.src, self.dst = self.tmp / "src", self.tmp / "dst"
+        tb.make_large(self.src / "big", 1, tb.MiB + 10)  # two read rounds
+        (self.src / "sub").mkdir()
+        (self.src / "sub" / "a.txt").write_bytes(b"alpha")
+        os.symlink("sub/a.txt", self.src / "link")
+        shutil.copytree(self.src, self.dst, symlinks=True)
+
+    def tearDown(self):
+        shutil.rmtree(self.tmp)
+
+    def test_exact_copy_passes(self):
+        self.assertEqual(tb.compare_trees(self.src, self.dst), [])
+
+    def test_every_fault_is_found(self):
+        big, small = self.dst / "big" / "file00.bin", self.dst / "sub" / "a.txt"
+
+        def flip_last_byte():
+            data = bytearray(big.read_bytes())
+            data[-1] ^= 1
+            big.write_bytes(bytes(data))
+            shutil.copystat(self.src / "big" / "file00.bin", big)
+
+        def later(p, seconds):
+            st = os.stat(p)
+            os.utime(p, ns=(st.st_atime_ns, st.st_mtime_ns + seconds * 10**9))
+
+        faults = [
+            ("missing in the copy", lambda: small.unlink()),
+            ("not in the source", lambda: (self.dst / "extra").write_bytes(b"")),
+            ("content differs", flip_last_byte),
+            ("size", lambda: small.write_bytes(b"alpha!")),
+            ("modification time", lambda: later(small, 1)),
+            ("mode", lambda: small.chmod(0o600)),
+            ("link target", lambda: (os.unlink(self.dst / "link"),
+                                     os.symlink("sub", self.dst / "link"))),
+            ("copied as a", lambda: (small.unlink(), small.mkdir())),
+        ]
+        for expected, damage in faults:
+            with self.subTest(expected):
+                shutil.rmtree(self.dst)
+                shutil.copytree(self.src, self.dst, symlinks=True)
+                damage()
+                problems = tb.compare_trees(self.src, self.dst)
+                self.assertTrue(any(expected in p for p in problems), problems)
+
+    def test_missing_copy_and_subsecond_time(self):
+        self.assertEqual(tb.compare_trees(self.src, self.tmp / "none"),
+                         [f"no copy at {self.tmp / 'none'}"])
+        p = self.dst / "sub" / "a.txt"
+        whole = os.stat(p).st_mtime_ns // 10**9 * 10**9
+        os.utime(p, ns=(whole, whole + 1))
+        os.utime(self.src / "sub" / "a.txt", ns=(whole, whole + 999_999_999))
+        self.assertEqual(tb.compare_trees(self.src, self.dst), [])
+
+    def test_rewriting_a_file_changes_its_ctime(self):
+        before = tb.file_ctimes(self.dst)
+        (self.dst / "sub" / "a.txt").read_bytes()
+        self.assertEqual(tb.rewritten(before, tb.file_ctimes(self.dst)), [])
+        os.utime(self.dst / "sub" / "a.txt", ns=(0, 0))  # what any rewrite ends with
+        self.assertEqual(tb.rewritten(before, tb.file_ctimes(self.dst)),
+                         [os.path.join("sub", "a.txt")])
+
+
+class Running(unittest.TestCase):
+    def setUp(self):
+        self.tmp = Path(tempfile.mkdtemp())
+        self.out = self.tmp / "output.txt"
+
+    def tearDown(self):
+        shutil.rmtree(self.tmp)
+
+    def test_steps_stop_at_the_first_failure(self):
+        r = tb.run_steps([["true"], ["sh", "-c", "echo oops; exit 4"], ["touch", "never"]],
+                         self.out, None)
+        self.assertEqual(r.rc, 4)
+        self.assertIn("oops", self.out.read_text())
+        self.assertFalse((self.tmp / "never").exists())
+
+    @unittest.skipUnless(os.access(tb.GNU_TIME, os.X_OK), "GNU time is not installed")
+    def test_peak_memory_is_the_commands_own(self):
+        small = tb.run_timed(["true"], self.out)
+        big = tb.run_timed([sys.executable, "-c", "b = bytearray(64 << 20)"], self.out)
+        self.assertLess(small.peak_kib, 8 * 1024)  # not the harness's own resident size
+        self.assertGreater(big.peak_kib, 64 * 1024)
+
+    def test_only_new_logs_of_this_run_are_removed(self):
+        old, fresh = self.tmp / "Log", self.tmp / "state" / "Log"
+        old.mkdir()
+        (old / "BackupLog_1.log").write_text("Checking Target - /scratch/x")
+        before = tb.snapshot_logs([old, fresh])
+        fresh.mkdir(parents=True)
+        (old / "BackupLog_2.log").write_text("Checking Target - /scratch/x/out")
+        (old / "BackupLog_3.log").write_text("Checking Target - /elsewhere")
+        (fresh / "BackupLog_4.log").write_text("Copying /scratch/x/data")
+        self.assertEqual(tb.remove_new_logs(before, "/scratch/x"), 2)
+        self.assertEqual(sorted(os.listdir(old)), ["BackupLog_1.log", "BackupLog_3.log"])
+        self.assertFalse(fresh.exists())
+
+
+class Sizing(unittest.TestCase):
+    def test_full_run_needs_room_for_source_and_copy_of_the_large_set(self):
+        need, _ = tb.space_needed(tb.FULL_SIZES)
+        self.assertGreaterEqual(need, 4 * tb.GiB + tb.SPACE_MARGIN)
+        self.assertLess(need, 5 * tb.GiB)
+
+    def test_short_space_is_refused_with_a_reason(self):
+        with tempfile.TemporaryDirectory() as d:
+            self.assertIsNone(tb.check_space(Path(d), (0, 0)))
+            self.assertIn("not enough space", tb.check_space(Path(d), (1 << 60, 0)))
+
+    def test_small_set_layout(self):
+        with tempfile.TemporaryDirectory() as d:
+            tb.make_small(Path(d) / "s", 25, tb.small_layout(25, 3), 100)
+            folders = sorted(Path(d, "s").iterdir())
+            self.assertEqual([len(os.listdir(f)) for f in folders], [9, 9, 7])
+            sizes = {p.stat().st_size for f in folders for p in f.iterdir()}
+            self.assertEqual(sizes, {100})
+
+
+class Verdicts(unittest.TestCase):
+    def contender(self, name, seconds, peak=1000, rc=0):
+        c = tb.Contender(name, [], Path("/nonexistent"), lambda: [])
+        c.results = [tb.RunResult(s, peak, rc) for s in seconds]
+        return c
+
+    def test_judge(self):
+        table = [(None, True, "not measured"), (0.5, True, "held"), (1.0, True, "held"),
+                 (1.01, True, "missed"), (2.0, False, "not judged (--quick)")]
+        for value, judged, expected in table:
+            with self.subTest(value=value):
+                self.assertEqual(report.judge(value, 1.0, judged), expected)
+
+    def test_ratio_of_medians_and_failed_runs(self):
+        case = tb.Case("2", "small", [
+            self.contender("Tessaron", [3.0, 1.0, 2.0]),
+            self.contender("cp -a", [4.0, 4.0, 9.0]),
+            self.contender("rsync -a", [1.0], rc=1)],
+            [tb.Target("cp -a", 1.0, "x"), tb.Target("rsync -a", 0.75, "y")])
+        rows = report.copy_rows(case, judged=True)
+        self.assertEqual(rows[0][2], "2.000 s")
+        self.assertEqual(rows[0][6:], ["0.50", "x", "held"])
+        self.assertEqual(rows[1][5:], ["-", "-", "y", "not measured"])
+
+    def test_memory_growth(self):
+        for low, high, expected in [(10000, 10900, "held"), (10000, 11100, "missed"),
+                                    (10000, 8000, "missed")]:
+            with self.subTest(high=high):
+                case = tb.Case("5", "memory", [self.contender("a", [1.0], low),
+                                               self.contender("b", [1.0], high)], [])
+                self.assertEqual(report.memory_rows(case, judged=True)[-1][8], expected)
+
+
+if __name__ == "__main__":
+    unittest.main()
