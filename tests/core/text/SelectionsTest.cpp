@@ -1,0 +1,188 @@
+#include "selection/clsSelections.h"
+#include "text/TextTestUtil.h"
+
+#include <gtest/gtest.h>
+
+namespace tessaron {
+namespace {
+
+using testutil::Apply;
+using testutil::Entries;
+using testutil::EntriesOf;
+
+struct EditCase {
+    const char* name;
+    PathStyle style;
+    std::vector<std::string> ops;
+    Entries expected;
+};
+
+class SelectionEditTest : public ::testing::TestWithParam<EditCase> {};
+
+TEST_P(SelectionEditTest, GivesTheEntries) {
+    const EditCase& c = GetParam();
+    clsSelections sel(c.style);
+    Apply(sel, c.ops);
+    EXPECT_EQ(EntriesOf(sel), c.expected);
+}
+
+constexpr PathStyle W = PathStyle::Windows;
+constexpr PathStyle P = PathStyle::Posix;
+
+const EditCase kEditCases[] = {
+    {"AddTwiceKeepsOne", W, {"+C:\\A", "+C:\\A"}, {{"C:\\A", {}}}},
+    {"ChildOfEntryIsCovered", W, {"+C:\\A", "+C:\\A\\B"}, {{"C:\\A", {}}}},
+    {"ParentSwallowsChildren",
+     W,
+     {"+C:\\A\\B", "+D:\\X", "+C:\\A\\C", "+C:\\A"},
+     {{"D:\\X", {}}, {"C:\\A", {}}}},
+    {"SiblingPrefixIsNotAChild", W, {"+C:\\AB", "+C:\\A"}, {{"C:\\AB", {}}, {"C:\\A", {}}}},
+    {"CaseSensitive", W, {"+C:\\a", "+C:\\A\\x"}, {{"C:\\a", {}}, {"C:\\A\\x", {}}}},
+    {"TrailingSeparatorSameComponents", W, {"+C:\\A\\", "+C:\\A"}, {{"C:\\A", {}}}},
+    {"DriveRootContainsAll", W, {"+C:\\A", "+C:\\"}, {{"C:\\", {}}}},
+    {"RemoveBelowAddsException", W, {"+C:\\A", "-C:\\A\\B"}, {{"C:\\A", {"C:\\A\\B"}}}},
+    {"ReselectDropsException", W, {"+C:\\A", "-C:\\A\\B", "+C:\\A\\B"}, {{"C:\\A", {}}}},
+    {"SelectInsideExceptionAddsEntry",
+     W,
+     {"+C:\\A", "-C:\\A\\B", "+C:\\A\\B\\C"},
+     {{"C:\\A", {"C:\\A\\B"}}, {"C:\\A\\B\\C", {}}}},
+    {"ExceptionsBelowAreKept",
+     W,
+     {"+C:\\A", "-C:\\A\\B\\C", "-C:\\A\\B"},
+     {{"C:\\A", {"C:\\A\\B\\C", "C:\\A\\B"}}}},
+    {"AlreadyExcluded", W, {"+C:\\A", "-C:\\A\\B", "-C:\\A\\B\\C"}, {{"C:\\A", {"C:\\A\\B"}}}},
+    {"RemoveDropsEqualAndBelow",
+     W,
+     {"+C:\\A\\X", "+C:\\A\\Y", "+D:\\Z", "-C:\\A"},
+     {{"D:\\Z", {}}}},
+    {"RemoveOutsideEverythingIsNoOp", W, {"+C:\\A", "-D:\\B"}, {{"C:\\A", {}}}},
+    // Only the first entry that contains the path is looked at; it already excludes it.
+    {"OnlyFirstContainingEntryCounts",
+     W,
+     {"+C:\\", "-C:\\A", "+C:\\A\\B", "-C:\\A\\B\\C"},
+     {{"C:\\", {"C:\\A"}}, {"C:\\A\\B", {}}}},
+    {"UncShare",
+     W,
+     {"+\\\\srv\\share", "-\\\\srv\\share\\tmp", "+\\\\srv\\share\\tmp\\keep"},
+     {{"\\\\srv\\share", {"\\\\srv\\share\\tmp"}}, {"\\\\srv\\share\\tmp\\keep", {}}}},
+    {"EmptyPathIsItsOwnEntry", W, {"+", "+C:\\A", "-C:\\A"}, {{"", {}}}},
+    {"PosixRootSwallows", P, {"+/home/ann", "+/etc", "+/"}, {{"/", {}}}},
+    {"PosixException", P, {"+/home", "-/home/ann/tmp"}, {{"/home", {"/home/ann/tmp"}}}},
+    {"PosixBackslashIsOrdinary", P, {"+/a\\b", "+/a"}, {{"/a\\b", {}}, {"/a", {}}}},
+};
+
+INSTANTIATE_TEST_SUITE_P(Selections, SelectionEditTest, ::testing::ValuesIn(kEditCases),
+                         [](const auto& tc) { return std::string(tc.param.name); });
+
+struct QueryCase {
+    std::string path;
+    bool selected;
+    bool noExceptions;
+    bool childSelected;
+};
+
+// C:\Data except C:\Data\Tmp, C:\Data\Tmp\Keep, D:\Mail.
+class SelectionQueryTest : public ::testing::TestWithParam<QueryCase> {
+protected:
+    SelectionQueryTest() : sel(PathStyle::Windows) {
+        Apply(sel, {"+C:\\Data", "-C:\\Data\\Tmp", "+C:\\Data\\Tmp\\Keep", "+D:\\Mail"});
+    }
+    clsSelections sel;
+};
+
+TEST_P(SelectionQueryTest, Answers) {
+    const QueryCase& q = GetParam();
+    EXPECT_EQ(sel.IsSelected(q.path), q.selected);
+    EXPECT_EQ(sel.IsExcluded(q.path), !q.selected);
+    EXPECT_EQ(sel.IsSelectedWithNoExceptions(q.path), q.noExceptions);
+    EXPECT_EQ(sel.HasChildSelected(q.path), q.childSelected);
+}
+
+INSTANTIATE_TEST_SUITE_P(Selections, SelectionQueryTest,
+                         ::testing::Values(QueryCase{"C:\\Data", true, false, true},
+                                           QueryCase{"C:\\Data\\x", true, true, false},
+                                           QueryCase{"C:\\Data\\Tmp", false, false, true},
+                                           QueryCase{"C:\\Data\\Tmp\\y", false, false, false},
+                                           QueryCase{"C:\\Data\\Tmp\\Keep", true, true, true},
+                                           // The last containing entry decides.
+                                           QueryCase{"C:\\Data\\Tmp\\Keep\\z", true, true, false},
+                                           QueryCase{"C:\\", false, false, true},
+                                           QueryCase{"C:", false, false, true},
+                                           QueryCase{"C:\\DataX", false, false, false},
+                                           QueryCase{"c:\\data", false, false, false},
+                                           QueryCase{"D:\\Mail\\a", true, true, false},
+                                           QueryCase{"", false, false, false}));
+
+TEST(SelectionsFormat, WritesQuotedEntriesWithExceptionsAndTabs) {
+    clsSelections sel(PathStyle::Windows);
+    EXPECT_EQ(sel.Format(), "");
+    Apply(sel, {"+C:\\Data", "-C:\\Data\\Tmp", "-C:\\Data\\Old", "+D:\\Mail"});
+    EXPECT_EQ(sel.Format(), "\"C:\\Data\" Except (\"C:\\Data\\Tmp\" \"C:\\Data\\Old\")\r\n"
+                            "\t\"D:\\Mail\"\r\n");
+}
+
+struct ParseCase {
+    const char* name;
+    std::string text;
+    Entries expected;
+};
+
+class SelectionParseTest : public ::testing::TestWithParam<ParseCase> {};
+
+TEST_P(SelectionParseTest, AppendsTheEntries) {
+    clsSelections sel(PathStyle::Windows);
+    sel.AddSelection("X:\\Before");
+    sel.Parse(GetParam().text);
+    Entries expected{{"X:\\Before", {}}};
+    expected.insert(expected.end(), GetParam().expected.begin(), GetParam().expected.end());
+    EXPECT_EQ(EntriesOf(sel), expected);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Selections, SelectionParseTest,
+    ::testing::Values(
+        ParseCase{"Empty", "", {}}, ParseCase{"Blank", "  ", {}},
+        ParseCase{"Formatted",
+                  "\"C:\\Data\" Except (\"C:\\Data\\Tmp\" \"C:\\Data\\Old\")\r\n\t\"D:\\Mail\"\r\n",
+                  {{"C:\\Data", {"C:\\Data\\Tmp", "C:\\Data\\Old"}}, {"D:\\Mail", {}}}},
+        ParseCase{"KeywordAnyCase", "\"a\" eXcEpT (\"b\")", {{"a", {"b"}}}},
+        ParseCase{"UnclosedListLosesLast", "\"a\" Except (\"b\" \"c\"", {{"a", {"b"}}}},
+        ParseCase{
+            "KeywordWithoutListDropsNextToken", "\"a\" Except \"b\" \"c\"", {{"a", {}}, {"c", {}}}},
+        ParseCase{"UnquotedWordsArePaths", "a b", {{"a", {}}, {"b", {}}}},
+        ParseCase{"SpaceContinues", "\"a\"\r\n \"b\"", {{"a", {}}, {"b", {}}}},
+        ParseCase{"UncontinuedLineIgnored", "\"a\"\r\n\t\"b\"\r\n\"c\"", {{"a", {}}, {"b", {}}}},
+        // A bare line feed is trimmed white space, and the quote after it is ordinary text.
+        ParseCase{"BareLineFeedJoins", "\"a\"\n\"b\"", {{"a\"b\"", {}}}},
+        ParseCase{"BlanksInsideQuotes", "\"C:\\My Files\\ x \"", {{"C:\\My Files\\ x ", {}}}}),
+    [](const auto& tc) { return std::string(tc.param.name); });
+
+TEST(SelectionsItem, OneBasedWithNullOutOfRange) {
+    clsSelections sel(PathStyle::Windows);
+    Apply(sel, {"+C:\\A", "+D:\\B"});
+    ASSERT_EQ(sel.Count(), 2);
+    EXPECT_EQ(sel.Item(0), nullptr);
+    EXPECT_EQ(sel.Item(3), nullptr);
+    EXPECT_EQ(sel.Item(-1), nullptr);
+    ASSERT_NE(sel.Item(2), nullptr);
+    EXPECT_EQ(sel.Item(2)->path(), "D:\\B");
+    sel.Clear();
+    EXPECT_EQ(sel.Count(), 0);
+    EXPECT_EQ(sel.Item(1), nullptr);
+}
+
+TEST(SelectionsCopy, CopyIsIndependentAndAnswersTheSame) {
+    clsSelections sel(PathStyle::Windows);
+    Apply(sel, {"+C:\\A", "-C:\\A\\B"});
+    clsSelections copy(sel);
+    sel.Clear();
+    EXPECT_EQ(EntriesOf(copy), (Entries{{"C:\\A", {"C:\\A\\B"}}}));
+    EXPECT_FALSE(copy.IsSelected("C:\\A\\B\\c"));
+    EXPECT_TRUE(copy.IsSelected("C:\\A\\c"));
+    sel = copy;
+    copy.Clear();
+    EXPECT_FALSE(sel.IsSelected("C:\\A\\B\\c"));
+}
+
+} // namespace
+} // namespace tessaron
