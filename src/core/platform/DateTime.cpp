@@ -42,6 +42,17 @@ DateTime DateTime::FromTimeT(std::time_t t) {
     return {tm.tm_year + 1900, tm.tm_mon + 1, tm.tm_mday, tm.tm_hour, tm.tm_min, tm.tm_sec};
 }
 
+DateTime DateTime::FromTimeTUtc(std::time_t t) {
+    if (t == 0) {
+        return {};
+    }
+    std::tm tm{};
+    if (gmtime_r(&t, &tm) == nullptr) {
+        return {};
+    }
+    return {tm.tm_year + 1900, tm.tm_mon + 1, tm.tm_mday, tm.tm_hour, tm.tm_min, tm.tm_sec};
+}
+
 std::time_t DateTime::ToTimeT() const {
     if (IsEmpty()) {
         return 0;

@@ -25,6 +25,8 @@ struct DateTime {
     static DateTime Now();
     // The local date and time of a moment; the empty date for t == 0.
     static DateTime FromTimeT(std::time_t t);
+    // The UTC date and time of a moment; the empty date for t == 0.
+    static DateTime FromTimeTUtc(std::time_t t);
     // The moment of this local date and time (mktime rules: an hour that a daylight
     // change skips is moved on); 0 for the empty date.
     std::time_t ToTimeT() const;

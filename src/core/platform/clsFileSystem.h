@@ -161,9 +161,12 @@ public:
 
 private:
     bool Fail(const char* member, int code);
-    bool DeleteEntry(const std::string& path, const char* member);
-    bool CleanInside(const std::string& path, const char* member);
+    bool CleanDirectory(int dirfd);
+    bool RemoveAt(int dirfd, const std::string& name);
+    bool WaitUntilGone(const std::string& path);
     void Yield();
+    bool ResolveForDrive(const std::string& path, std::string& resolved);
+    void WaitBeforeRetry();
 };
 
 } // namespace tessaron

@@ -1,0 +1,65 @@
+#pragma once
+// Small helpers shared by the POSIX implementations of the platform classes. Internal to
+// the platform layer: nothing outside src/core/platform/posix includes this.
+
+#include "platform/DateTime.h"
+
+#include <cerrno>
+#include <cstring>
+#include <ctime>
+#include <string>
+#include <sys/stat.h>
+
+namespace tessaron::posix {
+
+namespace detail {
+// strerror_r comes in two flavours (GNU returns the text, XSI fills the buffer).
+inline const char* PickErrorText(int result, const char* buf) {
+    return result == 0 ? buf : "";
+}
+inline const char* PickErrorText(const char* result, const char*) {
+    return result;
+}
+} // namespace detail
+
+// The system's text for an errno value, without a trailing line break.
+inline std::string ErrorText(int code) {
+    char buf[256] = {};
+    std::string text = detail::PickErrorText(strerror_r(code, buf, sizeof buf), buf);
+    while (!text.empty() && (text.back() == '\n' || text.back() == '\r')) {
+        text.pop_back();
+    }
+    return text;
+}
+
+// "source - Error (code) text", the error text of every platform class.
+inline std::string ErrorLine(const std::string& source, int code) {
+    return source + " - Error (" + std::to_string(code) + ") " + ErrorText(code);
+}
+
+// Local date-time of a file time, to the second.
+inline DateTime LocalDate(const struct timespec& ts) {
+    return DateTime::FromTimeT(ts.tv_sec);
+}
+
+// A file time for a local date-time; an empty date gives UTIME_OMIT (leave unchanged).
+inline struct timespec ToTimespec(const DateTime& value) {
+    struct timespec ts {};
+    if (value.IsEmpty()) {
+        ts.tv_nsec = UTIME_OMIT;
+    } else {
+        ts.tv_sec = value.ToTimeT();
+    }
+    return ts;
+}
+
+// Runs fn until it does not fail with EINTR.
+template <class Fn> auto RetryEintr(Fn fn) {
+    auto r = fn();
+    while (r < 0 && errno == EINTR) {
+        r = fn();
+    }
+    return r;
+}
+
+} // namespace tessaron::posix

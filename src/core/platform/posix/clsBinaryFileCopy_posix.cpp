@@ -1,0 +1,159 @@
+// Block copy and file times of clsBinaryFile.
+#include "platform/clsBinaryFile.h"
+
+#include "platform/posix/PosixSupport.h"
+
+#include <algorithm>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace tessaron {
+
+namespace {
+
+constexpr std::size_t kFallbackBuffer = 1 << 20;
+
+// Errors after which copy_file_range will not work for this pair of files, but plain
+// reading and writing may.
+bool KernelCopyUnsupported(int code) {
+    return code == EXDEV || code == ENOSYS || code == EINVAL || code == EOPNOTSUPP ||
+           code == ENOTSUP || code == EBADF;
+}
+
+} // namespace
+
+long long clsBinaryFile::CopyBlockTo(clsBinaryFile& dest, long long count, void* buffer,
+                                     std::size_t bufferSize) {
+    if (m_fd < 0 || dest.m_fd < 0) {
+        Fail(EBADF);
+        dest.Fail(EBADF);
+        return -1;
+    }
+    long long moved = 0;
+    while (moved < count && m_kernelCopy) {
+        auto want = static_cast<std::size_t>(count - moved);
+        ssize_t n = ::copy_file_range(m_fd, nullptr, dest.m_fd, nullptr, want, 0);
+        if (n > 0) {
+            moved += n;
+            continue;
+        }
+        if (n == 0) {
+            // End of file - or a file system that reports no data where there is some
+            // (procfs, some FUSE): let one read/write round decide.
+            m_kernelCopy = false;
+            long long more = CopyBlockTo(dest, count - moved, buffer, bufferSize);
+            m_kernelCopy = more == 0;
+            return more < 0 ? -1 : moved + more;
+        }
+        if (errno == EINTR) {
+            continue;
+        }
+        if (!KernelCopyUnsupported(errno)) {
+            Fail();
+            dest.Fail(LastErrorCode);
+            return -1;
+        }
+        m_kernelCopy = false;
+    }
+    if (buffer == nullptr || bufferSize == 0) {
+        if (m_copyBuffer.empty()) {
+            m_copyBuffer.resize(kFallbackBuffer);
+        }
+        buffer = m_copyBuffer.data();
+        bufferSize = m_copyBuffer.size();
+    }
+    while (moved < count) {
+        std::size_t chunk = std::min(bufferSize, static_cast<std::size_t>(count - moved));
+        long long n = ReadBlock(buffer, chunk);
+        if (n < 0) {
+            return -1;
+        }
+        if (n > 0 && !dest.WriteBlock(buffer, static_cast<std::size_t>(n))) {
+            return -1;
+        }
+        moved += n;
+        if (static_cast<std::size_t>(n) < chunk) {
+            break;
+        }
+    }
+    return moved;
+}
+
+bool clsBinaryFile::GetTimes(std::timespec& atime, std::timespec& mtime) {
+    struct stat st {};
+    if (m_fd < 0) {
+        return Fail(EBADF);
+    }
+    if (::fstat(m_fd, &st) != 0) {
+        return Fail();
+    }
+    atime = st.st_atim;
+    mtime = st.st_mtim;
+    return true;
+}
+
+bool clsBinaryFile::SetTimes(const std::timespec& atime, const std::timespec& mtime) {
+    if (m_fd < 0) {
+        return Fail(EBADF);
+    }
+    struct timespec ts[2] = {atime, mtime};
+    return ::futimens(m_fd, ts) == 0 || Fail();
+}
+
+bool clsBinaryFile::GetFileDates(DateTime& created, DateTime& accessed, DateTime& written) {
+    created = accessed = written = DateTime{};
+    std::timespec atime{};
+    std::timespec mtime{};
+    if (!GetTimes(atime, mtime)) {
+        return false;
+    }
+    accessed = posix::LocalDate(atime);
+    written = posix::LocalDate(mtime);
+#if defined(__linux__) && defined(STATX_BTIME)
+    struct statx stx {};
+    if (::statx(m_fd, "", AT_EMPTY_PATH, STATX_BTIME, &stx) == 0 &&
+        (stx.stx_mask & STATX_BTIME) != 0) {
+        created = DateTime::FromTimeT(static_cast<std::time_t>(stx.stx_btime.tv_sec));
+    }
+#endif
+    return true;
+}
+
+DateTime clsBinaryFile::CreateTime() {
+    DateTime c, a, w;
+    GetFileDates(c, a, w);
+    return c;
+}
+
+DateTime clsBinaryFile::LastAccessTime() {
+    DateTime c, a, w;
+    GetFileDates(c, a, w);
+    return a;
+}
+
+DateTime clsBinaryFile::LastWriteTime() {
+    DateTime c, a, w;
+    GetFileDates(c, a, w);
+    return w;
+}
+
+bool clsBinaryFile::SetCreateTime(const DateTime&) {
+    // A creation time cannot be set on POSIX; succeeding keeps a copy from failing on it.
+    return m_fd >= 0 || Fail(EBADF);
+}
+
+bool clsBinaryFile::SetLastAccessTime(const DateTime& value) {
+    return SetFileDates(DateTime{}, value, DateTime{});
+}
+
+bool clsBinaryFile::SetLastWriteTime(const DateTime& value) {
+    return SetFileDates(DateTime{}, DateTime{}, value);
+}
+
+bool clsBinaryFile::SetFileDates(const DateTime&, const DateTime& accessed,
+                                 const DateTime& written) {
+    return SetTimes(posix::ToTimespec(accessed), posix::ToTimespec(written));
+}
+
+} // namespace tessaron

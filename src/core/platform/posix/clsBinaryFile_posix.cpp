@@ -1,0 +1,262 @@
+#include "platform/clsBinaryFile.h"
+
+#include "platform/posix/PosixSupport.h"
+
+#include <algorithm>
+#include <fcntl.h>
+#include <new>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace tessaron {
+
+using posix::RetryEintr;
+
+namespace {
+
+constexpr std::size_t kContentsChunk = 1 << 16;
+
+int AccessFlags(std::int64_t access) {
+    bool read = (access & FileAccess::Read) != 0;
+    bool write = (access & FileAccess::Write) != 0;
+    if (read && write) {
+        return O_RDWR;
+    }
+    return write ? O_WRONLY : O_RDONLY;
+}
+
+// -1 for an unknown disposition.
+int DispositionFlags(std::int64_t openMode) {
+    switch (openMode) {
+    case FileOpen::CreateNew:
+        return O_CREAT | O_EXCL;
+    case FileOpen::CreateAlways:
+        return O_CREAT | O_TRUNC;
+    case FileOpen::OpenExisting:
+        return 0;
+    case FileOpen::OpenAlways:
+        return O_CREAT;
+    case FileOpen::TruncateExisting:
+        return O_TRUNC;
+    default:
+        return -1;
+    }
+}
+
+} // namespace
+
+clsBinaryFile::~clsBinaryFile() {
+    CloseFile();
+}
+
+bool clsBinaryFile::Fail(int code) {
+    LastErrorCode = code;
+    return false;
+}
+
+bool clsBinaryFile::Fail() {
+    return Fail(errno);
+}
+
+std::string clsBinaryFile::GetErrorMessage(int code) {
+    return posix::ErrorText(code);
+}
+
+bool clsBinaryFile::OpenFile(const std::string& name, std::int64_t access, std::int64_t sharing,
+                             std::int64_t openMode, std::int64_t attributes) {
+    CloseFile();
+    Access = access != -1 ? access : Access;
+    Sharing = sharing != -1 ? sharing : Sharing;
+    OpenMode = openMode != -1 ? openMode : OpenMode;
+    Attributes = attributes != -1 ? attributes : Attributes;
+    int disposition = DispositionFlags(OpenMode);
+    if (disposition < 0) {
+        return Fail(EINVAL);
+    }
+    // O_NONBLOCK keeps a FIFO given by mistake from hanging the open; it is cleared
+    // again at once so that reads and writes block as usual.
+    int flags = AccessFlags(Access) | disposition | O_CLOEXEC | O_NOCTTY | O_NONBLOCK;
+    mode_t mode = (Attributes & FileAttr::ReadOnly) != 0 ? 0444 : 0666;
+    int fd = RetryEintr([&] { return ::open(name.c_str(), flags, mode); });
+    if (fd < 0) {
+        return Fail();
+    }
+    int fl = fcntl(fd, F_GETFL);
+    if (fl >= 0) {
+        fcntl(fd, F_SETFL, fl & ~O_NONBLOCK);
+    }
+    if (AccessFlags(Access) == O_RDONLY) {
+        posix_fadvise(fd, 0, 0, POSIX_FADV_SEQUENTIAL);
+    }
+    m_fd = fd;
+    m_kernelCopy = true;
+    return true;
+}
+
+void clsBinaryFile::CloseFile() {
+    if (m_fd >= 0) {
+        ::close(m_fd);
+        m_fd = -1;
+    }
+}
+
+long long clsBinaryFile::ReadBlock(void* buf, std::size_t count) {
+    if (m_fd < 0) {
+        Fail(EBADF);
+        return -1;
+    }
+    auto* out = static_cast<unsigned char*>(buf);
+    std::size_t done = 0;
+    while (done < count) {
+        ssize_t n = RetryEintr([&] { return ::read(m_fd, out + done, count - done); });
+        if (n < 0) {
+            Fail();
+            return -1;
+        }
+        if (n == 0) {
+            break;
+        }
+        done += static_cast<std::size_t>(n);
+    }
+    return static_cast<long long>(done);
+}
+
+bool clsBinaryFile::WriteBlock(const void* buf, std::size_t count) {
+    if (m_fd < 0) {
+        return Fail(EBADF);
+    }
+    const auto* in = static_cast<const unsigned char*>(buf);
+    std::size_t done = 0;
+    while (done < count) {
+        ssize_t n = RetryEintr([&] { return ::write(m_fd, in + done, count - done); });
+        if (n < 0) {
+            return Fail();
+        }
+        if (n == 0) {
+            return Fail(EIO);
+        }
+        done += static_cast<std::size_t>(n);
+    }
+    return true;
+}
+
+bool clsBinaryFile::ReadFile(std::vector<unsigned char>& buf, long long count) {
+    buf.clear();
+    if (m_fd < 0) {
+        return Fail(EBADF);
+    }
+    if (count < 1) {
+        return Fail(EINVAL);
+    }
+    try {
+        buf.resize(static_cast<std::size_t>(count));
+    } catch (const std::exception&) {
+        return Fail(ENOMEM);
+    }
+    long long n = ReadBlock(buf.data(), buf.size());
+    buf.resize(n < 0 ? 0 : static_cast<std::size_t>(n));
+    return n >= 0;
+}
+
+std::string clsBinaryFile::ReadFileText(long long count) {
+    std::vector<unsigned char> buf;
+    if (!ReadFile(buf, count)) {
+        return {};
+    }
+    return std::string(buf.begin(), buf.end());
+}
+
+std::string clsBinaryFile::GetFileContents() {
+    if (m_fd < 0) {
+        Fail(EBADF);
+        return {};
+    }
+    std::string text;
+    char chunk[kContentsChunk];
+    for (;;) {
+        long long n = ReadBlock(chunk, sizeof chunk);
+        if (n < 0) {
+            return {};
+        }
+        text.append(chunk, static_cast<std::size_t>(n));
+        if (n < static_cast<long long>(sizeof chunk)) {
+            return text;
+        }
+    }
+}
+
+bool clsBinaryFile::WriteFile(const std::vector<unsigned char>& buf) {
+    return WriteBlock(buf.data(), buf.size());
+}
+
+bool clsBinaryFile::WriteFileText(std::string_view text) {
+    return WriteBlock(text.data(), text.size());
+}
+
+bool clsBinaryFile::SeekFile(long long position) {
+    if (m_fd < 0) {
+        return Fail(EBADF);
+    }
+    if (position < 0) {
+        return Fail(EINVAL);
+    }
+    return ::lseek(m_fd, static_cast<off_t>(position), SEEK_SET) >= 0 || Fail();
+}
+
+bool clsBinaryFile::TruncateFile(long long position) {
+    if (!SeekFile(position)) {
+        return false;
+    }
+    return RetryEintr([&] { return ::ftruncate(m_fd, static_cast<off_t>(position)); }) == 0 ||
+           Fail();
+}
+
+long long clsBinaryFile::FileSize() {
+    struct stat st {};
+    if (m_fd < 0) {
+        Fail(EBADF);
+        return -1;
+    }
+    if (::fstat(m_fd, &st) != 0) {
+        Fail();
+        return -1;
+    }
+    return static_cast<long long>(st.st_size);
+}
+
+long long clsBinaryFile::FilePointer() {
+    if (m_fd < 0) {
+        Fail(EBADF);
+        return -1;
+    }
+    off_t pos = ::lseek(m_fd, 0, SEEK_CUR);
+    if (pos < 0) {
+        Fail();
+    }
+    return static_cast<long long>(pos);
+}
+
+bool clsBinaryFile::Eof() {
+    long long pos = FilePointer();
+    long long size = FileSize();
+    return pos < 0 || size < 0 || pos >= size;
+}
+
+bool clsBinaryFile::SetMode(unsigned mode) {
+    if (m_fd < 0) {
+        return Fail(EBADF);
+    }
+    return ::fchmod(m_fd, static_cast<mode_t>(mode & 07777)) == 0 || Fail();
+}
+
+bool clsBinaryFile::SetOwner(unsigned uid, unsigned gid) {
+    if (m_fd < 0) {
+        return Fail(EBADF);
+    }
+    if (::geteuid() != 0) {
+        return true;
+    }
+    return ::fchown(m_fd, static_cast<uid_t>(uid), static_cast<gid_t>(gid)) == 0 || Fail();
+}
+
+} // namespace tessaron
