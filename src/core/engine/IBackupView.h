@@ -14,21 +14,21 @@ enum class MsgAnswer { OK, Yes, No, Retry, Cancel };
 
 // The texts the window's controls show; the run sets them through SetText.
 enum class ViewText {
-    WindowCaption,    // "Backup Progress" + " - 42% Complete", + " (Verifying)"
-    CurrentFile,      // lblCurrentFile
-    Files,            // lblFiles: total files (empty while 0)
-    Bytes,            // lblBytes: total bytes (empty while 0)
-    FilesTransferred, // lblFilesTransfered
-    BytesTransferred, // lblBytesTransfered
+    WindowCaption,     // "Backup Progress" + " - 42% Complete", + " (Verifying)"
+    CurrentFile,       // lblCurrentFile
+    Files,             // lblFiles: total files (empty while 0)
+    Bytes,             // lblBytes: total bytes (empty while 0)
+    FilesTransferred,  // lblFilesTransfered
+    BytesTransferred,  // lblBytesTransfered
     FilesTransCaption, // lblFilesTrans: "Files Transferred", then "Files Verified"
     BytesTransCaption, // lblBytesTrans: "Bytes Transferred", then "Bytes Read"
-    CurrentFrame,     // fraCurrent caption
-    OverallFrame,     // fraOverall caption
-    Elapsed,          // lblElapsed
-    BytesPerSecond,   // lblBytesPerSecond
-    Remaining,        // lblRemaining
-    Result,           // lblResult
-    CancelButton,     // cmdCancel: "Cancel", then "Close"
+    CurrentFrame,      // fraCurrent caption: "Current File", + " (Verifying)"
+    OverallFrame,      // fraOverall caption: "Overall Progress", + " (Verifying)"
+    Elapsed,           // lblElapsed
+    BytesPerSecond,    // lblBytesPerSecond
+    Remaining,         // lblRemaining
+    Result,            // lblResult
+    CancelButton,      // cmdCancel: "Cancel", then "Close"
 };
 
 // The two progress bars, each 0 to 100.

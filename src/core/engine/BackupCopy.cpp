@@ -1,0 +1,281 @@
+// One file's copy: the incremental rule, destination folders, the block loop, metadata.
+#include "engine/BackupEngine.h"
+#include "setfile/clsSetup.h"
+
+#include <cerrno>
+
+namespace tessaron {
+
+struct BackupEngine::FileCopy {
+    std::string source;
+    std::string dest;
+    std::string writePath; // dest, or a temporary name beside it when dest exists
+    FileInfo src;
+    FileInfo dst;
+    clsBinaryFile in;
+    clsBinaryFile out;
+    bool created = false;
+};
+
+namespace {
+
+// Name of the temporary copy beside dest ("/t/a/.b.txt.tessaron-part" for "/t/a/b.txt").
+std::string PartName(const std::string& dest) {
+    const size_t slash = dest.rfind('/');
+    const size_t cut = slash == std::string::npos ? 0 : slash + 1;
+    return dest.substr(0, cut) + "." + dest.substr(cut) + ".tessaron-part";
+}
+
+// Codes that can only come from the writing side of a kernel copy.
+bool IsWriteSideCode(int code) {
+    return code == ENOSPC || code == EDQUOT || code == EFBIG || code == EROFS;
+}
+
+} // namespace
+
+void BackupEngine::StartFile(const std::string& path) {
+    clsProgress& p = *m_progress;
+    p.CurrentFile = path;
+    p.CurrentSize = 0;
+    p.CurrentDone = 0;
+    m_view.SetText(ViewText::CurrentFile, path);
+    m_view.SetBar(ViewBar::Current, 0);
+}
+
+void BackupEngine::LogFileError(const std::string& what, const std::string& path, int code) {
+    AddLogLine(what + " - " + path + ", Error: (" + std::to_string(code) + ") " +
+                   clsBinaryFile::GetErrorMessage(code),
+               true);
+}
+
+// A clsFileSystem failure ("clsFileSystem.Rename() - Error (21) Is a directory") in the
+// file error form of the log; kept whole when it has no code.
+void BackupEngine::LogFsError(const std::string& what, const std::string& path,
+                              const std::string& error) {
+    const std::string marker = " - Error (";
+    const size_t at = error.find(marker);
+    const size_t close = at == std::string::npos ? at : error.find(") ", at);
+    if (close == std::string::npos) {
+        AddLogLine(what + " - " + path + " " + error, true);
+        return;
+    }
+    const size_t start = at + marker.size();
+    AddLogLine(what + " - " + path + ", Error: (" + error.substr(start, close - start) + ") " +
+                   error.substr(close + 2),
+               true);
+}
+
+void BackupEngine::CopyFile(const std::string& source, const std::string& target, bool& ok) {
+    ok = false;
+    StartFile(source);
+    EnsureBuffers();
+    FileCopy c;
+    c.source = source;
+    c.dest = target;
+    m_fs.GetInfo(source, c.src);
+    m_fs.GetInfo(target, c.dst);
+    const bool isLink = c.src.Kind == FileKind::Symlink;
+    if (m_setup != nullptr && m_setup->BackupType == "INCREMENTAL" && c.dst.Exists) {
+        std::string srcText, dstText;
+        const bool upToDate =
+            isLink ? (c.dst.Kind == FileKind::Symlink && m_fs.ReadLink(source, srcText) &&
+                      m_fs.ReadLink(target, dstText) && srcText == dstText)
+                   : (c.src.Kind == FileKind::File && c.dst.Kind == FileKind::File &&
+                      c.src.Size == c.dst.Size && c.src.MTime.tv_sec == c.dst.MTime.tv_sec);
+        if (upToDate) {
+            const std::int64_t size = isLink ? 0 : c.src.Size;
+            AddLogLine("File Skipped - " + source + " (" + std::to_string(size) +
+                           " Bytes) - File Appears to be Up-to-Date on Target.",
+                       false);
+            m_progress->BytesDone += size;
+            ok = true;
+            return;
+        }
+    }
+    if (!PrepareDirectory(target)) {
+        return;
+    }
+    ok = isLink ? CopyLink(source, target, c.dst) : CopyContent(c);
+}
+
+// Makes sure the folder of dest exists below the target as real directories (never a
+// link that could lead the copy elsewhere), creating what is missing.
+bool BackupEngine::PrepareDirectory(const std::string& dest) {
+    const size_t slash = dest.rfind('/');
+    if (slash == std::string::npos || slash == 0) {
+        return true;
+    }
+    const std::string dir = dest.substr(0, slash);
+    if (dir == m_lastDir) {
+        return true;
+    }
+    if (!MakeDirectories(dir)) {
+        return false;
+    }
+    m_lastDir = dir;
+    return true;
+}
+
+bool BackupEngine::MakeDirectories(const std::string& dir) {
+    // Components shared with the folder checked last were real directories then.
+    size_t pos = 1;
+    const size_t common =
+        std::mismatch(dir.begin(), dir.end(), m_lastDir.begin(), m_lastDir.end()).first -
+        dir.begin();
+    if (common == m_lastDir.size() && (common == dir.size() || dir[common] == '/')) {
+        pos = common + 1;
+    } else if (const size_t cut = dir.rfind('/', common); cut != std::string::npos && cut > 0) {
+        pos = cut + 1;
+    }
+    bool creating = false;
+    while (pos <= dir.size()) {
+        size_t next = dir.find('/', pos);
+        next = next == std::string::npos ? dir.size() : next;
+        const std::string sub = dir.substr(0, next);
+        FileInfo info;
+        m_fs.GetInfo(sub, info);
+        // Links are accepted only as part of the target path itself (/mnt/link/Backup).
+        const bool isDir = info.Kind == FileKind::Directory ||
+                           (info.Kind == FileKind::Symlink && sub.size() <= m_outputDir.size());
+        if (!isDir) {
+            if (!creating) {
+                creating = true;
+                AddLogLine("Creating " + dir + "/...", false);
+            }
+            if (!m_fs.CreateDirectory(sub)) {
+                AddLogLine("Unable to create target directory - " + sub + " " + m_fs.LastError,
+                           true);
+                return false;
+            }
+        }
+        pos = next + 1;
+    }
+    if (creating) {
+        AppendLogLine("Done", false);
+    }
+    return true;
+}
+
+bool BackupEngine::CopyLink(const std::string& source, const std::string& dest,
+                            const FileInfo& destInfo) {
+    std::string text;
+    if (!m_fs.ReadLink(source, text)) {
+        LogFsError("Unable to open", source, m_fs.LastError);
+        return false;
+    }
+    AddLogLine("Copying " + source + " (0 Bytes)...", false);
+    FileInfo src;
+    m_fs.GetInfo(source, src);
+    // An existing copy is replaced only once the new link is in place.
+    const std::string linkPath = destInfo.Exists ? PartName(dest) : dest;
+    if (destInfo.Exists) {
+        m_fs.Delete(linkPath);
+    }
+    if (!m_fs.CreateLink(text, linkPath)) {
+        LogFsError("Unable to create", dest, m_fs.LastError);
+        return false;
+    }
+    if (destInfo.Exists && !m_fs.Rename(linkPath, dest)) {
+        LogFsError("Unable to create", dest, m_fs.LastError);
+        m_fs.Delete(linkPath);
+        return false;
+    }
+    m_fs.SetOwner(dest, src.Uid, src.Gid);
+    m_fs.SetTimes(dest, src.ATime, src.MTime);
+    AppendLogLine("Done", false);
+    return true;
+}
+
+bool BackupEngine::CopyContent(FileCopy& c) {
+    if (!c.in.OpenFile(c.source, FileAccess::Read, FileShare::Read, FileOpen::OpenExisting,
+                       FileAttr::Normal)) {
+        LogFileError("Unable to open", c.source, c.in.LastErrorCode);
+        return false;
+    }
+    m_progress->CurrentSize = c.src.Size;
+    AddLogLine("Copying " + c.source + " (" + std::to_string(c.src.Size) + " Bytes)...", false);
+    c.writePath = c.dst.Exists ? PartName(c.dest) : c.dest;
+    if (c.dst.Exists) {
+        // A leftover from an interrupted run may even be a link: never write through it.
+        m_fs.Delete(c.writePath);
+    }
+    if (!c.out.OpenFile(c.writePath, FileAccess::Write, FileShare::None, FileOpen::CreateAlways,
+                        FileAttr::Normal)) {
+        LogFileError("Unable to create", c.dest, c.out.LastErrorCode);
+        FailCopy(c);
+        return false;
+    }
+    c.created = true;
+    if (!CopyBlocks(c)) {
+        FailCopy(c);
+        return false;
+    }
+    return FinishCopy(c);
+}
+
+bool BackupEngine::CopyBlocks(FileCopy& c) {
+    clsProgress& p = *m_progress;
+    const long long block = m_blockSize;
+    for (;;) {
+        c.in.LastErrorCode = 0;
+        c.out.LastErrorCode = 0;
+        const long long n = c.in.CopyBlockTo(c.out, block, m_bufA.data(), m_bufA.size());
+        if (n < 0) {
+            const int readCode = c.in.LastErrorCode;
+            const int writeCode = c.out.LastErrorCode;
+            if (writeCode != 0 && (readCode == 0 || IsWriteSideCode(writeCode))) {
+                LogFileError("Error During Write", c.dest, writeCode);
+            } else {
+                LogFileError("Error During Read", c.source, readCode);
+            }
+            return false;
+        }
+        p.CurrentDone += n;
+        p.BytesDone += n;
+        if (n == 0) {
+            return true;
+        }
+        YieldPoint();
+        // A cancelled copy ends here as if complete; the caller stops the run.
+        if (m_cancelled || (n < block && p.CurrentDone >= c.src.Size)) {
+            return true;
+        }
+    }
+}
+
+bool BackupEngine::FinishCopy(FileCopy& c) {
+    const bool partialReplacement = m_cancelled && c.writePath != c.dest;
+    if (partialReplacement) {
+        // Never put a cut-short copy in place of a complete older one.
+        c.out.CloseFile();
+        m_fs.Delete(c.writePath);
+        c.in.CloseFile();
+        return true;
+    }
+    // Owner before mode: changing the owner clears set-user-ID bits.
+    c.out.SetOwner(c.src.Uid, c.src.Gid);
+    c.out.SetMode(c.src.Mode);
+    c.out.SetTimes(c.src.ATime, c.src.MTime);
+    c.out.CloseFile();
+    if (c.writePath != c.dest && !m_fs.Rename(c.writePath, c.dest)) {
+        LogFsError("Unable to create", c.dest, m_fs.LastError);
+        FailCopy(c);
+        return false;
+    }
+    c.in.CloseFile();
+    AppendLogLine("Done", false);
+    return true;
+}
+
+void BackupEngine::FailCopy(FileCopy& c) {
+    c.out.CloseFile();
+    c.in.CloseFile();
+    if (c.created) {
+        m_fs.Delete(c.writePath);
+    }
+    clsProgress& p = *m_progress;
+    p.BytesDone -= p.CurrentDone;
+    p.BytesSkipped += p.CurrentSize;
+}
+
+} // namespace tessaron

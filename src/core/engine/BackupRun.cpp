@@ -1,0 +1,314 @@
+// The run itself: phase order, the flags that tie the phases together, the result.
+#include "engine/BackupEngine.h"
+#include "engine/NumberText.h"
+#include "mail/clsMailer.h"
+#include "mail/clsRegSettings.h"
+#include "platform/clsPath.h"
+#include "setfile/clsSetup.h"
+
+namespace tessaron {
+
+namespace {
+
+constexpr std::int32_t kDefaultBlockSize = 128000;
+constexpr std::int32_t kMaxBlockSize = 16777216;
+const char* const kCurrentFrame = "Current File";
+const char* const kOverallFrame = "Overall Progress";
+
+// The mailer's host: its lines go into the run log, its waits yield to the view.
+class MailHost : public IMailHost {
+public:
+    MailHost(BackupEngine& engine, IBackupView& view) : m_engine(engine), m_view(view) {}
+    void AddLogLine(const std::string& text, bool display) override {
+        m_engine.AddLogLine(text, display);
+    }
+    void Yield() override { m_view.Yield(); }
+
+private:
+    BackupEngine& m_engine;
+    IBackupView& m_view;
+};
+
+} // namespace
+
+BackupEngine::BackupEngine(IBackupView& view)
+    : m_view(view), m_progress(std::make_unique<clsProgress>()) {}
+
+BackupEngine::~BackupEngine() = default;
+
+void BackupEngine::Setup(clsSetup& setup) {
+    m_setup = &setup;
+}
+
+void BackupEngine::LogDir(const std::string& dir) {
+    m_logDir = dir;
+}
+
+const std::string& BackupEngine::LogDir() const {
+    return m_logDir;
+}
+
+void BackupEngine::Settings(const clsRegSettings& settings) {
+    m_settings = &settings;
+}
+
+void BackupEngine::Cancel() {
+    m_cancelled = true;
+}
+
+bool BackupEngine::Cancelled() const {
+    return m_cancelled;
+}
+
+bool BackupEngine::Finished() const {
+    return m_finished;
+}
+
+const std::string& BackupEngine::LogFile() const {
+    return m_logFile;
+}
+
+void BackupEngine::LogFile(const std::string& path) {
+    m_logFile = path;
+}
+
+bool BackupEngine::Run(bool unloadOnExit) {
+    m_unloadOnExit = unloadOnExit;
+    if (m_setup == nullptr) {
+        m_finished = true;
+        m_view.Finished(unloadOnExit);
+        return false;
+    }
+    StartRun();
+    bool hadError = false;
+    if (SizePhase(hadError) && CopyOrVerifyPhase(false, hadError)) {
+        if (m_setup->Verify && !m_cancelled) {
+            std::int32_t copyElapsed = 0;
+            StartVerify(copyElapsed);
+            CopyOrVerifyPhase(true, hadError);
+            LogVerifySummary(copyElapsed);
+        }
+    }
+    const std::string resultText = FinishResult(hadError);
+    MailLog(resultText);
+    SaveLogToTarget();
+    m_view.SetText(ViewText::CancelButton, "Close");
+    m_finished = true;
+    EjectTarget();
+    const bool succeeded = !hadError && !m_cancelled;
+    m_log.CloseFile();
+    m_view.Finished(m_unloadOnExit);
+    return succeeded;
+}
+
+void BackupEngine::StartRun() {
+    m_cancelled = false;
+    m_finished = false;
+    m_lastDir.clear();
+    m_outputDirLogged = false;
+    m_shownHead.clear();
+    m_shownTail.clear();
+    m_shownDropped = 0;
+    m_view.SetText(ViewText::CancelButton, "Cancel");
+    m_view.SetText(ViewText::WindowCaption, "Backup Progress");
+    m_view.SetText(ViewText::FilesTransCaption, "Files Transferred");
+    m_view.SetText(ViewText::BytesTransCaption, "Bytes Transferred");
+    m_view.SetText(ViewText::CurrentFrame, kCurrentFrame);
+    m_view.SetText(ViewText::OverallFrame, kOverallFrame);
+    if (m_setup->BackupType != "INCREMENTAL" && m_setup->BackupType != "FULL") {
+        m_setup->BackupType = "FULL";
+    }
+    if (m_logDir.empty()) {
+        m_logDir = m_fs.ProgramLogDir();
+    } else if (!m_fs.IsDirectory(m_logDir)) {
+        m_fs.CreateDirectories(m_logDir); // a failure shows as a missing log, not reported
+    }
+    m_log.CloseFile();
+    m_logFile = MakeLogFileName(m_logDir);
+    m_progress = std::make_unique<clsProgress>();
+    AddLogLine("Starting Backup (" + m_setup->BackupType + ")...", true);
+    ReadBlockSize();
+}
+
+void BackupEngine::ReadBlockSize() {
+    m_blockSize = kDefaultBlockSize;
+    const std::int32_t wanted = m_setup->BlockSize;
+    if (wanted >= 1 && wanted <= kMaxBlockSize) {
+        m_blockSize = wanted;
+        AddLogLine("Blocksize set to " + std::to_string(wanted), true);
+    }
+}
+
+// Returns true when the run goes on to the copy phase.
+bool BackupEngine::SizePhase(bool& hadError) {
+    AddLogLine("Calculating Backup Size", true);
+    m_timerOn = true;
+    m_lastRefresh = std::chrono::steady_clock::now();
+    m_phase = Phase::Size;
+    m_outputDir = m_setup->Target;
+    while (m_outputDir.size() > 1 && m_outputDir.back() == '/') {
+        m_outputDir.pop_back();
+    }
+    for (const clsSelItem& item : m_setup->Sel) {
+        bool ok = false;
+        TotalSelection(item.path(), ok);
+        if (!ok && !m_cancelled) {
+            hadError = true;
+            if (m_setup->StopOnError) {
+                break;
+            }
+        }
+        UpdateProgress();
+        if (m_cancelled) {
+            break;
+        }
+    }
+    if ((m_setup->StopOnError && hadError) || m_cancelled) {
+        return false;
+    }
+    const clsProgress& p = *m_progress;
+    AddLogLine(FormatGrouped(std::int64_t{p.TotalFiles}) + " Files,  " +
+                   FormatGrouped(p.TotalBytes) + " Bytes",
+               true);
+    AddLogLine("Checking Target - " + m_setup->Target, true);
+    bool ok = false;
+    CheckTarget(m_setup->Target, ok);
+    if (!ok) {
+        m_cancelled = true;
+    }
+    return !m_cancelled;
+}
+
+// Copy (or verify) phase over every selection entry. Returns false when cancelled.
+bool BackupEngine::CopyOrVerifyPhase(bool verifying, bool& hadError) {
+    const std::string& target = m_setup->Target;
+    if (!verifying) {
+        AddLogLine("Copying Files To: " + target + "...", true);
+        m_progress->Start();
+    }
+    m_phase = verifying ? Phase::Verify : Phase::Copy;
+    EnsureBuffers();
+    for (const clsSelItem& item : m_setup->Sel) {
+        bool ok = false;
+        RunSelection(item.path(), target, verifying, ok);
+        if (!ok && !m_cancelled) {
+            hadError = true;
+            if (m_setup->StopOnError) {
+                break;
+            }
+        }
+        UpdateProgress();
+        if (m_cancelled) {
+            break;
+        }
+    }
+    if (!verifying) {
+        LogCopySummary();
+    }
+    return !m_cancelled;
+}
+
+void BackupEngine::LogCopySummary() {
+    clsProgress& p = *m_progress;
+    p.UpdateElapsedTime();
+    AddLogLine("Copy Complete", true);
+    AddLogLine(FormatGrouped(std::int64_t{p.FilesDone}) + " Files Transferred,  " +
+                   FormatGrouped(p.BytesDone) + " Bytes Transferred",
+               true);
+    const double rate =
+        p.ElapsedTime > 0 ? static_cast<double>(p.BytesDone) / p.ElapsedTime * 1000.0 : 0.0;
+    AddLogLine("Elapsed Time: " + p.FormatElapsedTime() + ", Bytes/Second: " + FormatGrouped(rate),
+               true);
+}
+
+void BackupEngine::StartVerify(std::int32_t& copyElapsed) {
+    AddLogLine("Verifying Files...", true);
+    clsProgress& p = *m_progress;
+    p.UpdateElapsedTime();
+    copyElapsed = p.ElapsedTime;
+    p.CurrentFile.clear();
+    p.CurrentSize = p.CurrentDone = 0;
+    p.FilesDone = 0;
+    p.BytesDone = 0;
+    p.ElapsedTime = p.RemainingTime = 0;
+    p.Start();
+    m_view.SetText(ViewText::FilesTransCaption, "Files Verified");
+    m_view.SetText(ViewText::BytesTransCaption, "Bytes Read");
+    m_view.SetText(ViewText::WindowCaption, "Backup Progress (Verifying)");
+    m_view.SetText(ViewText::CurrentFrame, std::string(kCurrentFrame) + " (Verifying)");
+    m_view.SetText(ViewText::OverallFrame, std::string(kOverallFrame) + " (Verifying)");
+}
+
+void BackupEngine::LogVerifySummary(std::int32_t copyElapsed) {
+    clsProgress& p = *m_progress;
+    p.UpdateElapsedTime();
+    AddLogLine("Verify Complete", true);
+    AddLogLine(FormatGrouped(std::int64_t{p.FilesDone}) + " Files Verified,  " +
+                   FormatGrouped(p.BytesDone) + " Bytes Read",
+               true);
+    const double rate =
+        p.ElapsedTime > 0 ? static_cast<double>(p.BytesDone) / p.ElapsedTime * 1000.0 : 0.0;
+    AddLogLine("Elapsed Time: " + p.FormatElapsedTime() + ", Bytes/Second: " + FormatGrouped(rate),
+               true);
+    const std::int64_t total = std::int64_t{p.ElapsedTime} + copyElapsed;
+    p.ElapsedTime = static_cast<std::int32_t>(std::min<std::int64_t>(total, INT32_MAX));
+    AddLogLine("Total Elapsed Time: " + p.FormatElapsedTime(), true);
+}
+
+std::string BackupEngine::FinishResult(bool hadError) {
+    m_timerOn = false;
+    m_phase = Phase::Idle;
+    std::string text = m_cancelled ? "Backup Cancelled"
+                       : hadError  ? "Error During Backup"
+                                   : "Backup Complete";
+    AddLogLine(text, true);
+    m_view.SetText(ViewText::Result, text);
+    return text;
+}
+
+void BackupEngine::MailLog(const std::string& resultText) {
+    if (!m_setup->Email) {
+        return;
+    }
+    if (m_settings == nullptr) {
+        m_ownSettings = std::make_unique<clsRegSettings>();
+        m_settings = m_ownSettings.get();
+    }
+    MailHost host(*this, m_view);
+    clsMailer mailer(host, *m_settings);
+    mailer.Send_Email(m_setup->EmailTo, resultText, GetLogText());
+}
+
+void BackupEngine::SaveLogToTarget() {
+    // A relative target would put the log wherever the process happens to run.
+    if (!m_setup->SaveLog || m_setup->Target.empty() || m_setup->Target[0] != '/') {
+        return;
+    }
+    std::string dest = m_setup->Target;
+    if (dest.empty() || dest.back() != '/') {
+        dest += '/';
+    }
+    dest += clsPath(m_logFile, NativePathStyle()).File();
+    if (!m_fs.Copy(m_logFile, dest, false)) {
+        AddLogLine("Unable to copy log file to output directory", true);
+    }
+}
+
+void BackupEngine::EjectTarget() {
+    if (!m_setup->EjectMedia || m_setup->Target.empty() || m_setup->Target[0] != '/') {
+        return;
+    }
+    if (!m_fs.EjectMedia(m_setup->Target) && m_fs.GetDriveType(m_setup->Target) == "REMOVABLE") {
+        AddLogLine("Unable to eject media, please remove backup media", true);
+    }
+}
+
+void BackupEngine::EnsureBuffers() {
+    const auto size = static_cast<size_t>(m_blockSize);
+    if (m_bufA.size() != size) {
+        m_bufA.assign(size, 0);
+        m_bufB.assign(size, 0);
+    }
+}
+
+} // namespace tessaron
