@@ -85,6 +85,10 @@ public:
     bool Copy(const std::string& path1, const std::string& path2, bool DeleteExisting);
     // Renames or moves path1 to path2 (within one file system).
     bool Rename(const std::string& path1, const std::string& path2);
+    // Puts path1 in place of path2 in one step (within one file system): an existing file
+    // or link at path2 is replaced atomically, so readers see either the old or the new
+    // one, never neither. A directory at path2 is not replaced (false).
+    bool Replace(const std::string& path1, const std::string& path2);
     // Makes one directory; the parent must exist. An existing directory is a failure.
     bool CreateDirectory(const std::string& path);
     // Makes a directory and every missing parent (mkdir -p); true when it exists after.

@@ -266,6 +266,10 @@ bool clsFileSystem::Rename(const std::string& path1, const std::string& path2) {
     return ::rename(path1.c_str(), path2.c_str()) == 0 || Fail("Rename", errno);
 }
 
+bool clsFileSystem::Replace(const std::string& path1, const std::string& path2) {
+    return ::rename(path1.c_str(), path2.c_str()) == 0 || Fail("Replace", errno);
+}
+
 bool clsFileSystem::CreateDirectory(const std::string& path) {
     if (path.empty()) {
         return Fail("CreateDirectory", ENOENT);
