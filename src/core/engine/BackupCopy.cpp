@@ -175,7 +175,7 @@ bool BackupEngine::CopyLink(const std::string& source, const std::string& dest,
         LogFsError("Unable to create", dest, m_fs.LastError);
         return false;
     }
-    if (destInfo.Exists && !m_fs.Rename(linkPath, dest)) {
+    if (destInfo.Exists && !m_fs.Replace(linkPath, dest)) {
         LogFsError("Unable to create", dest, m_fs.LastError);
         m_fs.Delete(linkPath);
         return false;
@@ -257,7 +257,7 @@ bool BackupEngine::FinishCopy(FileCopy& c) {
     c.out.SetMode(c.src.Mode);
     c.out.SetTimes(c.src.ATime, c.src.MTime);
     c.out.CloseFile();
-    if (c.writePath != c.dest && !m_fs.Rename(c.writePath, c.dest)) {
+    if (c.writePath != c.dest && !m_fs.Replace(c.writePath, c.dest)) {
         LogFsError("Unable to create", c.dest, m_fs.LastError);
         FailCopy(c);
         return false;
