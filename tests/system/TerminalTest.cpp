@@ -1,0 +1,46 @@
+#include "Terminal.h"
+
+#include <gtest/gtest.h>
+
+#include <csignal>
+#include <sys/wait.h>
+#include <unistd.h>
+
+using namespace tessaron;
+
+namespace {
+
+// Runs body in a child process and returns its exit status (128 + signal if killed).
+int InChild(void (*body)()) {
+    pid_t pid = fork();
+    if (pid == 0) {
+        body();
+        _exit(0);
+    }
+    int status = 0;
+    waitpid(pid, &status, 0);
+    return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+}
+
+TEST(Interrupts, FirstSignalOnlyRaisesTheFlagSecondEndsTheProcess) {
+    for (int first : {SIGINT, SIGTERM}) {
+        static int s_first;
+        s_first = first;
+        EXPECT_EQ(InChild([] {
+                      InstallInterruptHandlers();
+                      if (InterruptRequested()) {
+                          _exit(1);
+                      }
+                      raise(s_first);
+                      if (!InterruptRequested()) {
+                          _exit(2);
+                      }
+                      raise(SIGINT);
+                      _exit(3); // not reached: the second interrupt ends the process
+                  }),
+                  130)
+            << first;
+    }
+}
+
+} // namespace
