@@ -284,7 +284,13 @@ MsgAnswer ConsoleView::AskTerminal(const std::string& title, const std::string& 
                                    MsgButtons buttons) {
     EndPendingLine();
     m_out << std::flush;
-    m_err << "\n" << title << "\n" << OneLine(text) << "\n";
+    std::string shown;
+    for (char c : text) {
+        if (c != '\r') {
+            shown += c;
+        }
+    }
+    m_err << "\n" << title << "\n" << shown << "\n";
     for (;;) {
         m_err << ButtonPrompt(buttons) << std::flush;
         std::string reply;

@@ -62,7 +62,7 @@ TEST_P(Ask, AnswerFromTerminalOrUnattended) {
         EXPECT_EQ(con.out.str(), std::string("Clear Target: Warning /b Go? [answered ") +
                                      AnswerName(c.answer) + "]\n");
     } else {
-        EXPECT_NE(con.err.str().find("Clear Target\nWarning /b Go?\n"), std::string::npos);
+        EXPECT_NE(con.err.str().find("Clear Target\nWarning\n/b\nGo?\n"), std::string::npos);
     }
 }
 
