@@ -70,6 +70,8 @@ public:
     // The settings store the mailer reads ("SMTPServer", "EmailFrom"). Not owned; when
     // never set, the engine uses a store of its own with the default location.
     void Settings(const clsRegSettings& settings);
+    // Seconds the mailer waits for the connection and for each reply (default 30).
+    void MailTimeout(int seconds) { m_mailTimeout = seconds; }
 
     // Runs the backup. True only when the run ended with neither an error nor a
     // cancellation.
@@ -194,6 +196,7 @@ private:
     bool m_finished = false;
     bool m_unloadOnExit = false;
     std::int32_t m_blockSize = 128000;
+    int m_mailTimeout = 30;
     Phase m_phase = Phase::Idle;
 
     clsFileSystem m_fs;

@@ -276,6 +276,7 @@ void BackupEngine::MailLog(const std::string& resultText) {
     }
     MailHost host(*this, m_view);
     clsMailer mailer(host, *m_settings);
+    mailer.TimeoutSeconds(m_mailTimeout);
     mailer.Send_Email(m_setup->EmailTo, resultText, GetLogText());
 }
 

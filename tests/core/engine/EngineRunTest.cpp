@@ -1,4 +1,5 @@
 #include "EngineTestSupport.h"
+#include "mail/clsRegSettings.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -322,6 +323,26 @@ TEST_F(RunTest, LinkLoopFifoAndTargetInsideTheSourceFinish) {
     EXPECT_TRUE(view.Shows("Output directory left out of the backup - " + target.string()));
     EXPECT_TRUE(LogHas("Special File Skipped - " + (src / "pipe").string()));
     EXPECT_TRUE(view.Shows("2 Files,  1 Bytes"));
+}
+
+TEST_F(RunTest, MailFailureLeavesTheResultAlone) {
+    WriteFile(src / "a.txt", "a");
+    clsRegSettings settings;
+    settings.SettingsFile(HKeyCurrentUser, (root / "settings.ini").string());
+    settings.SaveSetting("Settings", "SMTPServer", "127.0.0.1");
+    settings.SaveSetting("Settings", "SMTPPort", "1"); // nothing listens there
+    setup.Email = true;
+    setup.EmailTo = "ann@example.com";
+    const auto start = std::chrono::steady_clock::now();
+    EXPECT_TRUE(RunBackup([&](BackupEngine& engine) {
+        engine.Settings(settings);
+        engine.MailTimeout(1);
+    }));
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(10));
+    const auto texts = view.Texts();
+    const auto result = std::find(texts.begin(), texts.end(), "Backup Complete");
+    ASSERT_NE(result, texts.end());
+    EXPECT_NE(result + 1, texts.end()); // the mailer's own lines follow the result
 }
 
 } // namespace
