@@ -158,7 +158,7 @@ private:
 };
 
 void ExpectSameAnswers(const clsSelections& sel, const ReferenceSet& ref, PathGen& gen) {
-    for (int q = 0; q < 20; ++q) {
+    for (int q = 0; q < 10; ++q) {
         const std::string p = gen.Path();
         ASSERT_EQ(sel.IsSelected(p), ref.IsSelected(p)) << p;
         ASSERT_EQ(sel.IsSelectedWithNoExceptions(p), ref.IsSelectedWithNoExceptions(p)) << p;
@@ -169,12 +169,12 @@ void ExpectSameAnswers(const clsSelections& sel, const ReferenceSet& ref, PathGe
 class SelectionModelTest : public ::testing::TestWithParam<PathStyle> {};
 
 TEST_P(SelectionModelTest, EditsAndQueriesMatchTheReference) {
-    for (uint32_t seed = 1; seed <= 150; ++seed) {
+    for (uint32_t seed = 1; seed <= 60; ++seed) {
         SCOPED_TRACE("seed " + std::to_string(seed));
         PathGen gen(GetParam(), seed);
         clsSelections sel(GetParam());
         ReferenceSet ref(GetParam());
-        for (int step = 0; step < 30; ++step) {
+        for (int step = 0; step < 25; ++step) {
             const std::string p = gen.Path();
             if (gen.Pick(3) == 0) {
                 sel.RemoveSelection(p);
