@@ -122,6 +122,9 @@ public:
 private:
     bool Fail(int code);
     bool Fail();
+    long long KernelCopy(clsBinaryFile& dest, long long count, bool& atEnd);
+    long long BufferCopy(clsBinaryFile& dest, long long count, void* buffer,
+                         std::size_t bufferSize);
     int m_fd = -1;
     bool m_kernelCopy = true;
     std::vector<unsigned char> m_copyBuffer;

@@ -30,32 +30,47 @@ long long clsBinaryFile::CopyBlockTo(clsBinaryFile& dest, long long count, void*
         dest.Fail(EBADF);
         return -1;
     }
+    bool atEnd = false;
+    long long moved = m_kernelCopy ? KernelCopy(dest, count, atEnd) : 0;
+    if (moved < 0 || atEnd || moved == count) {
+        return moved;
+    }
+    long long more = BufferCopy(dest, count - moved, buffer, bufferSize);
+    return more < 0 ? -1 : moved + more;
+}
+
+// copy_file_range until count bytes, the end of the file (atEnd), an error (-1) or a
+// reason to fall back for good (m_kernelCopy cleared, bytes so far returned).
+long long clsBinaryFile::KernelCopy(clsBinaryFile& dest, long long count, bool& atEnd) {
     long long moved = 0;
-    while (moved < count && m_kernelCopy) {
+    while (moved < count) {
         auto want = static_cast<std::size_t>(count - moved);
         ssize_t n = ::copy_file_range(m_fd, nullptr, dest.m_fd, nullptr, want, 0);
         if (n > 0) {
             moved += n;
-            continue;
-        }
-        if (n == 0) {
-            // End of file - or a file system that reports no data where there is some
-            // (procfs, some FUSE): let one read/write round decide.
-            m_kernelCopy = false;
-            long long more = CopyBlockTo(dest, count - moved, buffer, bufferSize);
+        } else if (n == 0) {
+            // The end of the file - or a file system that reports no data where there is
+            // some (procfs, some FUSE): one buffered round decides, and a lie found there
+            // ends kernel copying for this file.
+            long long more = BufferCopy(dest, count - moved, nullptr, 0);
             m_kernelCopy = more == 0;
+            atEnd = true;
             return more < 0 ? -1 : moved + more;
+        } else if (errno != EINTR) {
+            if (!KernelCopyUnsupported(errno)) {
+                Fail();
+                dest.Fail(LastErrorCode);
+                return -1;
+            }
+            m_kernelCopy = false;
+            return moved;
         }
-        if (errno == EINTR) {
-            continue;
-        }
-        if (!KernelCopyUnsupported(errno)) {
-            Fail();
-            dest.Fail(LastErrorCode);
-            return -1;
-        }
-        m_kernelCopy = false;
     }
+    return moved;
+}
+
+long long clsBinaryFile::BufferCopy(clsBinaryFile& dest, long long count, void* buffer,
+                                    std::size_t bufferSize) {
     if (buffer == nullptr || bufferSize == 0) {
         if (m_copyBuffer.empty()) {
             m_copyBuffer.resize(kFallbackBuffer);
@@ -63,13 +78,11 @@ long long clsBinaryFile::CopyBlockTo(clsBinaryFile& dest, long long count, void*
         buffer = m_copyBuffer.data();
         bufferSize = m_copyBuffer.size();
     }
+    long long moved = 0;
     while (moved < count) {
         std::size_t chunk = std::min(bufferSize, static_cast<std::size_t>(count - moved));
         long long n = ReadBlock(buffer, chunk);
-        if (n < 0) {
-            return -1;
-        }
-        if (n > 0 && !dest.WriteBlock(buffer, static_cast<std::size_t>(n))) {
+        if (n < 0 || (n > 0 && !dest.WriteBlock(buffer, static_cast<std::size_t>(n)))) {
             return -1;
         }
         moved += n;

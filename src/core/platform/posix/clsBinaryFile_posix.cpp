@@ -15,6 +15,7 @@ using posix::RetryEintr;
 namespace {
 
 constexpr std::size_t kContentsChunk = 1 << 16;
+constexpr long long kMaxSpecialBlock = 16 << 20;
 
 int AccessFlags(std::int64_t access) {
     bool read = (access & FileAccess::Read) != 0;
@@ -147,6 +148,15 @@ bool clsBinaryFile::ReadFile(std::vector<unsigned char>& buf, long long count) {
     }
     if (count < 1) {
         return Fail(EINVAL);
+    }
+    // A count from outside may be absurd: never allocate more than a regular file still
+    // holds (a pipe or device gets a bounded block).
+    struct stat st {};
+    long long pos = ::lseek(m_fd, 0, SEEK_CUR);
+    if (::fstat(m_fd, &st) == 0 && S_ISREG(st.st_mode) && pos >= 0) {
+        count = std::min<long long>(count, std::max<long long>(st.st_size - pos, 0) + 1);
+    } else {
+        count = std::min<long long>(count, kMaxSpecialBlock);
     }
     try {
         buf.resize(static_cast<std::size_t>(count));
