@@ -171,6 +171,7 @@ private:
     void Yield();
     bool ResolveForDrive(const std::string& path, std::string& resolved);
     void WaitBeforeRetry();
+    bool ReleaseMedium(const std::string& device, bool optical);
 };
 
 } // namespace tessaron

@@ -118,14 +118,18 @@ bool clsFileSystem::EjectMedia(const std::string& path) {
     if (mount == nullptr || mount->Source.rfind("/dev/", 0) != 0) {
         return Fail("EjectMedia", ENODEV);
     }
-    const std::string device = mount->Source;
+    Flush(mount->MountPoint);
+    return ReleaseMedium(mount->Source, type == "CDROM");
+}
+
+// Unmounts the device (10 attempts one second apart) and then powers it off or opens the
+// tray. eject unmounts by itself; udisksctl needs an unmount, then a power-off.
+bool clsFileSystem::ReleaseMedium(const std::string& device, bool optical) {
     std::string udisks = FindProgram("udisksctl");
     std::string eject = FindProgram("eject");
     if (udisks.empty() && eject.empty()) {
         return Fail("EjectMedia", ENOENT);
     }
-    Flush(mount->MountPoint);
-    // eject unmounts by itself; udisksctl needs an unmount, then a power-off.
     std::vector<std::string> release =
         udisks.empty()
             ? std::vector<std::string>{eject, device}
@@ -140,7 +144,7 @@ bool clsFileSystem::EjectMedia(const std::string& path) {
     if (!released) {
         return Fail("EjectMedia", EBUSY);
     }
-    if (!udisks.empty() && type == "REMOVABLE") {
+    if (!udisks.empty() && !optical) {
         RunProgram({udisks, "power-off", "-b", device, "--no-user-interaction"});
     } else if (!udisks.empty() && !eject.empty()) {
         RunProgram({eject, device});

@@ -331,43 +331,55 @@ bool ListNames(const std::string& path, std::vector<std::string>& names, int& co
     return ok;
 }
 
-// One listing record from one statx call (lstat where statx is missing). An entry that
-// vanished since the directory was read gives false and is left out.
-bool FillItem(const std::string& full, const std::string& name, clsFSItem& item) {
-    struct timespec mtime {};
-    struct timespec btime {};
-    mode_t mode = 0;
-    long long size = 0;
+// What a listing needs of one entry, never following a link.
+struct EntryStat {
+    mode_t Mode = 0;
+    long long Size = 0;
+    time_t Modified = 0;
+    time_t Created = 0; // 0 where the file system keeps no creation time
+};
+
+// One statx call (lstat where statx is missing); false when the entry is gone.
+bool StatEntry(const std::string& full, EntryStat& out) {
 #if defined(__linux__) && defined(STATX_BTIME)
     struct statx stx {};
     if (::statx(AT_FDCWD, full.c_str(), AT_SYMLINK_NOFOLLOW, STATX_BASIC_STATS | STATX_BTIME,
                 &stx) != 0) {
         return false;
     }
-    mode = stx.stx_mode;
-    size = static_cast<long long>(stx.stx_size);
-    mtime = {static_cast<time_t>(stx.stx_mtime.tv_sec), stx.stx_mtime.tv_nsec};
+    out.Mode = stx.stx_mode;
+    out.Size = static_cast<long long>(stx.stx_size);
+    out.Modified = static_cast<time_t>(stx.stx_mtime.tv_sec);
     if ((stx.stx_mask & STATX_BTIME) != 0) {
-        btime = {static_cast<time_t>(stx.stx_btime.tv_sec), stx.stx_btime.tv_nsec};
+        out.Created = static_cast<time_t>(stx.stx_btime.tv_sec);
     }
 #else
     struct stat st {};
     if (::lstat(full.c_str(), &st) != 0) {
         return false;
     }
-    mode = st.st_mode;
-    size = static_cast<long long>(st.st_size);
-    mtime = st.st_mtim;
+    out.Mode = st.st_mode;
+    out.Size = static_cast<long long>(st.st_size);
+    out.Modified = st.st_mtim.tv_sec;
 #endif
-    int attr = AttributesOf(name, mode);
+    return true;
+}
+
+// One listing record; an entry that vanished since the folder was read gives false.
+bool FillItem(const std::string& full, const std::string& name, clsFSItem& item) {
+    EntryStat st;
+    if (!StatEntry(full, st)) {
+        return false;
+    }
+    int attr = AttributesOf(name, st.Mode);
     item.Path = name;
-    item.Kind = KindOf(mode);
+    item.Kind = KindOf(st.Mode);
     item.IsDirectory = (attr & FileAttr::Directory) != 0;
     item.IsHidden = (attr & FileAttr::Hidden) != 0;
     item.IsReadOnly = (attr & FileAttr::ReadOnly) != 0;
-    item.Size = S_ISREG(mode) ? static_cast<double>(size) : 0.0;
-    item.Created = DateTime::FromTimeTUtc(btime.tv_sec);
-    item.Modified = DateTime::FromTimeTUtc(mtime.tv_sec);
+    item.Size = S_ISREG(st.Mode) ? static_cast<double>(st.Size) : 0.0;
+    item.Created = DateTime::FromTimeTUtc(st.Created);
+    item.Modified = DateTime::FromTimeTUtc(st.Modified);
     return true;
 }
 
