@@ -2,6 +2,7 @@
 
 #include <array>
 #include <cstdlib>
+#include <limits>
 #include <utility>
 
 namespace tessaron {
@@ -108,6 +109,8 @@ void TimeZone::FindBegins(std::time_t now) {
     bool haveStandard = false;
     bool haveDaylight = false;
     for (int day = 0; day < kSearchDays && !(haveStandard && haveDaylight); ++day) {
+        if (t > std::numeric_limits<std::time_t>::max() - kDay)
+            break;
         const LocalState next = StateAt(t + kDay);
         if (next.Valid && next.Dst != before.Dst) {
             const std::time_t change = FirstChange(t, t + kDay, before.Dst);
