@@ -79,9 +79,10 @@ public:
     // it; read-only files are deleted too. With Wait, checks up to 10 times 100 ms apart
     // that the path is gone. False when anything could not be deleted.
     bool Delete(const std::string& path, bool Wait = false);
-    // Copies the content, permission bits and times of file path1 to path2. With
-    // DeleteExisting false an existing path2 makes the copy fail (LastError then holds
-    // the system's "File exists" text).
+    // Copies the content, permission bits and times of file path1 to path2 (a partial copy
+    // is removed). With DeleteExisting false an existing path2 makes the copy fail. A
+    // failed system call leaves the system's text alone in LastError, without the source
+    // prefix ("File exists"), as callers show it as it is.
     bool Copy(const std::string& path1, const std::string& path2, bool DeleteExisting);
     // Renames or moves path1 to path2 (within one file system).
     bool Rename(const std::string& path1, const std::string& path2);
@@ -124,10 +125,12 @@ public:
                             const std::string& FileType);
     // Every entry below path, recursively, relative to path and joined with "/", a
     // directory's own name before its contents; links are listed, never entered. One empty
-    // string when path is empty or not a directory.
+    // string when path is empty or not a directory. Entries of a folder come sorted by
+    // name (byte order), so listings and logs are the same on every run.
     std::vector<std::string> ListFiles(const std::string& path);
-    // Refills Items with one record per entry of path (names only) and returns the count;
-    // 0 with Items empty when path is not a directory.
+    // Refills Items with one record per entry of path (names only, sorted by name) and
+    // returns the count; 0 with Items empty when path is not a directory (a link to one
+    // is not entered).
     int GetDirectory(const std::string& path);
     // The system's text for an errno value, without a trailing line break.
     std::string GetErrorMessage(int code);
