@@ -14,7 +14,8 @@ int TerminalColumns();
 
 // Installs the interrupt handlers: the first Ctrl+C (SIGINT) or termination request
 // (SIGTERM) only raises the flag that InterruptRequested reports, so that the run can stop
-// at its next check; a second one ends the process at once with status 130. Call once.
+// at its next check; a second one ends the process at once with status 130. A closed
+// output pipe (SIGPIPE) no longer ends the process. Call once.
 void InstallInterruptHandlers();
 
 // True once the first interrupt has arrived.

@@ -43,4 +43,17 @@ TEST(Interrupts, FirstSignalOnlyRaisesTheFlagSecondEndsTheProcess) {
     }
 }
 
+TEST(Interrupts, ClosedOutputPipeDoesNotEndTheProcess) {
+    EXPECT_EQ(InChild([] {
+                  InstallInterruptHandlers();
+                  int fds[2];
+                  if (pipe(fds) != 0) {
+                      _exit(1);
+                  }
+                  close(fds[0]);
+                  _exit(write(fds[1], "x", 1) < 0 ? 0 : 2);
+              }),
+              0);
+}
+
 } // namespace

@@ -53,6 +53,12 @@ void InstallInterruptHandlers() {
     sa.sa_flags = 0;
     sigaction(SIGINT, &sa, nullptr);
     sigaction(SIGTERM, &sa, nullptr);
+    // A reader of the output that goes away (tessaron ... | head) must not kill the run
+    // halfway through a copy: writes to it then simply fail.
+    struct sigaction ignore {};
+    ignore.sa_handler = SIG_IGN;
+    sigemptyset(&ignore.sa_mask);
+    sigaction(SIGPIPE, &ignore, nullptr);
 }
 
 bool InterruptRequested() {
