@@ -14,6 +14,7 @@ namespace tessaron {
 namespace {
 
 using testutil::EntriesOf;
+using testutil::PathGen;
 
 class Bytes {
 public:
@@ -180,11 +181,10 @@ TEST(Robustness, FormatThenClearAndParseRestoresRecords) {
         s.Verify = in.Below(2);
         s.EjectMedia = in.Below(2);
         s.Email = in.Below(2);
-        for (size_t i = in.Below(6); i > 0; --i) {
-            const std::string p = (style == PathStyle::Windows ? "C:\\" : "/") + in.Text(4);
-            if (p.find_first_of("\"\r\n") == std::string::npos) {
-                in.Below(3) ? s.Sel.AddSelection(p) : s.Sel.RemoveSelection(p);
-            }
+        PathGen paths(style, static_cast<uint32_t>(round));
+        for (size_t i = in.Below(12); i > 0; --i) {
+            const std::string p = paths.Path();
+            in.Below(3) ? s.Sel.AddSelection(p) : s.Sel.RemoveSelection(p);
         }
         clsSetup loaded(style);
         loaded.CleanTarget = !s.CleanTarget;
