@@ -61,79 +61,73 @@ void clsParser::Parse() {
 
 // Inside a quoted section: consumes one character at pos. Returns true when the token is
 // complete (an empty quoted section is a token of its own).
-bool clsParser::ScanQuoted(size_t& pos, char openQuote, bool& quoted, std::string& tok) const {
-    char c = m_text[pos - 1];
+bool clsParser::ScanQuoted(size_t& pos, ScanState& st) const {
+    const char c = m_text[pos - 1];
     ++pos;
-    if (c != openQuote) {
-        tok += c;
+    if (c != st.openQuote) {
+        st.tok += c;
         return false;
     }
-    if (pos <= m_text.size() && m_text[pos - 1] == openQuote) {
-        tok += c; // a doubled quote stands for one quote character
+    if (pos <= m_text.size() && m_text[pos - 1] == st.openQuote) {
+        st.tok += c; // a doubled quote stands for one quote character
         ++pos;
         return false;
     }
-    quoted = false;
-    return tok.empty();
+    st.quoted = false;
+    return st.tok.empty();
+}
+
+// Outside quotes: consumes what belongs to the token at pos. Returns true when the token
+// is complete; a list delimiter or an operator that ends a token is left for the next.
+bool clsParser::ScanPlain(size_t& pos, ScanState& st) const {
+    const char c = m_text[pos - 1];
+    const bool delim = Has(c, kDelim);
+    // Trimmed white space is dropped unless it is a delimiter that ends a token; a
+    // white-space delimiter is dropped only before the first token of the text.
+    if (m_trim && IsWhite(c) && !(delim && (!st.tok.empty() || !st.first))) {
+        ++pos;
+        return false;
+    }
+    const bool empty = st.tok.empty();
+    if (Has(c, kQuote)) {
+        st.quoted = empty; // a quote opens a section only at the start of a token
+        st.openQuote = c;
+        if (!empty) {
+            st.tok += c;
+        }
+        ++pos;
+        return false;
+    }
+    if (Has(c, kList) || Has(c, kOperator)) {
+        if (empty) {
+            st.tok = c;
+            ++pos;
+            // A list delimiter swallows the delimiters after it; an operator does not.
+            while (Has(c, kList) && pos <= m_text.size() && Has(m_text[pos - 1], kDelim)) {
+                ++pos;
+            }
+        }
+        return true;
+    }
+    if (!delim) {
+        st.tok += c;
+    }
+    ++pos;
+    return delim;
 }
 
 // Scans one token from the 1-based position pos and leaves pos at the first character
 // the token did not consume. Every call with pos inside the text consumes at least one
 // character, so the parse loop always ends.
 std::string clsParser::ScanToken(size_t& pos) const {
-    std::string tok;
-    bool quoted = false;
-    char openQuote = 0;
-    const bool first = pos == 1;
+    ScanState st;
+    st.first = pos == 1;
     while (pos <= m_text.size()) {
-        if (quoted) {
-            if (ScanQuoted(pos, openQuote, quoted, tok)) {
-                return tok;
-            }
-            continue;
-        }
-        const char c = m_text[pos - 1];
-        const bool white = m_trim && IsWhite(c);
-        const bool delim = Has(c, kDelim);
-        // Trimmed white space is dropped unless it is a delimiter that ends a token; a
-        // white-space delimiter is dropped only before the first token of the text.
-        if (white && !(delim && (!tok.empty() || !first))) {
-            ++pos;
-            continue;
-        }
-        if (Has(c, kQuote)) {
-            if (tok.empty()) {
-                quoted = true;
-                openQuote = c;
-            } else {
-                tok += c;
-            }
-            ++pos;
-        } else if (Has(c, kList)) {
-            if (!tok.empty()) {
-                return tok;
-            }
-            tok = c;
-            ++pos;
-            while (pos <= m_text.size() && Has(m_text[pos - 1], kDelim)) {
-                ++pos;
-            }
-            return tok;
-        } else if (Has(c, kOperator)) {
-            if (tok.empty()) {
-                tok = c;
-                ++pos;
-            }
-            return tok;
-        } else if (delim) {
-            ++pos;
-            return tok;
-        } else {
-            tok += c;
-            ++pos;
+        if (st.quoted ? ScanQuoted(pos, st) : ScanPlain(pos, st)) {
+            break;
         }
     }
-    return tok;
+    return std::move(st.tok);
 }
 
 std::string clsParser::token(int32_t Index) {

@@ -79,8 +79,15 @@ private:
     void EnsureParsed();
     void Parse();
     void BuildClassTable();
+    struct ScanState {
+        std::string tok;
+        bool first = false;  // the scan started at the first character of the text
+        bool quoted = false; // inside a quoted section opened by openQuote
+        char openQuote = 0;
+    };
     std::string ScanToken(size_t& pos) const;
-    bool ScanQuoted(size_t& pos, char openQuote, bool& quoted, std::string& tok) const;
+    bool ScanQuoted(size_t& pos, ScanState& st) const;
+    bool ScanPlain(size_t& pos, ScanState& st) const;
     bool Has(char c, CharClass cls) const {
         return (m_classes[static_cast<unsigned char>(c)] & cls) != 0;
     }

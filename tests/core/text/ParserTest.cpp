@@ -71,6 +71,7 @@ const TokenCase kTokenCases[] = {
     {"Operator", "a=b", {"a", "=", "b"}, " ", "="},
     {"OperatorThenDelim", "a = b", {"a", "=", "", "b"}, " ", "="},
     {"QuotedOperatorIsText", "\"=\"", {"="}, " ", "="},
+    {"QuoteClassComesFirst", "x'a'", {"x'a'"}, "'", "", true, "'"},
     {"TwoQuoteChars", "'a\"b' c", {"a\"b", "c"}, " ", "", true, "'\""},
 };
 
