@@ -219,11 +219,8 @@ std::string clsSelections::Format() const {
 void clsSelections::Parse(std::string_view Text) {
     clsParser parser;
     parser.text(JoinContinuationLines(Text));
-    // A blank text gives one empty token; it holds no entry (a set saved with no
-    // selections must load with none).
-    if (parser.TokenCount() == 1 && parser.token(1).empty()) {
-        return;
-    }
+    // A blank text gives one empty token and so one entry with an empty path: a set
+    // file whose selections line is empty loads with that one entry, as it always has.
     parser.token(0);
     while (!parser.EOT()) {
         std::string path = parser.NextToken();

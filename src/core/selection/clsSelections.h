@@ -135,7 +135,7 @@ public:
     // Appends the entries read from a selections text (lines starting with a tab or a
     // space continue the line before), without the checks of AddSelection. Accepts any
     // text: unknown tokens become paths. An exception list not closed by ")" loses its
-    // last exception. A blank text (no token but one empty one) adds nothing.
+    // last exception. A blank text (one empty token) adds one entry with an empty path.
     void Parse(std::string_view Text);
     // Removes every entry.
     void Clear() { m_items.clear(); }

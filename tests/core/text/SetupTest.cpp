@@ -153,8 +153,10 @@ TEST(SetupParse, SelectionLinesAppend) {
     s.Sel.AddSelection("X:\\");
     EXPECT_TRUE(s.Parse("Selections = \"C:\\A\" Except (\"C:\\A\\B\")\r\n\t\"D:\\M\"\r\n"
                         "Selections = \"E:\\N\"\r\nSelections = \r\n"));
-    EXPECT_EQ(EntriesOf(s.Sel),
-              (Entries{{"X:\\", {}}, {"C:\\A", {"C:\\A\\B"}}, {"D:\\M", {}}, {"E:\\N", {}}}));
+    // The empty last line adds one entry with an empty path.
+    EXPECT_EQ(
+        EntriesOf(s.Sel),
+        (Entries{{"X:\\", {}}, {"C:\\A", {"C:\\A\\B"}}, {"D:\\M", {}}, {"E:\\N", {}}, {"", {}}}));
 }
 
 } // namespace
