@@ -2,6 +2,7 @@
 #include "engine/BackupEngine.h"
 #include "setfile/clsSetup.h"
 
+#include <algorithm>
 #include <cerrno>
 
 namespace tessaron {
@@ -67,35 +68,66 @@ void BackupEngine::LogFsError(const std::string& what, const std::string& path,
 
 void BackupEngine::CopyFile(const std::string& source, const std::string& target, bool& ok) {
     ok = false;
+    const clsFSItem* listed = m_listed;
+    m_listed = nullptr;
     StartFile(source);
     EnsureBuffers();
     FileCopy c;
     c.source = source;
     c.dest = target;
-    m_fs.GetInfo(source, c.src);
-    m_fs.GetInfo(target, c.dst);
-    const bool isLink = c.src.Kind == FileKind::Symlink;
-    if (m_setup != nullptr && m_setup->BackupType == "INCREMENTAL" && c.dst.Exists) {
-        std::string srcText, dstText;
-        const bool upToDate =
-            isLink ? (c.dst.Kind == FileKind::Symlink && m_fs.ReadLink(source, srcText) &&
-                      m_fs.ReadLink(target, dstText) && srcText == dstText)
-                   : (c.src.Kind == FileKind::File && c.dst.Kind == FileKind::File &&
-                      c.src.Size == c.dst.Size && c.src.MTime.tv_sec == c.dst.MTime.tv_sec);
-        if (upToDate) {
-            const std::int64_t size = isLink ? 0 : c.src.Size;
-            AddLogLine("File Skipped - " + source + " (" + std::to_string(size) +
-                           " Bytes) - File Appears to be Up-to-Date on Target.",
-                       false);
-            m_progress->BytesDone += size;
+    const bool incremental = m_setup != nullptr && m_setup->BackupType == "INCREMENTAL";
+    if (incremental) {
+        m_fs.GetInfo(target, c.dst);
+        if (listed != nullptr && IsUpToDate(*listed, c.dst)) {
+            SkipFile(source, static_cast<std::int64_t>(listed->Size));
             ok = true;
             return;
         }
     }
+    m_fs.GetInfo(source, c.src);
+    const bool isLink = c.src.Kind == FileKind::Symlink;
+    if (incremental && c.dst.Exists && IsUpToDate(source, target, c.src, c.dst)) {
+        SkipFile(source, isLink ? 0 : c.src.Size);
+        ok = true;
+        return;
+    }
     if (!PrepareDirectory(target)) {
         return;
     }
+    // In a folder this run has just made, the copy is new: the exclusive create below
+    // finds out otherwise, so the destination need not be examined first.
+    if (!incremental && (isLink || !m_lastDirFresh)) {
+        m_fs.GetInfo(target, c.dst);
+    }
     ok = isLink ? CopyLink(source, target, c.dst) : CopyContent(c);
+}
+
+// The incremental rule: the copy is up to date when size and modification time (to the
+// second) match; nothing else is compared, not even which of the two is newer. A link
+// is up to date when the copy is a link with the same text.
+bool BackupEngine::IsUpToDate(const std::string& source, const std::string& target,
+                              const FileInfo& src, const FileInfo& dst) {
+    if (src.Kind == FileKind::Symlink) {
+        std::string srcText, dstText;
+        return dst.Kind == FileKind::Symlink && m_fs.ReadLink(source, srcText) &&
+               m_fs.ReadLink(target, dstText) && srcText == dstText;
+    }
+    return src.Kind == FileKind::File && dst.Kind == FileKind::File && src.Size == dst.Size &&
+           src.MTime.tv_sec == dst.MTime.tv_sec;
+}
+
+// The same rule from the walk's listing record (whose time is UTC to the second).
+bool BackupEngine::IsUpToDate(const clsFSItem& listed, const FileInfo& dst) {
+    return listed.Kind == FileKind::File && dst.Kind == FileKind::File &&
+           static_cast<double>(dst.Size) == listed.Size && !listed.Modified.IsEmpty() &&
+           DateTime::FromTimeTUtc(dst.MTime.tv_sec) == listed.Modified;
+}
+
+void BackupEngine::SkipFile(const std::string& source, std::int64_t size) {
+    AddLogLine("File Skipped - " + source + " (" + std::to_string(size) +
+                   " Bytes) - File Appears to be Up-to-Date on Target.",
+               false);
+    m_progress->BytesDone += size;
 }
 
 // Makes sure the folder of dest exists below the target as real directories (never a
@@ -103,20 +135,26 @@ void BackupEngine::CopyFile(const std::string& source, const std::string& target
 bool BackupEngine::PrepareDirectory(const std::string& dest) {
     const size_t slash = dest.rfind('/');
     if (slash == std::string::npos || slash == 0) {
+        m_lastDirFresh = false;
         return true;
     }
     const std::string dir = dest.substr(0, slash);
     if (dir == m_lastDir) {
         return true;
     }
-    if (!MakeDirectories(dir)) {
+    bool created = false;
+    if (!MakeDirectories(dir, created)) {
+        m_lastDir.clear();
+        m_lastDirFresh = false;
         return false;
     }
     m_lastDir = dir;
+    m_lastDirFresh = created;
     return true;
 }
 
-bool BackupEngine::MakeDirectories(const std::string& dir) {
+bool BackupEngine::MakeDirectories(const std::string& dir, bool& createdLast) {
+    createdLast = false;
     // Components shared with the folder checked last were real directories then.
     size_t pos = 1;
     const size_t common =
@@ -148,6 +186,7 @@ bool BackupEngine::MakeDirectories(const std::string& dir) {
                 return false;
             }
         }
+        createdLast = !isDir;
         pos = next + 1;
     }
     if (creating) {
@@ -194,13 +233,7 @@ bool BackupEngine::CopyContent(FileCopy& c) {
     }
     m_progress->CurrentSize = c.src.Size;
     AddLogLine("Copying " + c.source + " (" + std::to_string(c.src.Size) + " Bytes)...", false);
-    c.writePath = c.dst.Exists ? PartName(c.dest) : c.dest;
-    if (c.dst.Exists) {
-        // A leftover from an interrupted run may even be a link: never write through it.
-        m_fs.Delete(c.writePath);
-    }
-    if (!c.out.OpenFile(c.writePath, FileAccess::Write, FileShare::None, FileOpen::CreateAlways,
-                        FileAttr::Normal)) {
+    if (!OpenDestination(c)) {
         LogFileError("Unable to create", c.dest, c.out.LastErrorCode);
         FailCopy(c);
         return false;
@@ -213,13 +246,42 @@ bool BackupEngine::CopyContent(FileCopy& c) {
     return FinishCopy(c);
 }
 
+// Creates the file the copy is written to: the destination itself when it does not
+// exist, else a temporary name beside it. Creation is exclusive, so a link planted at
+// either name is never written through; a destination that turns out to exist after
+// all switches to the temporary name.
+bool BackupEngine::OpenDestination(FileCopy& c) {
+    for (int attempt = 0; attempt < 2; ++attempt) {
+        c.writePath = c.dst.Exists ? PartName(c.dest) : c.dest;
+        if (c.dst.Exists) {
+            m_fs.Delete(c.writePath); // a leftover of an interrupted run
+        }
+        if (c.out.OpenFile(c.writePath, FileAccess::Write, FileShare::None, FileOpen::CreateNew,
+                           FileAttr::Normal)) {
+            return true;
+        }
+        if (c.dst.Exists || c.out.LastErrorCode != EEXIST) {
+            return false;
+        }
+        m_fs.GetInfo(c.dest, c.dst);
+        if (!c.dst.Exists) {
+            return false;
+        }
+    }
+    return false;
+}
+
+// Moves the file in blocks of the run's block size up to the size it had when it was
+// examined (asking for no more than that saves a probe for the end at every file); a
+// file that shrank ends early, one that grew is copied as it was examined.
 bool BackupEngine::CopyBlocks(FileCopy& c) {
     clsProgress& p = *m_progress;
     const long long block = m_blockSize;
-    for (;;) {
+    while (p.CurrentDone < c.src.Size) {
+        const long long want = std::min(block, c.src.Size - p.CurrentDone);
         c.in.LastErrorCode = 0;
         c.out.LastErrorCode = 0;
-        const long long n = c.in.CopyBlockTo(c.out, block, m_bufA.data(), m_bufA.size());
+        const long long n = c.in.CopyBlockTo(c.out, want, m_bufA.data(), m_bufA.size());
         if (n < 0) {
             const int readCode = c.in.LastErrorCode;
             const int writeCode = c.out.LastErrorCode;
@@ -232,15 +294,13 @@ bool BackupEngine::CopyBlocks(FileCopy& c) {
         }
         p.CurrentDone += n;
         p.BytesDone += n;
-        if (n == 0) {
-            return true;
-        }
         YieldPoint();
         // A cancelled copy ends here as if complete; the caller stops the run.
-        if (m_cancelled || (n < block && p.CurrentDone >= c.src.Size)) {
-            return true;
+        if (n < want || m_cancelled) {
+            break;
         }
     }
+    return true;
 }
 
 bool BackupEngine::FinishCopy(FileCopy& c) {

@@ -164,8 +164,13 @@ private:
     std::string Destination(const std::string& source, const std::string& target) const;
 
     // Copy helpers.
+    bool IsUpToDate(const std::string& source, const std::string& target, const FileInfo& src,
+                    const FileInfo& dst);
+    static bool IsUpToDate(const clsFSItem& listed, const FileInfo& dst);
+    void SkipFile(const std::string& source, std::int64_t size);
     bool PrepareDirectory(const std::string& dest);
-    bool MakeDirectories(const std::string& dir);
+    bool MakeDirectories(const std::string& dir, bool& createdLast);
+    bool OpenDestination(FileCopy& c);
     bool CopyLink(const std::string& source, const std::string& dest, const FileInfo& destInfo);
     bool CopyContent(FileCopy& c);
     bool CopyBlocks(FileCopy& c);
@@ -200,9 +205,13 @@ private:
     Phase m_phase = Phase::Idle;
 
     clsFileSystem m_fs;
-    std::string m_lastDir;   // destination folder known to exist
-    std::string m_outputDir; // the target without trailing "/", left out of walks
+    std::string m_lastDir;       // destination folder known to exist
+    bool m_lastDirFresh = false; // m_lastDir was made by this run: its files are new
+    std::string m_outputDir;     // the target without trailing "/", left out of walks
     bool m_outputDirLogged = false;
+    // The listing record of the file the walk hands to CopyFile, so that an up-to-date
+    // file is recognised without examining the source a second time.
+    const clsFSItem* m_listed = nullptr;
     std::vector<unsigned char> m_bufA, m_bufB;
 
     // The log file, open for the run; m_logSize is its length (where the next line goes).

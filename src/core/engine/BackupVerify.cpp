@@ -1,6 +1,7 @@
 // Verification: each copy read back beside its source and compared block by block.
 #include "engine/BackupEngine.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 
@@ -49,9 +50,12 @@ void BackupEngine::VerifyFile(const std::string& source, const std::string& targ
 bool BackupEngine::CompareBlocks(clsBinaryFile& src, clsBinaryFile& dst, const std::string& source,
                                  const std::string& target, std::int64_t size) {
     clsProgress& p = *m_progress;
-    const auto block = static_cast<std::size_t>(m_blockSize);
+    const auto block = static_cast<long long>(m_blockSize);
+    // Reading no more than the examined size saves a probe for the end at every file.
     for (;;) {
-        const long long a = src.ReadBlock(m_bufA.data(), block);
+        const long long left = size - p.CurrentDone;
+        const long long want = left > 0 ? std::min(block, left) : block;
+        const long long a = src.ReadBlock(m_bufA.data(), static_cast<std::size_t>(want));
         if (a < 0) {
             LogFileError("Read Error on", source, src.LastErrorCode);
             return false;
@@ -71,7 +75,7 @@ bool BackupEngine::CompareBlocks(clsBinaryFile& src, clsBinaryFile& dst, const s
             return false;
         }
         YieldPoint();
-        if (m_cancelled || (static_cast<std::size_t>(a) < block && p.CurrentDone >= size)) {
+        if (m_cancelled || (a < want) || (left > 0 && p.CurrentDone >= size)) {
             return true;
         }
     }

@@ -117,7 +117,9 @@ void BackupEngine::RunSelection(const std::string& path, const std::string& targ
                     RunSelection(full, target, verifying, itemOk);
                 }
             } else {
+                m_listed = &item;
                 itemOk = ProcessFile(full, item.Kind, target, verifying);
+                m_listed = nullptr;
             }
             if (!itemOk) {
                 failed = true;
