@@ -345,5 +345,22 @@ TEST_F(RunTest, MailFailureLeavesTheResultAlone) {
     EXPECT_NE(result + 1, texts.end()); // the mailer's own lines follow the result
 }
 
+TEST_F(RunTest, AFailedReplacementKeepsTheOlderCopy) {
+    // A folder opened as a file fails at its first read, even for root.
+    const fs::path source = src / "dir";
+    fs::create_directories(source / "x");
+    const fs::path copy = out / "dir.bin";
+    WriteFile(copy, "good old copy");
+    BackupEngine engine(view);
+    engine.Setup(setup);
+    bool ok = true;
+    engine.CopyFile(source.string(), copy.string(), ok);
+    EXPECT_FALSE(ok);
+    EXPECT_TRUE(view.ShowsStart("Error During Read - " + source.string() + ", Error: (21) "));
+    EXPECT_EQ(ReadAll(copy), "good old copy");
+    EXPECT_EQ(std::distance(fs::directory_iterator(out), fs::directory_iterator()), 1);
+    EXPECT_EQ(engine.Progress().BytesDone, 0);
+}
+
 } // namespace
 } // namespace tessaron::test
