@@ -64,7 +64,8 @@ public:
     // to "FULL" when it is neither "FULL" nor "INCREMENTAL".
     void Setup(clsSetup& setup);
     // Folder for the run's log files (created when missing). Default: the program's
-    // log folder (Log beside the executable when writable, else the user's state folder).
+    // log folder (Log beside the executable when writable, else the user's state folder),
+    // chosen by Run; the getter is empty until then when it was never set.
     void LogDir(const std::string& dir);
     const std::string& LogDir() const;
     // The settings store the mailer reads ("SMTPServer", "EmailFrom"). Not owned; when
