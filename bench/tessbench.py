@@ -120,17 +120,23 @@ def tree_bytes(files: int, size: int, dirs: int) -> int:
 
 
 def space_needed(s: Sizes) -> tuple[int, int]:
-    """(bytes, inodes) of the busiest phase: the large set with one copy, or the small sets
-    with one copy each of the small set being timed, two kept up-to-date copies and one copy
-    of the memory set."""
-    large = tree_bytes(s.large_files, s.large_size, 0)
+    """(bytes, inodes) of the busiest phase: the large set with one copy at a time, or the
+    small sets with every copy made of them, since those wait in the trash until the end
+    (cases 2 and 4: five a repetition; case 3: two; case 5: one of each memory set)."""
     per = small_layout(s.small_files, s.small_dirs)
-    small_sets = [tree_bytes(n, s.small_size, -(-n // per)) for n in
-                  (s.small_files, *s.memory_files)]
-    small_inodes = [n + -(-n // per) + 64 for n in (s.small_files, *s.memory_files)]
-    small_phase = 4 * small_sets[0] + sum(small_sets[1:]) + max(small_sets[1:])
-    inodes = 4 * small_inodes[0] + sum(small_inodes[1:]) + max(small_inodes[1:])
-    return max(2 * large, small_phase) + SPACE_MARGIN, inodes
+    counts = [s.small_files] + [n for n in s.memory_files if n != s.small_files]
+
+    def tree(n: int) -> tuple[int, int]:
+        dirs = -(-n // per)
+        return tree_bytes(n, s.small_size, dirs), n + dirs + 1
+
+    copies = {s.small_files: 1 + 5 * s.reps + 2}  # the source, then the copies
+    for n in s.memory_files:
+        copies[n] = copies.get(n, 1) + s.reps
+    need = [tuple(c * x for x in tree(n)) for n, c in copies.items() if n in counts]
+    small_bytes, inodes = sum(b for b, _ in need), sum(i for _, i in need)
+    large = tree_bytes(s.large_files, s.large_size, 0)
+    return max(2 * large, small_bytes) + SPACE_MARGIN, inodes + 1000
 
 
 def check_space(folder: Path, need: tuple[int, int]) -> Optional[str]:
@@ -292,6 +298,49 @@ def remove_tree(path: Path) -> None:
         subprocess.run(["rm", "-rf", "--", str(path)], check=False)
 
 
+class Trash:
+    """Trees of many files are moved aside here and deleted only when the benchmark ends.
+    ext4 (at least without a journal, as on this project's machines) will not reuse an inode
+    freed in the last minute or so, and each new file's allocation scans past every such
+    inode: deleting 20,000 files between runs made the next run's file creation ten to
+    twenty times slower for every tool alike and buried the differences being measured."""
+
+    def __init__(self, folder: Path):
+        self.folder, self.count = folder, 0
+
+    def discard(self, path: Path) -> None:
+        if not path.exists() and not path.is_symlink():
+            return
+        self.folder.mkdir(parents=True, exist_ok=True)
+        self.count += 1
+        path.rename(self.folder / str(self.count))
+
+
+def creation_cost(folder: Path, files: int = 500) -> float:
+    """Microseconds it takes to create one empty file in a new folder below folder."""
+    probe = folder / f"probe-{time.monotonic_ns()}"
+    probe.mkdir(parents=True)
+    start = time.perf_counter()
+    for i in range(files):
+        os.close(os.open(probe / str(i), os.O_CREAT | os.O_WRONLY, 0o644))
+    return (time.perf_counter() - start) * 1e6 / files
+
+
+def wait_for_fast_creation(folder: Path, say, limit_us: float = 150.0,
+                           patience_s: float = 240.0) -> float:
+    """Waits (up to patience_s) until creating a file is cheap again after a mass deletion
+    on this file system, by anyone; returns the last cost measured. The probe files stay in
+    folder, which the caller discards only at the end."""
+    deadline = time.monotonic() + patience_s
+    cost = creation_cost(folder)
+    while cost > limit_us and time.monotonic() < deadline:
+        say(f"creating a file takes {cost:.0f} us (recently freed inodes are being skipped); "
+            "waiting for the file system to settle")
+        time.sleep(20)
+        cost = creation_cost(folder)
+    return cost
+
+
 def settle(drop_caches: bool) -> None:
     """Writes dirty data back (and drops the page cache when asked) before a timed run, so
     that no tool pays for the previous one's writeback."""
@@ -332,6 +381,7 @@ class Case:
     contenders: list[Contender]  # Tessaron first
     targets: list[Target]
     setup: Callable[[], list[str]] = lambda: []  # untimed, once before the repetitions
+    discard: Callable[[Path], None] = remove_tree  # how an output folder is got rid of
 
 
 def median_seconds(c: Contender) -> Optional[float]:
@@ -361,17 +411,18 @@ def run_case(case: Case, reps: int, drop_caches: bool, scratch: Path, say) -> No
         for c in rotated(case.contenders, rep):
             if c.problems:
                 continue
-            run_one(c, rep, drop_caches, scratch / "output.txt")
+            run_one(c, rep, drop_caches, scratch / "output.txt", case.discard)
             last = c.results[-1]
             say(f"  {c.name:<22} run {rep + 1}: {last.seconds:7.3f} s, "
                 f"{last.peak_kib / KiB:7.1f} MiB" + ("" if last.rc == 0 else f", exit {last.rc}"))
     for c in case.contenders:
-        remove_tree(c.out_dir)
+        case.discard(c.out_dir)
 
 
-def run_one(c: Contender, rep: int, drop_caches: bool, out_path: Path) -> None:
+def run_one(c: Contender, rep: int, drop_caches: bool, out_path: Path,
+            discard: Callable[[Path], None]) -> None:
     if not c.keep_output:
-        remove_tree(c.out_dir)
+        discard(c.out_dir)
         c.out_dir.mkdir(parents=True)
     settle(drop_caches)
     out_path.write_bytes(b"")
@@ -518,6 +569,7 @@ class Bench:
     def __init__(self, scratch: Path, tess: Optional[Tessaron]):
         self.scratch, self.tess = scratch, tess
         self.out, self.sets = scratch / "out", scratch / "sets"
+        self.trash = Trash(scratch / "trash")
         self.sets.mkdir(parents=True, exist_ok=True)
 
     def tessaron(self, key: str, src: Path, label: str = "Tessaron", backup_type: str = "FULL",
@@ -540,19 +592,22 @@ class Bench:
         return Contender(name, steps, out, lambda: compare_trees(src, out / src.name))
 
     def copy_case(self, key: str, title: str, src: Path, small: bool) -> Case:
+        """Small: many files, whose output folders go to the trash."""
         rsync_limit = SMALL_VS_RSYNC if small else None
         targets = [Target("cp -a", 1.0, "<= 1.0 x cp -a")]
         if rsync_limit:
             targets.append(Target("rsync -a", rsync_limit, f"<= {rsync_limit} x rsync -a"))
         contenders = [self.tessaron(key, src), self.peer(key, "cp", src),
                       self.peer(key, "rsync", src)]
-        return Case(key, title, [c for c in contenders if c], targets)
+        discard = self.trash.discard if small else remove_tree
+        return Case(key, title, [c for c in contenders if c], targets, discard=discard)
 
-    def verify_case(self, key: str, title: str, src: Path) -> Case:
+    def verify_case(self, key: str, title: str, src: Path, small: bool) -> Case:
         contenders = [self.tessaron(key, src, "Tessaron, verify", verify=True),
                       self.peer(key, "cp", src, diff=True)]
         return Case(key, title, [c for c in contenders if c],
-                    [Target("cp -a + diff -rq", 1.0, "<= 1.0 x")])
+                    [Target("cp -a + diff -rq", 1.0, "<= 1.0 x")],
+                    discard=self.trash.discard if small else remove_tree)
 
     def incremental_case(self, key: str, title: str, src: Path) -> Case:
         """INCREMENTAL over an up-to-date copy made (untimed) by the same tool."""
@@ -569,13 +624,14 @@ class Bench:
             c.keep_output = True
             c.check = self.unchanged_check(c, src, copies[c.name][1])
         return Case(key, title, contenders, [Target("rsync -a", 1.0, "<= 1.0 x rsync -a")],
-                    setup=lambda: self.make_up_to_date(contenders, copies))
+                    setup=lambda: self.make_up_to_date(contenders, copies),
+                    discard=self.trash.discard)
 
     def make_up_to_date(self, contenders: list[Contender], copies: dict) -> list[str]:
         self.ctimes: dict[str, dict[str, int]] = {}
         for c in contenders:
             steps, copy = copies[c.name]
-            remove_tree(c.out_dir)
+            self.trash.discard(c.out_dir)
             c.out_dir.mkdir(parents=True)
             r = run_steps(steps, self.scratch / "output.txt", c.env)
             if r.rc != 0:
@@ -597,4 +653,4 @@ class Bench:
     def memory_case(self, key: str, title: str, sets: list[tuple[int, Path]]) -> Case:
         contenders = [self.tessaron(f"{key}-{n}", src, f"Tessaron, {n:,} files")
                       for n, src in sets]
-        return Case(key, title, contenders, [])
+        return Case(key, title, contenders, [], discard=self.trash.discard)

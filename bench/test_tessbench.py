@@ -139,6 +139,19 @@ class Running(unittest.TestCase):
         self.assertFalse(fresh.exists())
 
 
+class Discarding(unittest.TestCase):
+    def test_trash_moves_trees_aside_and_ignores_missing_ones(self):
+        with tempfile.TemporaryDirectory() as d:
+            trash = tb.Trash(Path(d) / "trash")
+            for name in ("a", "b"):
+                (Path(d) / name / "sub").mkdir(parents=True)
+                trash.discard(Path(d) / name)
+                self.assertFalse((Path(d) / name).exists())
+            trash.discard(Path(d) / "never-made")
+            self.assertEqual(sorted(os.listdir(trash.folder)), ["1", "2"])
+            self.assertTrue((trash.folder / "2" / "sub").is_dir())
+
+
 class Sizing(unittest.TestCase):
     def test_full_run_needs_room_for_source_and_copy_of_the_large_set(self):
         need, _ = tb.space_needed(tb.FULL_SIZES)
