@@ -566,8 +566,8 @@ def remove_new_logs(before: dict[Path, Optional[set[str]]], mark: str) -> int:
 class Bench:
     """Builds the contenders of every case over one scratch folder."""
 
-    def __init__(self, scratch: Path, tess: Optional[Tessaron]):
-        self.scratch, self.tess = scratch, tess
+    def __init__(self, scratch: Path, tess: Optional[Tessaron], quick: bool = False):
+        self.scratch, self.tess, self.quick = scratch, tess, quick
         self.out, self.sets = scratch / "out", scratch / "sets"
         self.trash = Trash(scratch / "trash")
         self.sets.mkdir(parents=True, exist_ok=True)

@@ -152,6 +152,44 @@ class Discarding(unittest.TestCase):
             self.assertTrue((trash.folder / "2" / "sub").is_dir())
 
 
+class Cases(unittest.TestCase):
+    """The peers through the real case plumbing, on a tree of a few files."""
+
+    def setUp(self):
+        self.tmp = Path(tempfile.mkdtemp())
+        self.src = self.tmp / "data" / "small"
+        tb.make_small(self.src, 12, 5, 100)
+        self.bench = tb.Bench(self.tmp, None)
+
+    def tearDown(self):
+        shutil.rmtree(self.tmp)
+
+    def run_case(self, case, reps=2):
+        tb.run_case(case, reps, False, self.tmp, lambda text: None)
+        return case
+
+    def test_copies_are_checked_and_outputs_moved_aside(self):
+        case = self.run_case(self.bench.copy_case("2", "t", self.src, small=True))
+        self.assertEqual([c.name for c in case.contenders], ["cp -a", "rsync -a"])
+        for c in case.contenders:
+            self.assertEqual((c.problems, len(c.results)), ([], 2))
+            self.assertFalse(c.out_dir.exists())
+        self.assertEqual(len(os.listdir(self.bench.trash.folder)), 4)
+
+    def test_incremental_over_an_up_to_date_copy_rewrites_nothing(self):
+        case = self.run_case(self.bench.incremental_case("3", "t", self.src))
+        self.assertEqual([(c.name, c.problems) for c in case.contenders], [("rsync -a", [])])
+
+    def test_a_failing_tool_is_reported_once_and_not_run_again(self):
+        case = self.bench.verify_case("4", "t", self.src, small=False)
+        case.contenders[0].steps.insert(0, ["sh", "-c", "echo broken >&2; exit 3"])
+        self.run_case(case, reps=3)
+        c = case.contenders[0]
+        self.assertEqual(len(c.results), 1)
+        self.assertTrue(c.problems[0].startswith("exit status 3"), c.problems)
+        self.assertIn("broken", c.problems[0])
+
+
 class Sizing(unittest.TestCase):
     def test_full_run_needs_room_for_source_and_copy_of_the_large_set(self):
         need, _ = tb.space_needed(tb.FULL_SIZES)
