@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <string_view>
 
 namespace tessaron {
 
@@ -19,6 +20,11 @@ struct BackupEngine::FileCopy {
 };
 
 namespace {
+
+constexpr long long kPageSize = 4096;
+// Files from this size on are announced to the kernel as read from start to end; for
+// smaller ones the call costs more than the read-ahead gains.
+constexpr long long kAdviseSize = 1 << 20;
 
 // Name of the temporary copy beside dest ("/t/a/.b.txt.tessaron-part" for "/t/a/b.txt").
 std::string PartName(const std::string& dest) {
@@ -75,21 +81,22 @@ void BackupEngine::CopyFile(const std::string& source, const std::string& target
     FileCopy c;
     c.source = source;
     c.dest = target;
+    // The walk's listing examined the source a moment ago; a single-file selection has
+    // no listing.
+    if (listed != nullptr) {
+        c.src = listed->Info;
+    } else {
+        m_fs.GetInfo(source, c.src);
+    }
+    const bool isLink = c.src.Kind == FileKind::Symlink;
     const bool incremental = m_setup != nullptr && m_setup->BackupType == "INCREMENTAL";
     if (incremental) {
-        m_fs.GetInfo(target, c.dst);
-        if (listed != nullptr && IsUpToDate(*listed, c.dst)) {
-            SkipFile(source, static_cast<std::int64_t>(listed->Size));
+        LookUpDestination(c);
+        if (c.dst.Exists && IsUpToDate(source, target, c.src, c.dst)) {
+            SkipFile(source, isLink ? 0 : c.src.Size);
             ok = true;
             return;
         }
-    }
-    m_fs.GetInfo(source, c.src);
-    const bool isLink = c.src.Kind == FileKind::Symlink;
-    if (incremental && c.dst.Exists && IsUpToDate(source, target, c.src, c.dst)) {
-        SkipFile(source, isLink ? 0 : c.src.Size);
-        ok = true;
-        return;
     }
     if (!PrepareDirectory(target)) {
         return;
@@ -97,7 +104,7 @@ void BackupEngine::CopyFile(const std::string& source, const std::string& target
     // In a folder this run has just made, the copy is new: the exclusive create below
     // finds out otherwise, so the destination need not be examined first.
     if (!incremental && (isLink || !m_lastDirFresh)) {
-        m_fs.GetInfo(target, c.dst);
+        LookUpDestination(c);
     }
     ok = isLink ? CopyLink(source, target, c.dst) : CopyContent(c);
 }
@@ -116,11 +123,30 @@ bool BackupEngine::IsUpToDate(const std::string& source, const std::string& targ
            src.MTime.tv_sec == dst.MTime.tv_sec;
 }
 
-// The same rule from the walk's listing record (whose time is UTC to the second).
-bool BackupEngine::IsUpToDate(const clsFSItem& listed, const FileInfo& dst) {
-    return listed.Kind == FileKind::File && dst.Kind == FileKind::File &&
-           static_cast<double>(dst.Size) == listed.Size && !listed.Modified.IsEmpty() &&
-           DateTime::FromTimeTUtc(dst.MTime.tv_sec) == listed.Modified;
+// Makes folder the open folder of path's directory part (the text before the slash at
+// index slash), opening it only when the walk has moved to another folder. False when
+// it cannot be opened (the code in folder.LastErrorCode).
+bool BackupEngine::UseFolder(clsFolder& folder, const std::string& path, size_t slash) {
+    if (slash == std::string::npos) {
+        folder.LastErrorCode = ENOENT;
+        return false;
+    }
+    const std::string_view dir =
+        slash == 0 ? std::string_view("/") : std::string_view(path).substr(0, slash);
+    if (folder.Path() != dir) {
+        folder.Open(std::string(dir));
+    }
+    return folder.IsOpen();
+}
+
+// The destination's status, asked by name inside its folder while the walk stays there;
+// by full path when that folder cannot be opened (a missing one gives "does not exist").
+void BackupEngine::LookUpDestination(FileCopy& c) {
+    const size_t slash = c.dest.rfind('/');
+    if (UseFolder(m_dstDir, c.dest, slash) && m_dstDir.GetInfo(c.dest.substr(slash + 1), c.dst)) {
+        return;
+    }
+    m_fs.GetInfo(c.dest, c.dst);
 }
 
 void BackupEngine::SkipFile(const std::string& source, std::int64_t size) {
@@ -143,7 +169,11 @@ bool BackupEngine::PrepareDirectory(const std::string& dest) {
         return true;
     }
     bool created = false;
-    if (!MakeDirectories(dir, created)) {
+    const bool ok = MakeDirectories(dir, created);
+    if (created) {
+        m_dstDir.Close(); // it may have been asked for while it was missing
+    }
+    if (!ok) {
         m_lastDir.clear();
         m_lastDirFresh = false;
         return false;
@@ -226,10 +256,17 @@ bool BackupEngine::CopyLink(const std::string& source, const std::string& dest,
 }
 
 bool BackupEngine::CopyContent(FileCopy& c) {
-    if (!c.in.OpenFile(c.source, FileAccess::Read, FileShare::Read, FileOpen::OpenExisting,
-                       FileAttr::Normal)) {
+    const size_t slash = c.source.rfind('/');
+    if (!UseFolder(m_srcDir, c.source, slash)) {
+        LogFileError("Unable to open", c.source, m_srcDir.LastErrorCode);
+        return false;
+    }
+    if (!c.in.OpenFileAt(m_srcDir, c.source.substr(slash + 1))) {
         LogFileError("Unable to open", c.source, c.in.LastErrorCode);
         return false;
+    }
+    if (c.src.Size >= kAdviseSize) {
+        c.in.AdviseSequential();
     }
     m_progress->CurrentSize = c.src.Size;
     AddLogLine("Copying " + c.source + " (" + std::to_string(c.src.Size) + " Bytes)...", false);
@@ -249,15 +286,20 @@ bool BackupEngine::CopyContent(FileCopy& c) {
 // Creates the file the copy is written to: the destination itself when it does not
 // exist, else a temporary name beside it. Creation is exclusive, so a link planted at
 // either name is never written through; a destination that turns out to exist after
-// all switches to the temporary name.
+// all switches to the temporary name. The new file starts with the source's permission
+// bits, so that usually nothing is left to change when it is complete.
 bool BackupEngine::OpenDestination(FileCopy& c) {
     for (int attempt = 0; attempt < 2; ++attempt) {
         c.writePath = c.dst.Exists ? PartName(c.dest) : c.dest;
         if (c.dst.Exists) {
             m_fs.Delete(c.writePath); // a leftover of an interrupted run
         }
-        if (c.out.OpenFile(c.writePath, FileAccess::Write, FileShare::None, FileOpen::CreateNew,
-                           FileAttr::Normal)) {
+        const size_t slash = c.writePath.rfind('/');
+        if (!UseFolder(m_dstDir, c.writePath, slash)) {
+            c.out.LastErrorCode = m_dstDir.LastErrorCode;
+            return false;
+        }
+        if (c.out.CreateFileAt(m_dstDir, c.writePath.substr(slash + 1), c.src.Mode)) {
             return true;
         }
         if (c.dst.Exists || c.out.LastErrorCode != EEXIST) {
@@ -271,14 +313,23 @@ bool BackupEngine::OpenDestination(FileCopy& c) {
     return false;
 }
 
+// The end of the kernel copy round of one block: the block's end rounded down to a
+// whole page, so that every round starts and ends on a page boundary (unaligned rounds
+// cost the kernel about half as much again); the rest is carried into the next block.
+// The file's end, and a block too short to reach a page boundary, end where they are.
+long long BackupEngine::RoundEnd(long long done, long long block, long long size) {
+    const long long end = std::min(done + block, size);
+    const long long aligned = end / kPageSize * kPageSize;
+    return (end == size || aligned <= done) ? end : aligned;
+}
+
 // Moves the file in blocks of the run's block size up to the size it had when it was
 // examined (asking for no more than that saves a probe for the end at every file); a
 // file that shrank ends early, one that grew is copied as it was examined.
 bool BackupEngine::CopyBlocks(FileCopy& c) {
     clsProgress& p = *m_progress;
-    const long long block = m_blockSize;
     while (p.CurrentDone < c.src.Size) {
-        const long long want = std::min(block, c.src.Size - p.CurrentDone);
+        const long long want = RoundEnd(p.CurrentDone, m_blockSize, c.src.Size) - p.CurrentDone;
         c.in.LastErrorCode = 0;
         c.out.LastErrorCode = 0;
         const long long n = c.in.CopyBlockTo(c.out, want, m_bufA.data(), m_bufA.size());

@@ -38,6 +38,7 @@
 #include "engine/clsProgress.h"
 #include "platform/clsBinaryFile.h"
 #include "platform/clsFileSystem.h"
+#include "platform/clsFolder.h"
 
 #include <atomic>
 #include <chrono>
@@ -167,7 +168,9 @@ private:
     // Copy helpers.
     bool IsUpToDate(const std::string& source, const std::string& target, const FileInfo& src,
                     const FileInfo& dst);
-    static bool IsUpToDate(const clsFSItem& listed, const FileInfo& dst);
+    static bool UseFolder(clsFolder& folder, const std::string& path, size_t slash);
+    void LookUpDestination(FileCopy& c);
+    static long long RoundEnd(long long done, long long block, long long size);
     void SkipFile(const std::string& source, std::int64_t size);
     bool PrepareDirectory(const std::string& dest);
     bool MakeDirectories(const std::string& dir, bool& createdLast);
@@ -178,6 +181,8 @@ private:
     bool FinishCopy(FileCopy& c);
     void FailCopy(FileCopy& c);
     bool VerifyLink(const std::string& source, const std::string& target);
+    bool OpenForVerify(clsBinaryFile& file, clsFolder& folder, const std::string& path,
+                       long long size);
     bool CompareBlocks(clsBinaryFile& src, clsBinaryFile& dst, const std::string& source,
                        const std::string& target, std::int64_t size);
 
@@ -214,11 +219,16 @@ private:
     // file is recognised without examining the source a second time.
     const clsFSItem* m_listed = nullptr;
     std::vector<unsigned char> m_bufA, m_bufB;
+    // The folders of the last source and destination, open while the walk stays in them
+    // (names inside an open folder are found without walking the full path again).
+    clsFolder m_srcDir;
+    clsFolder m_dstDir;
 
     // The log file, open for the run; m_logSize is its length (where the next line goes).
     clsBinaryFile m_log;
     std::string m_logOpenName;
     long long m_logSize = 0;
+    std::string m_logLine; // the line being written, kept to reuse its memory
     std::string m_stampText;
     std::time_t m_stampTime = 0;
 

@@ -58,21 +58,15 @@ void BackupEngine::WriteLogFile(const std::string& line, bool continueLast) {
             return;
         }
         m_logSize = std::max(0LL, m_log.FileSize());
-        m_log.SeekFile(m_logSize);
     }
+    // Written at the known end (or over the last line end) by position, so that no
+    // separate seek is needed; line and line end in one write, so a reader never sees
+    // half a line end.
     const long long pos = continueLast ? std::max(0LL, m_logSize - 2) : m_logSize;
-    if (pos != m_logSize && !m_log.SeekFile(pos)) {
-        return;
+    m_logLine.assign(line).append("\r\n");
+    if (m_log.WriteBlockAt(m_logLine.data(), m_logLine.size(), pos)) {
+        m_logSize = std::max(m_logSize, pos + static_cast<long long>(m_logLine.size()));
     }
-    // Line and line end in one write, so a reader never sees half a line end.
-    std::string out;
-    out.reserve(line.size() + 2);
-    out.append(line).append("\r\n");
-    if (!m_log.WriteBlock(out.data(), out.size())) {
-        m_log.SeekFile(m_logSize);
-        return;
-    }
-    m_logSize = std::max(m_logSize, pos + static_cast<long long>(out.size()));
 }
 
 std::string BackupEngine::MakeLogFileName(const std::string& dir) {

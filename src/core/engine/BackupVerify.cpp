@@ -9,23 +9,27 @@ namespace tessaron {
 
 void BackupEngine::VerifyFile(const std::string& source, const std::string& target, bool& ok) {
     ok = false;
+    const clsFSItem* listed = m_listed;
+    m_listed = nullptr;
     StartFile(source);
     EnsureBuffers();
     FileInfo info;
-    m_fs.GetInfo(source, info);
+    if (listed != nullptr) {
+        info = listed->Info;
+    } else {
+        m_fs.GetInfo(source, info);
+    }
     if (info.Kind == FileKind::Symlink) {
         ok = VerifyLink(source, target);
         return;
     }
     clsBinaryFile src;
-    if (!src.OpenFile(source, FileAccess::Read, FileShare::Read, FileOpen::OpenExisting,
-                      FileAttr::Normal)) {
+    if (!OpenForVerify(src, m_srcDir, source, info.Size)) {
         LogFileError("Unable to open", source, src.LastErrorCode);
         return;
     }
     clsBinaryFile dst;
-    if (!dst.OpenFile(target, FileAccess::Read, FileShare::Read, FileOpen::OpenExisting,
-                      FileAttr::Normal)) {
+    if (!OpenForVerify(dst, m_dstDir, target, info.Size)) {
         LogFileError("Unable to open", target, dst.LastErrorCode);
         return;
     }
@@ -45,6 +49,24 @@ void BackupEngine::VerifyFile(const std::string& source, const std::string& targ
     ok = true;
 }
 
+// Opens path for reading by name inside its folder (kept open for the next file there).
+// Large files are announced as read from start to end.
+bool BackupEngine::OpenForVerify(clsBinaryFile& file, clsFolder& folder, const std::string& path,
+                                 long long size) {
+    const size_t slash = path.rfind('/');
+    if (!UseFolder(folder, path, slash)) {
+        file.LastErrorCode = folder.LastErrorCode;
+        return false;
+    }
+    if (!file.OpenFileAt(folder, path.substr(slash + 1))) {
+        return false;
+    }
+    if (size >= (1 << 20)) {
+        file.AdviseSequential();
+    }
+    return true;
+}
+
 // Only the source's length drives the loop: a copy that is longer but equal over the
 // source's length passes; a shorter one fails at its short block.
 bool BackupEngine::CompareBlocks(clsBinaryFile& src, clsBinaryFile& dst, const std::string& source,
@@ -54,7 +76,8 @@ bool BackupEngine::CompareBlocks(clsBinaryFile& src, clsBinaryFile& dst, const s
     // Reading no more than the examined size saves a probe for the end at every file.
     for (;;) {
         const long long left = size - p.CurrentDone;
-        const long long want = left > 0 ? std::min(block, left) : block;
+        const long long want =
+            left > 0 ? RoundEnd(p.CurrentDone, block, size) - p.CurrentDone : block;
         const long long a = src.ReadBlock(m_bufA.data(), static_cast<std::size_t>(want));
         if (a < 0) {
             LogFileError("Read Error on", source, src.LastErrorCode);

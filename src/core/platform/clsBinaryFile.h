@@ -20,6 +20,8 @@
 
 namespace tessaron {
 
+class clsFolder;
+
 class clsBinaryFile {
 public:
     clsBinaryFile() = default;
@@ -51,6 +53,20 @@ public:
                   std::int64_t openMode = -1, std::int64_t attributes = -1);
     void CloseFile();
 
+    // Opens the entry name (no "/" in it) of an open folder for reading, for copying a
+    // file that a listing found: a link is refused (ELOOP) rather than followed, and a
+    // FIFO or device put there since the listing neither blocks the open nor later
+    // reads (they fail with EAGAIN or end at once). No read-ahead advice is given; see
+    // AdviseSequential.
+    bool OpenFileAt(const clsFolder& folder, const std::string& name);
+    // Creates the entry name of an open folder for writing, exclusively (EEXIST when
+    // anything, even a dangling link, is there), with the permission bits mode & 0777
+    // less the umask. SetOwner and SetMode then skip what the new file already has.
+    bool CreateFileAt(clsFolder& folder, const std::string& name, unsigned mode);
+    // Tells the kernel the file will be read from start to end (worth it for large files
+    // only: it costs a system call).
+    void AdviseSequential();
+
     // Reads up to count bytes: buf holds exactly the bytes read (empty at end of file).
     // False (buf empty) on a read error, a closed file or count < 1.
     bool ReadFile(std::vector<unsigned char>& buf, long long count);
@@ -67,6 +83,8 @@ public:
     // count bytes.
     long long ReadBlock(void* buf, std::size_t count);
     bool WriteBlock(const void* buf, std::size_t count);
+    // Writes all count bytes at offset, leaving the current position where it was.
+    bool WriteBlockAt(const void* buf, std::size_t count, long long offset);
 
     // Moves up to count bytes from this file's position to dest's position, advancing
     // both, and returns the bytes moved (less than count only at end of file) or -1 (the
@@ -110,10 +128,11 @@ public:
     // Full-precision times for carrying metadata to a copy.
     bool GetTimes(std::timespec& atime, std::timespec& mtime);
     bool SetTimes(const std::timespec& atime, const std::timespec& mtime);
-    // Permission bits (07777) of the open file (fchmod).
+    // Permission bits (07777) of the open file (fchmod; skipped when a file made by
+    // CreateFileAt already has them).
     bool SetMode(unsigned mode);
     // Owner and group (fchown) when running as root; as any other user it does nothing
-    // and returns true.
+    // and returns true. Skipped when a file made by CreateFileAt already has them.
     bool SetOwner(unsigned uid, unsigned gid);
 
     // The system's text for an errno value, without a trailing line break.
@@ -125,8 +144,13 @@ private:
     long long KernelCopy(clsBinaryFile& dest, long long count, bool& atEnd);
     long long BufferCopy(clsBinaryFile& dest, long long count, void* buffer,
                          std::size_t bufferSize);
+    void LearnCreated(clsFolder& folder, unsigned mode);
     int m_fd = -1;
     bool m_kernelCopy = true;
+    // What a file made by CreateFileAt has already (-1: unknown, set it).
+    long long m_knownMode = -1;
+    long long m_knownUid = -1;
+    long long m_knownGid = -1;
     std::vector<unsigned char> m_copyBuffer;
 };
 

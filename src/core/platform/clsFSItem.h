@@ -5,9 +5,22 @@
 #include "platform/DateTime.h"
 #include "platform/FileConstants.h"
 
+#include <ctime>
 #include <string>
 
 namespace tessaron {
+
+// Everything the engine needs to know about one path, from one lstat (or listing) call.
+struct FileInfo {
+    bool Exists = false;
+    FileKind Kind = FileKind::None;
+    long long Size = 0;    // bytes (a link: the length of its target text)
+    std::timespec MTime{}; // modification time, full precision
+    std::timespec ATime{}; // last access time, full precision
+    unsigned Mode = 0;     // permission bits (07777)
+    unsigned Uid = 0;
+    unsigned Gid = 0;
+};
 
 struct clsFSItem {
     // A listing entry: its name alone (no folder part). A drive: its mount point ("/",
@@ -28,6 +41,9 @@ struct clsFSItem {
     // What the entry is, read without following a link. Callers must not descend into
     // or open a Symlink, and must never open a Fifo, Socket or Device.
     FileKind Kind = FileKind::None;
+    // Listing: the entry's own status as the listing read it (never a link's target),
+    // so that a walk can copy or compare the entry without examining it again.
+    FileInfo Info;
 
     bool IsLink() const { return Kind == FileKind::Symlink; }
     // A FIFO, socket or device node: never opened, skipped by a backup.

@@ -23,19 +23,6 @@
 
 namespace tessaron {
 
-// Everything the engine needs to know about one path, from one lstat call.
-struct FileInfo {
-    bool Exists = false;
-    FileKind Kind = FileKind::None;
-    long long Size = 0;    // bytes (a link: the length of its target text)
-    DateTime Modified;     // local time, to the second (as GetFileTime)
-    std::timespec MTime{}; // modification time, full precision
-    std::timespec ATime{}; // last access time, full precision
-    unsigned Mode = 0;     // permission bits (07777)
-    unsigned Uid = 0;
-    unsigned Gid = 0;
-};
-
 class clsFileSystem {
 public:
     clsFileSystem() = default;

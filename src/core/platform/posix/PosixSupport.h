@@ -3,12 +3,14 @@
 // the platform layer: nothing outside src/core/platform/posix includes this.
 
 #include "platform/DateTime.h"
+#include "platform/clsFSItem.h"
 
 #include <cerrno>
 #include <cstring>
 #include <ctime>
 #include <string>
 #include <sys/stat.h>
+#include <unistd.h>
 
 namespace tessaron::posix {
 
@@ -51,6 +53,55 @@ inline struct timespec ToTimespec(const DateTime& value) {
         ts.tv_sec = value.ToTimeT();
     }
     return ts;
+}
+
+// What a mode's file type bits make of an entry.
+inline FileKind KindOf(mode_t mode) {
+    if (S_ISREG(mode)) {
+        return FileKind::File;
+    }
+    if (S_ISDIR(mode)) {
+        return FileKind::Directory;
+    }
+    if (S_ISLNK(mode)) {
+        return FileKind::Symlink;
+    }
+    if (S_ISFIFO(mode)) {
+        return FileKind::Fifo;
+    }
+    return S_ISSOCK(mode) ? FileKind::Socket : FileKind::Device;
+}
+
+inline void InfoFromStat(const struct stat& st, FileInfo& out) {
+    out.Exists = true;
+    out.Kind = KindOf(st.st_mode);
+    out.Size = static_cast<long long>(st.st_size);
+    out.MTime = st.st_mtim;
+    out.ATime = st.st_atim;
+    out.Mode = st.st_mode & 07777;
+    out.Uid = st.st_uid;
+    out.Gid = st.st_gid;
+}
+
+// The process's identity and umask, asked once: nothing in the program changes them, and
+// a copy of many small files would otherwise ask for them at every file.
+inline uid_t EffectiveUid() {
+    static const uid_t uid = ::geteuid();
+    return uid;
+}
+
+inline gid_t EffectiveGid() {
+    static const gid_t gid = ::getegid();
+    return gid;
+}
+
+inline mode_t ProcessUmask() {
+    static const mode_t mask = [] {
+        const mode_t m = ::umask(022);
+        ::umask(m);
+        return m;
+    }();
+    return mask;
 }
 
 // Runs fn until it does not fail with EINTR.

@@ -1,5 +1,6 @@
 #include "platform/clsBinaryFile.h"
 
+#include "platform/clsFolder.h"
 #include "platform/posix/PosixSupport.h"
 
 #include <algorithm>
@@ -99,6 +100,64 @@ void clsBinaryFile::CloseFile() {
         ::close(m_fd);
         m_fd = -1;
     }
+    m_knownMode = m_knownUid = m_knownGid = -1;
+}
+
+bool clsBinaryFile::OpenFileAt(const clsFolder& folder, const std::string& name) {
+    CloseFile();
+    Access = FileAccess::Read;
+    OpenMode = FileOpen::OpenExisting;
+    // O_NONBLOCK stays on: it changes nothing for a regular file, and keeps a FIFO that
+    // replaced the listed file from blocking the open or any read.
+    const int flags = O_RDONLY | O_CLOEXEC | O_NOCTTY | O_NOFOLLOW | O_NONBLOCK;
+    const int fd = RetryEintr([&] { return ::openat(folder.Handle(), name.c_str(), flags); });
+    if (fd < 0) {
+        return Fail();
+    }
+    m_fd = fd;
+    m_kernelCopy = true;
+    return true;
+}
+
+bool clsBinaryFile::CreateFileAt(clsFolder& folder, const std::string& name, unsigned mode) {
+    CloseFile();
+    Access = FileAccess::Write;
+    OpenMode = FileOpen::CreateNew;
+    const int flags = O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC | O_NOCTTY;
+    const auto perms = static_cast<mode_t>(mode & 0777);
+    const int fd =
+        RetryEintr([&] { return ::openat(folder.Handle(), name.c_str(), flags, perms); });
+    if (fd < 0) {
+        return Fail();
+    }
+    m_fd = fd;
+    m_kernelCopy = true;
+    LearnCreated(folder, perms);
+    return true;
+}
+
+// Records what the new file has. The folder predicts it; the first file made in a folder
+// is examined once to confirm the prediction for the rest.
+void clsBinaryFile::LearnCreated(clsFolder& folder, unsigned mode) {
+    const unsigned expected = mode & ~static_cast<unsigned>(posix::ProcessUmask());
+    if (!folder.CheckedFirstFile()) {
+        struct stat st {};
+        if (::fstat(m_fd, &st) != 0) {
+            return;
+        }
+        folder.FirstFileGot(st.st_uid, st.st_gid, (st.st_mode & 07777) == expected);
+    }
+    m_knownUid = folder.NewFileUid();
+    m_knownGid = folder.NewFileGid();
+    if (folder.NewFileModeIsPredictable()) {
+        m_knownMode = expected;
+    }
+}
+
+void clsBinaryFile::AdviseSequential() {
+    if (m_fd >= 0) {
+        posix_fadvise(m_fd, 0, 0, POSIX_FADV_SEQUENTIAL);
+    }
 }
 
 long long clsBinaryFile::ReadBlock(void* buf, std::size_t count) {
@@ -130,6 +189,26 @@ bool clsBinaryFile::WriteBlock(const void* buf, std::size_t count) {
     std::size_t done = 0;
     while (done < count) {
         ssize_t n = RetryEintr([&] { return ::write(m_fd, in + done, count - done); });
+        if (n < 0) {
+            return Fail();
+        }
+        if (n == 0) {
+            return Fail(EIO);
+        }
+        done += static_cast<std::size_t>(n);
+    }
+    return true;
+}
+
+bool clsBinaryFile::WriteBlockAt(const void* buf, std::size_t count, long long offset) {
+    if (m_fd < 0) {
+        return Fail(EBADF);
+    }
+    const auto* in = static_cast<const unsigned char*>(buf);
+    std::size_t done = 0;
+    while (done < count) {
+        const auto at = static_cast<off_t>(offset + static_cast<long long>(done));
+        ssize_t n = RetryEintr([&] { return ::pwrite(m_fd, in + done, count - done, at); });
         if (n < 0) {
             return Fail();
         }
@@ -256,17 +335,31 @@ bool clsBinaryFile::SetMode(unsigned mode) {
     if (m_fd < 0) {
         return Fail(EBADF);
     }
-    return ::fchmod(m_fd, static_cast<mode_t>(mode & 07777)) == 0 || Fail();
+    if (m_knownMode == static_cast<long long>(mode & 07777)) {
+        return true;
+    }
+    if (::fchmod(m_fd, static_cast<mode_t>(mode & 07777)) != 0) {
+        return Fail();
+    }
+    m_knownMode = mode & 07777;
+    return true;
 }
 
 bool clsBinaryFile::SetOwner(unsigned uid, unsigned gid) {
     if (m_fd < 0) {
         return Fail(EBADF);
     }
-    if (::geteuid() != 0) {
+    if (posix::EffectiveUid() != 0 || (m_knownUid == uid && m_knownGid == gid)) {
         return true;
     }
-    return ::fchown(m_fd, static_cast<uid_t>(uid), static_cast<gid_t>(gid)) == 0 || Fail();
+    if (::fchown(m_fd, static_cast<uid_t>(uid), static_cast<gid_t>(gid)) != 0) {
+        return Fail();
+    }
+    // A change of owner clears the set-user-ID and set-group-ID bits.
+    m_knownUid = uid;
+    m_knownGid = gid;
+    m_knownMode = -1;
+    return true;
 }
 
 } // namespace tessaron

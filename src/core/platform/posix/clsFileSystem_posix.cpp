@@ -14,28 +14,10 @@
 
 namespace tessaron {
 
+using posix::KindOf;
 using posix::RetryEintr;
 
 namespace {
-
-FileKind KindOf(mode_t mode) {
-    if (S_ISREG(mode)) {
-        return FileKind::File;
-    }
-    if (S_ISDIR(mode)) {
-        return FileKind::Directory;
-    }
-    if (S_ISLNK(mode)) {
-        return FileKind::Symlink;
-    }
-    if (S_ISFIFO(mode)) {
-        return FileKind::Fifo;
-    }
-    if (S_ISSOCK(mode)) {
-        return FileKind::Socket;
-    }
-    return FileKind::Device;
-}
 
 // The last component of a path, ignoring trailing "/".
 std::string BaseName(const std::string& path) {
@@ -165,15 +147,7 @@ bool clsFileSystem::GetInfo(const std::string& path, FileInfo& out) {
         }
         return Fail("GetInfo", errno);
     }
-    out.Exists = true;
-    out.Kind = KindOf(st.st_mode);
-    out.Size = static_cast<long long>(st.st_size);
-    out.Modified = posix::LocalDate(st.st_mtim);
-    out.MTime = st.st_mtim;
-    out.ATime = st.st_atim;
-    out.Mode = st.st_mode & 07777;
-    out.Uid = st.st_uid;
-    out.Gid = st.st_gid;
+    posix::InfoFromStat(st, out);
     return true;
 }
 
@@ -314,14 +288,15 @@ namespace tessaron {
 
 namespace {
 
-// The sorted entry names of a directory that is not a link; false when it cannot be read.
-bool ListNames(const std::string& path, std::vector<std::string>& names, int& code) {
-    int fd = ::open(path.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
-    DIR* dir = fd < 0 ? nullptr : ::fdopendir(fd);
+// The sorted entry names of the directory open as fd (which stays open); false when it
+// cannot be read.
+bool ListNamesAt(int fd, std::vector<std::string>& names, int& code) {
+    const int dup = ::fcntl(fd, F_DUPFD_CLOEXEC, 0);
+    DIR* dir = dup < 0 ? nullptr : ::fdopendir(dup);
     if (dir == nullptr) {
         code = errno;
-        if (fd >= 0) {
-            ::close(fd);
+        if (dup >= 0) {
+            ::close(dup);
         }
         return false;
     }
@@ -331,55 +306,64 @@ bool ListNames(const std::string& path, std::vector<std::string>& names, int& co
     return ok;
 }
 
-// What a listing needs of one entry, never following a link.
-struct EntryStat {
-    mode_t Mode = 0;
-    long long Size = 0;
-    time_t Modified = 0;
-    time_t Created = 0; // 0 where the file system keeps no creation time
-};
-
-// One statx call (lstat where statx is missing); false when the entry is gone.
-bool StatEntry(const std::string& full, EntryStat& out) {
-#if defined(__linux__) && defined(STATX_BTIME)
-    struct statx stx {};
-    if (::statx(AT_FDCWD, full.c_str(), AT_SYMLINK_NOFOLLOW, STATX_BASIC_STATS | STATX_BTIME,
-                &stx) != 0) {
+// The sorted entry names of a directory that is not a link; false when it cannot be read.
+bool ListNames(const std::string& path, std::vector<std::string>& names, int& code) {
+    int fd = ::open(path.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
+    if (fd < 0) {
+        code = errno;
         return false;
     }
-    out.Mode = stx.stx_mode;
-    out.Size = static_cast<long long>(stx.stx_size);
-    out.Modified = static_cast<time_t>(stx.stx_mtime.tv_sec);
+    bool ok = ListNamesAt(fd, names, code);
+    ::close(fd);
+    return ok;
+}
+
+// One statx of the entry name inside the folder open as dirfd (fstatat where statx is
+// missing), never following a link; false when the entry is gone.
+bool StatEntry(int dirfd, const std::string& name, FileInfo& info, time_t& created) {
+    created = 0;
+#if defined(__linux__) && defined(STATX_BTIME)
+    struct statx stx {};
+    if (::statx(dirfd, name.c_str(), AT_SYMLINK_NOFOLLOW, STATX_BASIC_STATS | STATX_BTIME, &stx) !=
+        0) {
+        return false;
+    }
+    info.Exists = true;
+    info.Kind = KindOf(stx.stx_mode);
+    info.Size = static_cast<long long>(stx.stx_size);
+    info.MTime = {static_cast<time_t>(stx.stx_mtime.tv_sec), stx.stx_mtime.tv_nsec};
+    info.ATime = {static_cast<time_t>(stx.stx_atime.tv_sec), stx.stx_atime.tv_nsec};
+    info.Mode = stx.stx_mode & 07777;
+    info.Uid = stx.stx_uid;
+    info.Gid = stx.stx_gid;
     if ((stx.stx_mask & STATX_BTIME) != 0) {
-        out.Created = static_cast<time_t>(stx.stx_btime.tv_sec);
+        created = static_cast<time_t>(stx.stx_btime.tv_sec);
     }
 #else
     struct stat st {};
-    if (::lstat(full.c_str(), &st) != 0) {
+    if (::fstatat(dirfd, name.c_str(), &st, AT_SYMLINK_NOFOLLOW) != 0) {
         return false;
     }
-    out.Mode = st.st_mode;
-    out.Size = static_cast<long long>(st.st_size);
-    out.Modified = st.st_mtim.tv_sec;
+    posix::InfoFromStat(st, info);
 #endif
     return true;
 }
 
 // One listing record; an entry that vanished since the folder was read gives false.
-bool FillItem(const std::string& full, const std::string& name, clsFSItem& item) {
-    EntryStat st;
-    if (!StatEntry(full, st)) {
+bool FillItem(int dirfd, const std::string& name, clsFSItem& item) {
+    time_t created = 0;
+    if (!StatEntry(dirfd, name, item.Info, created)) {
         return false;
     }
-    int attr = AttributesOf(name, st.Mode);
+    const mode_t mode = static_cast<mode_t>(item.Info.Mode);
     item.Path = name;
-    item.Kind = KindOf(st.Mode);
-    item.IsDirectory = (attr & FileAttr::Directory) != 0;
-    item.IsHidden = (attr & FileAttr::Hidden) != 0;
-    item.IsReadOnly = (attr & FileAttr::ReadOnly) != 0;
-    item.Size = S_ISREG(st.Mode) ? static_cast<double>(st.Size) : 0.0;
-    item.Created = DateTime::FromTimeTUtc(st.Created);
-    item.Modified = DateTime::FromTimeTUtc(st.Modified);
+    item.Kind = item.Info.Kind;
+    item.IsDirectory = item.Kind == FileKind::Directory;
+    item.IsHidden = name.size() > 1 && name[0] == '.' && name != "..";
+    item.IsReadOnly = item.Kind != FileKind::Symlink && (mode & 0222) == 0;
+    item.Size = item.Kind == FileKind::File ? static_cast<double>(item.Info.Size) : 0.0;
+    item.Created = DateTime::FromTimeTUtc(created);
+    item.Modified = DateTime::FromTimeTUtc(item.Info.MTime.tv_sec);
     return true;
 }
 
@@ -419,22 +403,33 @@ std::vector<std::string> clsFileSystem::ListFiles(const std::string& path) {
 int clsFileSystem::GetDirectory(const std::string& path) {
     Items.clear();
     std::string dir = DropTrailingSeparator(path);
-    std::vector<std::string> names;
-    int code = 0;
-    if (dir.empty() || !IsDirectory(dir)) {
+    if (dir.empty()) {
         return 0;
     }
-    if (!ListNames(dir, names, code)) {
+    // O_NOFOLLOW and O_DIRECTORY refuse a link and anything not a directory in the same
+    // call that opens the folder; entries are then examined by name inside it.
+    const int fd = ::open(dir.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
+    if (fd < 0) {
+        if (errno != ENOTDIR && errno != ELOOP && errno != ENOENT) {
+            Fail("GetDirectory", errno);
+        }
+        return 0;
+    }
+    std::vector<std::string> names;
+    int code = 0;
+    if (!ListNamesAt(fd, names, code)) {
+        ::close(fd);
         Fail("GetDirectory", code);
         return 0;
     }
-    const std::string base = dir == "/" ? dir : dir + "/";
+    Items.reserve(names.size());
     for (const std::string& name : names) {
         clsFSItem item;
-        if (FillItem(base + name, name, item)) {
+        if (FillItem(fd, name, item)) {
             Items.push_back(std::move(item));
         }
     }
+    ::close(fd);
     return static_cast<int>(Items.size());
 }
 
