@@ -185,10 +185,29 @@ void ConsoleView::AppendToLastLine(const std::string& text) {
         m_out << text << std::flush;
         return;
     }
-    // The progress display already ended the line on the terminal: show it again whole.
-    ClearProgress();
+    // The progress display ended the line on the terminal. When the display is still
+    // below it, the line is written again in place, so that it does not show twice.
+    if (m_progressShown && m_options.OutIsTerminal) {
+        ClearProgress();
+        m_out << "\033[" << TerminalRows(m_lastLine.size() - text.size()) << "A\r\033[J";
+    } else {
+        ClearProgress();
+    }
     m_out << m_lastLine << std::flush;
     m_linePending = true;
+}
+
+// Terminal rows a line of that many bytes took (each UTF-8 character counted once, so a
+// line of wide characters may be counted short: then it shows twice, never overwrites).
+int ConsoleView::TerminalRows(std::size_t bytes) const {
+    std::size_t chars = 0;
+    for (std::size_t i = 0; i < bytes && i < m_lastLine.size(); ++i) {
+        if ((static_cast<unsigned char>(m_lastLine[i]) & 0xC0) != 0x80) {
+            ++chars;
+        }
+    }
+    const std::size_t cols = static_cast<std::size_t>(std::max(m_options.Columns, 1));
+    return static_cast<int>(std::max<std::size_t>(1, (chars + cols - 1) / cols));
 }
 
 void ConsoleView::SetText(ViewText which, const std::string& text) {

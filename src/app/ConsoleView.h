@@ -50,6 +50,7 @@ private:
     bool CheckInterrupt();
     void EndPendingLine();
     void ClearProgress();
+    int TerminalRows(std::size_t bytes) const;
     void DrawProgress();
     MsgAnswer AskTerminal(const std::string& title, const std::string& text, MsgButtons buttons);
     const std::string& Text(ViewText which) const;
