@@ -313,14 +313,20 @@ bool BackupEngine::OpenDestination(FileCopy& c) {
     return false;
 }
 
-// The end of the kernel copy round of one block: the block's end rounded down to a
-// whole page, so that every round starts and ends on a page boundary (unaligned rounds
-// cost the kernel about half as much again); the rest is carried into the next block.
-// The file's end, and a block too short to reach a page boundary, end where they are.
+// The end of the round that copies the next block. Blocks end at multiples of the block
+// size; each round ends at its block's end rounded down to a whole page, so that every
+// round starts and ends on a page boundary (unaligned rounds cost the kernel about half
+// as much again) and the rest is carried into the next round. The number of rounds, and
+// so of yields, stays one per block. Blocks smaller than a page are not rounded.
 long long BackupEngine::RoundEnd(long long done, long long block, long long size) {
-    const long long end = std::min(done + block, size);
-    const long long aligned = end / kPageSize * kPageSize;
-    return (end == size || aligned <= done) ? end : aligned;
+    if (block < kPageSize) {
+        return std::min(done + block, size);
+    }
+    long long boundary = (done / block + 1) * block;
+    if (boundary / kPageSize * kPageSize <= done) {
+        boundary += block; // done is the rounded end of the block ending at boundary
+    }
+    return boundary >= size ? size : boundary / kPageSize * kPageSize;
 }
 
 // Moves the file in blocks of the run's block size up to the size it had when it was

@@ -305,7 +305,9 @@ void BackupEngine::EjectTarget() {
 }
 
 void BackupEngine::EnsureBuffers() {
-    const auto size = static_cast<size_t>(m_blockSize);
+    // A round that ends on a page boundary may carry up to a page less one from the
+    // block before (see RoundEnd).
+    const auto size = static_cast<size_t>(m_blockSize) + 4096;
     if (m_bufA.size() != size) {
         m_bufA.assign(size, 0);
         m_bufB.assign(size, 0);

@@ -362,5 +362,45 @@ TEST_F(RunTest, AFailedReplacementKeepsTheOlderCopy) {
     EXPECT_EQ(engine.Progress().BytesDone, 0);
 }
 
+// Copy and verify move a file in one round per block of the block size (one yield each),
+// whatever the alignment of the rounds, and every byte arrives.
+TEST_F(RunTest, OneRoundPerBlockForAnyBlockAndFileSize) {
+    struct Case {
+        std::int32_t block;
+        size_t size;
+    };
+    const Case cases[] = {{128000, 1000000}, {128000, 300000}, {131072, 262144},
+                          {5000, 12345},     {4096, 4097},     {1000, 2500}};
+    setup.Verify = true;
+    for (const Case& c : cases) {
+        SCOPED_TRACE(std::to_string(c.block) + " " + std::to_string(c.size));
+        fs::remove_all(out);
+        fs::create_directories(out);
+        WriteFile(src / "f.bin", Bytes(c.size, static_cast<unsigned>(c.size)));
+        setup.BlockSize = c.block;
+        std::vector<std::int64_t> seen;
+        ASSERT_TRUE(RunBackup([&](BackupEngine& engine) {
+            view.onYield = [&] {
+                const clsProgress& p = engine.Progress();
+                // The walk's yield after the file sees the same count again.
+                if (p.CurrentSize == static_cast<std::int64_t>(c.size) && p.CurrentDone > 0 &&
+                    (seen.empty() || seen.back() != p.CurrentDone)) {
+                    seen.push_back(p.CurrentDone);
+                }
+            };
+        }));
+        view.onYield = nullptr;
+        EXPECT_EQ(ReadAll(Copy(src / "f.bin")), ReadAll(src / "f.bin"));
+        const size_t blocks = (c.size + c.block - 1) / c.block;
+        ASSERT_EQ(seen.size(), 2 * blocks); // copy, then verify
+        for (size_t i = 0; i < blocks; ++i) {
+            const auto end = static_cast<std::int64_t>(std::min((i + 1) * c.block, c.size));
+            EXPECT_LE(seen[i], end);
+            EXPECT_GT(seen[i], end - 4096);
+        }
+        EXPECT_EQ(seen[blocks - 1], static_cast<std::int64_t>(c.size));
+    }
+}
+
 } // namespace
 } // namespace tessaron::test
