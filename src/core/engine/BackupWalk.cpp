@@ -166,6 +166,11 @@ std::string BackupEngine::Destination(const std::string& source, const std::stri
     if (!dest.empty() && dest.back() == '/') {
         dest.pop_back();
     }
+    // A POSIX path has no drive part: its directory and file name are the whole path,
+    // so the walk's absolute paths are appended as they are, without taking them apart.
+    if (!source.empty() && source[0] == '/') {
+        return dest += source;
+    }
     const clsPath p(source, PathStyle::Posix);
     dest += p.Directory;
     dest += p.File();
