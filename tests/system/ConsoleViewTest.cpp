@@ -153,13 +153,31 @@ TEST(ConsoleView, ProgressKeepsTheEndOfALongFileNameWithinTheWidth) {
     EXPECT_EQ(drawn.substr(drawn.size() - 9), "/\xC3\xA9nd.txt");
 }
 
-TEST(ConsoleView, SharedTerminalEndsTheLineBeforeDrawingAndShowsAppendsAgain) {
-    Console c(OnTerminal(true));
-    c.view.AddLine("Clearing /b...");
-    c.view.Yield();
-    c.view.AppendToLastLine("Done");
-    c.view.Finished(true);
-    EXPECT_EQ(c.out.str(), "Clearing /b...\nClearing /b...Done\n");
+// On a shared terminal the progress display ends a pending line; "Done" appended later
+// rewrites that line in place: the cursor goes up over every row the line took (60
+// columns here; a UTF-8 character is one column) and the line is written again whole.
+TEST(ConsoleView, SharedTerminalRewritesACompletedLineInPlace) {
+    struct Case {
+        std::string line;
+        int rows;
+    } cases[] = {
+        {"Clearing /b...", 1},
+        {std::string(60, 'x'), 1},
+        {std::string(61, 'x'), 2},
+        // 56 columns in 62 bytes, then 61 columns in 67 bytes
+        {std::string(50, 'x') + "\xc3\xa9\xc3\xa9\xc3\xa9\xc3\xa9\xc3\xa9\xc3\xa9", 1},
+        {std::string(55, 'x') + "\xc3\xa9\xc3\xa9\xc3\xa9\xc3\xa9\xc3\xa9\xc3\xa9", 2},
+    };
+    for (const Case& k : cases) {
+        Console c(OnTerminal(true));
+        c.view.AddLine(k.line);
+        c.view.Yield();
+        c.view.AppendToLastLine("Done");
+        c.view.Finished(true);
+        EXPECT_EQ(c.out.str(),
+                  k.line + "\n\033[" + std::to_string(k.rows) + "A\r\033[J" + k.line + "Done\n")
+            << k.line;
+    }
 }
 
 TEST(ConsoleView, NoProgressWithoutTerminal) {

@@ -67,11 +67,11 @@ std::string EscapeName(const std::string& name) {
         return "@";
     std::string out = Escape(name, "=");
     // A name that would read as the default value, a section or a comment.
-    if (out == "@" || out[0] == '[' || out[0] == ';' || out[0] == '#')
-        out = "%" +
-              std::string{kHex[static_cast<unsigned char>(out[0]) >> 4],
-                          kHex[static_cast<unsigned char>(out[0]) & 15]} +
-              out.substr(1);
+    if (out == "@" || out[0] == '[' || out[0] == ';' || out[0] == '#') {
+        const auto first = static_cast<unsigned char>(out[0]);
+        const char code[3] = {'%', kHex[first >> 4], kHex[first & 15]};
+        out.replace(0, 1, code, 3);
+    }
     return out;
 }
 

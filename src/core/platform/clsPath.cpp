@@ -87,6 +87,12 @@ std::vector<std::string> clsPath::Parts() const {
 }
 
 std::vector<std::string_view> clsPath::SplitParts(std::string_view p, PathStyle style) {
+    std::vector<std::string_view> out;
+    SplitParts(p, style, out);
+    return out;
+}
+
+void clsPath::SplitParts(std::string_view p, PathStyle style, std::vector<std::string_view>& out) {
     // Composing the split fields gives p back, except that a last component holding a
     // "." and ending in "." loses that final dot (its Extension is empty).
     std::string_view composed = p;
@@ -99,9 +105,7 @@ std::vector<std::string_view> clsPath::SplitParts(std::string_view p, PathStyle 
     if (!file.empty() && file.back() == '.') {
         composed.remove_suffix(1);
     }
-    std::vector<std::string_view> out;
     SplitComposed(composed, style, out);
-    return out;
 }
 
 bool PartsContain(const std::vector<std::string_view>& outer,

@@ -60,6 +60,9 @@ public:
     // path "\\server"; those two are the only components that are not plain views of
     // p, so they are returned through the static strings of this function.
     static std::vector<std::string_view> SplitParts(std::string_view p, PathStyle style);
+    // The same into out (cleared first), so that a caller that splits many paths can
+    // reuse one vector's storage instead of allocating for every path.
+    static void SplitParts(std::string_view p, PathStyle style, std::vector<std::string_view>& out);
 
     // Error text of the last failure; writing `path` cannot fail on any string, so it
     // stays empty. Kept for the uniform error convention of the platform classes.

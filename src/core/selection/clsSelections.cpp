@@ -155,7 +155,8 @@ bool clsSelections::IsSelected(std::string_view Path) const {
             return true;
         }
     }
-    const Parts parts = clsPath::SplitParts(Path, m_style);
+    clsPath::SplitParts(Path, m_style, m_scratch);
+    const Parts& parts = m_scratch;
     bool selected = false;
     // The last entry that contains the path decides.
     for (const auto& item : m_items) {
@@ -176,7 +177,8 @@ bool clsSelections::IsSelectedWithNoExceptions(std::string_view Path) const {
             return item->m_except.empty();
         }
     }
-    const Parts parts = clsPath::SplitParts(Path, m_style);
+    clsPath::SplitParts(Path, m_style, m_scratch);
+    const Parts& parts = m_scratch;
     bool selected = false;
     for (const auto& item : m_items) {
         if (!PartsContain(item->m_pathParts, parts)) {
@@ -191,7 +193,8 @@ bool clsSelections::IsSelectedWithNoExceptions(std::string_view Path) const {
 }
 
 bool clsSelections::HasChildSelected(std::string_view Path) const {
-    const Parts parts = clsPath::SplitParts(Path, m_style);
+    clsPath::SplitParts(Path, m_style, m_scratch);
+    const Parts& parts = m_scratch;
     return std::any_of(m_items.begin(), m_items.end(), [&parts](const auto& item) {
         return PartsContain(parts, item->m_pathParts);
     });

@@ -147,6 +147,9 @@ private:
     static bool AnyExceptCovers(const clsSelItem& item, std::string_view p, const Parts& parts);
 
     PathStyle m_style;
+    // Components of the path asked last; kept to reuse its storage, since the queries run
+    // for every file of a backup. The queries are therefore not for concurrent use.
+    mutable Parts m_scratch;
     std::vector<std::unique_ptr<clsSelItem>> m_items;
 };
 
