@@ -144,6 +144,7 @@ private:
     void ReadBlockSize();
     bool SizePhase(bool& hadError);
     bool CopyOrVerifyPhase(bool verifying, bool& hadError);
+    void LogPhaseSummary(const char* complete, const char* files, const char* bytes);
     void LogCopySummary();
     void StartVerify(std::int32_t& copyElapsed);
     void LogVerifySummary(std::int32_t copyElapsed);

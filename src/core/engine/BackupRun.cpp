@@ -209,11 +209,16 @@ bool BackupEngine::CopyOrVerifyPhase(bool verifying, bool& hadError) {
 }
 
 void BackupEngine::LogCopySummary() {
+    LogPhaseSummary("Copy Complete", " Files Transferred,  ", " Bytes Transferred");
+}
+
+// The three summary lines of a copy or verify phase: its end, its counts, its time and rate.
+void BackupEngine::LogPhaseSummary(const char* complete, const char* files, const char* bytes) {
     clsProgress& p = *m_progress;
     p.UpdateElapsedTime();
-    AddLogLine("Copy Complete", true);
-    AddLogLine(FormatGrouped(std::int64_t{p.FilesDone}) + " Files Transferred,  " +
-                   FormatGrouped(p.BytesDone) + " Bytes Transferred",
+    AddLogLine(complete, true);
+    AddLogLine(FormatGrouped(std::int64_t{p.FilesDone}) + files + FormatGrouped(p.BytesDone) +
+                   bytes,
                true);
     const double rate =
         p.ElapsedTime > 0 ? static_cast<double>(p.BytesDone) / p.ElapsedTime * 1000.0 : 0.0;
@@ -240,16 +245,8 @@ void BackupEngine::StartVerify(std::int32_t& copyElapsed) {
 }
 
 void BackupEngine::LogVerifySummary(std::int32_t copyElapsed) {
+    LogPhaseSummary("Verify Complete", " Files Verified,  ", " Bytes Read");
     clsProgress& p = *m_progress;
-    p.UpdateElapsedTime();
-    AddLogLine("Verify Complete", true);
-    AddLogLine(FormatGrouped(std::int64_t{p.FilesDone}) + " Files Verified,  " +
-                   FormatGrouped(p.BytesDone) + " Bytes Read",
-               true);
-    const double rate =
-        p.ElapsedTime > 0 ? static_cast<double>(p.BytesDone) / p.ElapsedTime * 1000.0 : 0.0;
-    AddLogLine("Elapsed Time: " + p.FormatElapsedTime() + ", Bytes/Second: " + FormatGrouped(rate),
-               true);
     const std::int64_t total = std::int64_t{p.ElapsedTime} + copyElapsed;
     p.ElapsedTime = static_cast<std::int32_t>(std::min<std::int64_t>(total, INT32_MAX));
     AddLogLine("Total Elapsed Time: " + p.FormatElapsedTime(), true);
