@@ -44,6 +44,7 @@
 #include <chrono>
 #include <cstdint>
 #include <deque>
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -144,6 +145,7 @@ private:
     void ReadBlockSize();
     bool SizePhase(bool& hadError);
     bool CopyOrVerifyPhase(bool verifying, bool& hadError);
+    void EachSelection(bool& hadError, const std::function<void(const std::string&, bool&)>& step);
     void LogPhaseSummary(const char* complete, const char* files, const char* bytes);
     void LogCopySummary();
     void StartVerify(std::int32_t& copyElapsed);

@@ -139,19 +139,13 @@ void BackupEngine::ReadBlockSize() {
     }
 }
 
-// Returns true when the run goes on to the copy phase.
-bool BackupEngine::SizePhase(bool& hadError) {
-    AddLogLine("Calculating Backup Size", true);
-    m_timerOn = true;
-    m_lastRefresh = std::chrono::steady_clock::now();
-    m_phase = Phase::Size;
-    m_outputDir = m_setup->Target;
-    while (m_outputDir.size() > 1 && m_outputDir.back() == '/') {
-        m_outputDir.pop_back();
-    }
+// Runs one phase's step for every selection entry in the set's order. A failed entry marks
+// the run as failed and, with stop-on-error, ends the phase; so does a cancellation.
+void BackupEngine::EachSelection(bool& hadError,
+                                 const std::function<void(const std::string&, bool&)>& step) {
     for (const clsSelItem& item : m_setup->Sel) {
         bool ok = false;
-        TotalSelection(item.path(), ok);
+        step(item.path(), ok);
         if (!ok && !m_cancelled) {
             hadError = true;
             if (m_setup->StopOnError) {
@@ -163,6 +157,20 @@ bool BackupEngine::SizePhase(bool& hadError) {
             break;
         }
     }
+}
+
+// Returns true when the run goes on to the copy phase.
+bool BackupEngine::SizePhase(bool& hadError) {
+    AddLogLine("Calculating Backup Size", true);
+    m_timerOn = true;
+    m_lastRefresh = std::chrono::steady_clock::now();
+    m_phase = Phase::Size;
+    m_outputDir = m_setup->Target;
+    while (m_outputDir.size() > 1 && m_outputDir.back() == '/') {
+        m_outputDir.pop_back();
+    }
+    EachSelection(hadError,
+                  [this](const std::string& path, bool& ok) { TotalSelection(path, ok); });
     if ((m_setup->StopOnError && hadError) || m_cancelled) {
         return false;
     }
@@ -188,20 +196,9 @@ bool BackupEngine::CopyOrVerifyPhase(bool verifying, bool& hadError) {
     }
     m_phase = verifying ? Phase::Verify : Phase::Copy;
     EnsureBuffers();
-    for (const clsSelItem& item : m_setup->Sel) {
-        bool ok = false;
-        RunSelection(item.path(), target, verifying, ok);
-        if (!ok && !m_cancelled) {
-            hadError = true;
-            if (m_setup->StopOnError) {
-                break;
-            }
-        }
-        UpdateProgress();
-        if (m_cancelled) {
-            break;
-        }
-    }
+    EachSelection(hadError, [&](const std::string& path, bool& ok) {
+        RunSelection(path, target, verifying, ok);
+    });
     if (!verifying) {
         LogCopySummary();
     }
