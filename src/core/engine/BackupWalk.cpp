@@ -171,6 +171,9 @@ std::string BackupEngine::Destination(const std::string& source, const std::stri
     if (!source.empty() && source[0] == '/') {
         return dest += source;
     }
+    // A relative source (a set file may hold one) lands below the target too, never
+    // beside it: "docs/a.txt" to "/out" gives "/out/docs/a.txt", not "/outdocs/a.txt".
+    dest += '/';
     const clsPath p(source, PathStyle::Posix);
     dest += p.Directory;
     dest += p.File();

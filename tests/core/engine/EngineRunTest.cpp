@@ -306,6 +306,21 @@ TEST_F(RunTest, SavedLogAndMailEndWithTheResult) {
     EXPECT_EQ(text.substr(text.size() - 17), "Backup Complete\r\n");
 }
 
+// A relative selection (from a hand-written set file) is copied below the target, never
+// into a sibling folder whose name starts with the target's.
+TEST_F(RunTest, RelativeSelectionLandsBelowTheTarget) {
+    WriteFile(src / "a.txt", "a");
+    const fs::path before = fs::current_path();
+    fs::current_path(root);
+    setup.Sel.Clear();
+    setup.Sel.AddSelection("src");
+    const bool ok = RunBackup();
+    fs::current_path(before);
+    EXPECT_TRUE(ok);
+    EXPECT_EQ(ReadAll(out / "src" / "a.txt"), "a");
+    EXPECT_FALSE(fs::exists(root / "outsrc"));
+}
+
 TEST_F(RunTest, LinkLoopFifoAndTargetInsideTheSourceFinish) {
     WriteFile(src / "a.txt", "a");
     fs::create_symlink(".", src / "loop");
