@@ -174,6 +174,8 @@ private:
     static bool UseFolder(clsFolder& folder, const std::string& path, size_t slash);
     void LookUpDestination(FileCopy& c);
     static long long RoundEnd(long long done, long long block, long long size);
+    // The alignment of the rounds' ends for a block size (at most the block size).
+    static long long RoundUnit(long long block);
     void SkipFile(const std::string& source, std::int64_t size);
     bool PrepareDirectory(const std::string& dest);
     bool MakeDirectories(const std::string& dir, bool& createdLast);

@@ -299,9 +299,9 @@ void BackupEngine::EjectTarget() {
 }
 
 void BackupEngine::EnsureBuffers() {
-    // A round that ends on a page boundary may carry up to a page less one from the
-    // block before (see RoundEnd).
-    const auto size = static_cast<size_t>(m_blockSize) + 4096;
+    // A round that ends on an alignment boundary may carry up to one unit less one byte
+    // from the block before (see RoundEnd).
+    const auto size = static_cast<size_t>(m_blockSize + RoundUnit(m_blockSize));
     if (m_bufA.size() != size) {
         m_bufA.assign(size, 0);
         m_bufB.assign(size, 0);

@@ -384,8 +384,8 @@ TEST_F(RunTest, OneRoundPerBlockForAnyBlockAndFileSize) {
         std::int32_t block;
         size_t size;
     };
-    const Case cases[] = {{128000, 1000000}, {128000, 300000}, {131072, 262144},
-                          {5000, 12345},     {4096, 4097},     {1000, 2500}};
+    const Case cases[] = {{128000, 1000000}, {128000, 300000}, {131072, 262144}, {65536, 200000},
+                          {70000, 300001},   {5000, 12345},    {4096, 4097},     {1000, 2500}};
     setup.Verify = true;
     for (const Case& c : cases) {
         SCOPED_TRACE(std::to_string(c.block) + " " + std::to_string(c.size));
@@ -410,8 +410,12 @@ TEST_F(RunTest, OneRoundPerBlockForAnyBlockAndFileSize) {
         ASSERT_EQ(seen.size(), 2 * blocks); // copy, then verify
         for (size_t i = 0; i < blocks; ++i) {
             const auto end = static_cast<std::int64_t>(std::min((i + 1) * c.block, c.size));
+            const std::int64_t unit = c.block >= 65536 ? 65536 : 4096;
             EXPECT_LE(seen[i], end);
-            EXPECT_GT(seen[i], end - 4096);
+            EXPECT_GT(seen[i], end - unit);
+            if (c.block >= 4096 && i + 1 < blocks) {
+                EXPECT_EQ(seen[i] % unit, 0); // the kernel copies whole units
+            }
         }
         EXPECT_EQ(seen[blocks - 1], static_cast<std::int64_t>(c.size));
     }
