@@ -9,7 +9,7 @@ import subprocess
 from pathlib import Path
 from typing import Optional
 
-from tessbench import KiB, MEMORY_GROWTH, Case, median_peak, median_seconds
+from tessbench import KiB, MEMORY_GROWTH, Case, median_cpu, median_peak, median_seconds
 
 
 def judge(value: Optional[float], limit: float, judged: bool) -> str:
@@ -28,6 +28,13 @@ def mib_text(kib: Optional[int]) -> str:
     return "-" if kib is None else f"{kib / KiB:.1f} MiB"
 
 
+def cpu_ratio_text(tess, peer) -> str:
+    """Tessaron's processor time over the peer's: the same comparison without the disk."""
+    t = median_cpu(tess) if tess else None
+    p = median_cpu(peer)
+    return "-" if t is None or not p else f"{t / p:.2f}"
+
+
 def copy_rows(case: Case, judged: bool) -> list[list[str]]:
     """One row per peer: Tessaron's median, the peer's, their ratio and the target."""
     tess = case.contenders[0] if case.contenders[0].name.startswith("Tessaron") else None
@@ -44,7 +51,8 @@ def copy_rows(case: Case, judged: bool) -> list[list[str]]:
                      mib_text(median_peak(tess)) if tess and not rows else "",
                      peer.name, seconds_text(p), "-" if ratio is None else f"{ratio:.2f}",
                      target.wording if target else "-",
-                     judge(ratio, target.max_ratio, judged) if target else "-"])
+                     judge(ratio, target.max_ratio, judged) if target else "-",
+                     cpu_ratio_text(tess, peer)])
     return rows
 
 
@@ -52,14 +60,14 @@ def memory_rows(case: Case, judged: bool) -> list[list[str]]:
     """Peak resident memory at the smaller and the larger file count, and the growth."""
     if len(case.contenders) != 2:
         return [[f"{case.key} {case.title}", "Tessaron", "-", "-", "-", "-", "-",
-                 f"growth <= {MEMORY_GROWTH:.0%}", "not measured"]]
+                 f"growth <= {MEMORY_GROWTH:.0%}", "not measured", "-"]]
     low, high = (median_peak(c) for c in case.contenders)
     growth = (high - low) / low if low and high else None
     rows = []
     for c in case.contenders:
         rows.append([f"{case.key} {case.title}" if not rows else "", c.name,
                      seconds_text(median_seconds(c)), mib_text(median_peak(c)), "", "", "",
-                     "", ""])
+                     "", "", ""])
     rows[-1][6] = "-" if growth is None else f"{growth:+.1%}"
     rows[-1][7] = f"growth within {MEMORY_GROWTH:.0%}"
     rows[-1][8] = judge(None if growth is None else abs(growth), MEMORY_GROWTH, judged)
@@ -67,7 +75,7 @@ def memory_rows(case: Case, judged: bool) -> list[list[str]]:
 
 
 HEADINGS = ["case", "Tessaron run", "time", "peak memory", "compared with", "peer time",
-            "ratio", "target", "result"]
+            "ratio", "target", "result", "CPU ratio"]
 
 
 def render(rows: list[list[str]]) -> str:

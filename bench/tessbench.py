@@ -38,7 +38,7 @@ class Sizes:
     reps: int
 
 
-FULL_SIZES = Sizes(8, 256 * MiB, 20000, 200, 4 * KiB, (20000, 80000), 3)
+FULL_SIZES = Sizes(8, 256 * MiB, 20000, 200, 4 * KiB, (20000, 80000), 5)
 # Odd sizes in quick mode so that a short last block is exercised.
 QUICK_SIZES = Sizes(2, MiB + 123, 200, 10, 4 * KiB, (200, 800), 1)
 
@@ -245,18 +245,28 @@ class RunResult:
     seconds: float
     peak_kib: int  # peak resident memory of the command (0 when unknown)
     rc: int
+    cpu: float = 0.0  # user + system seconds of the command (0 when unknown)
 
 
 GNU_TIME = "/usr/bin/time"
 
 
-def peak_from(report_path: Path) -> int:
-    """The last line of a GNU time report written with -f %M: the peak in KiB."""
+def usage_from(report_path: Path) -> tuple[int, float]:
+    """The last line of a GNU time report written with -f "%M %U %S": the peak in KiB and
+    the user + system seconds. The processor time shows a tool's own work where the shared
+    virtual disk makes the wall clock wander."""
     try:
-        lines = report_path.read_text().split()
-        return int(lines[-1]) if lines else 0
+        lines = report_path.read_text().splitlines()
+        fields = lines[-1].split() if lines else []
+        if len(fields) != 3:
+            return 0, 0.0
+        return int(fields[0]), float(fields[1]) + float(fields[2])
     except (OSError, ValueError):
-        return 0
+        return 0, 0.0
+
+
+def peak_from(report_path: Path) -> int:
+    return usage_from(report_path)[0]
 
 
 def run_timed(argv: list[str], out_path: Path, env: Optional[dict] = None) -> RunResult:
@@ -266,7 +276,7 @@ def run_timed(argv: list[str], out_path: Path, env: Optional[dict] = None) -> Ru
     about 1 MiB."""
     report_path = out_path.with_suffix(".peak")
     report_path.unlink(missing_ok=True)
-    wrap = [GNU_TIME, "-f", "%M", "-o", str(report_path), "--"] if os.access(
+    wrap = [GNU_TIME, "-f", "%M %U %S", "-o", str(report_path), "--"] if os.access(
         GNU_TIME, os.X_OK) else []
     with open(out_path, "ab") as out:
         start = time.perf_counter()
@@ -277,7 +287,8 @@ def run_timed(argv: list[str], out_path: Path, env: Optional[dict] = None) -> Ru
             out.write(f"cannot start {argv[0]}: {e}\n".encode())
             return RunResult(0.0, 0, 127)
         seconds = time.perf_counter() - start
-    return RunResult(seconds, peak_from(report_path), rc)
+    peak, cpu = usage_from(report_path)
+    return RunResult(seconds, peak, rc, cpu)
 
 
 def run_steps(steps: list[list[str]], out_path: Path, env: Optional[dict]) -> RunResult:
@@ -285,7 +296,8 @@ def run_steps(steps: list[list[str]], out_path: Path, env: Optional[dict]) -> Ru
     total = RunResult(0.0, 0, 0)
     for argv in steps:
         r = run_timed(argv, out_path, env)
-        total = RunResult(total.seconds + r.seconds, max(total.peak_kib, r.peak_kib), r.rc)
+        total = RunResult(total.seconds + r.seconds, max(total.peak_kib, r.peak_kib), r.rc,
+                          total.cpu + r.cpu)
         if r.rc != 0:
             break
     return total
@@ -389,6 +401,11 @@ def median_seconds(c: Contender) -> Optional[float]:
     return statistics.median(ok) if ok and not c.problems else None
 
 
+def median_cpu(c: Contender) -> Optional[float]:
+    ok = [r.cpu for r in c.results if r.rc == 0 and r.cpu > 0]
+    return statistics.median(ok) if ok and not c.problems else None
+
+
 def median_peak(c: Contender) -> Optional[int]:
     ok = [r.peak_kib for r in c.results if r.rc == 0 and r.peak_kib > 0]
     return int(statistics.median(ok)) if ok else None
@@ -414,7 +431,7 @@ def run_case(case: Case, reps: int, drop_caches: bool, scratch: Path, say) -> No
             run_one(c, rep, drop_caches, scratch / "output.txt", case.discard)
             last = c.results[-1]
             say(f"  {c.name:<22} run {rep + 1}: {last.seconds:7.3f} s, "
-                f"{last.peak_kib / KiB:7.1f} MiB" + ("" if last.rc == 0 else f", exit {last.rc}"))
+                f"cpu {last.cpu:6.3f} s, {last.peak_kib / KiB:7.1f} MiB" + ("" if last.rc == 0 else f", exit {last.rc}"))
     for c in case.contenders:
         case.discard(c.out_dir)
 

@@ -211,9 +211,9 @@ class Sizing(unittest.TestCase):
 
 
 class Verdicts(unittest.TestCase):
-    def contender(self, name, seconds, peak=1000, rc=0):
+    def contender(self, name, seconds, peak=1000, rc=0, cpu=None):
         c = tb.Contender(name, [], Path("/nonexistent"), lambda: [])
-        c.results = [tb.RunResult(s, peak, rc) for s in seconds]
+        c.results = [tb.RunResult(s, peak, rc, s / 2 if cpu is None else cpu) for s in seconds]
         return c
 
     def test_judge(self):
@@ -231,8 +231,18 @@ class Verdicts(unittest.TestCase):
             [tb.Target("cp -a", 1.0, "x"), tb.Target("rsync -a", 0.75, "y")])
         rows = report.copy_rows(case, judged=True)
         self.assertEqual(rows[0][2], "2.000 s")
-        self.assertEqual(rows[0][6:], ["0.50", "x", "held"])
-        self.assertEqual(rows[1][5:], ["-", "-", "y", "not measured"])
+        self.assertEqual(rows[0][6:], ["0.50", "x", "held", "0.50"])
+        self.assertEqual(rows[1][5:], ["-", "-", "y", "not measured", "-"])
+
+    def test_usage_report_gives_peak_and_processor_time(self):
+        table = [("2048 0.25 1.50\n", (2048, 1.75)), ("Command exited with non-zero status 1\n"
+                  "2048 0.25 1.50\n", (2048, 1.75)), ("", (0, 0.0)), ("garbage\n", (0, 0.0))]
+        with tempfile.TemporaryDirectory() as d:
+            for text, expected in table:
+                with self.subTest(text=text):
+                    path = Path(d) / "r.peak"
+                    path.write_text(text)
+                    self.assertEqual(tb.usage_from(path), expected)
 
     def test_memory_growth(self):
         for low, high, expected in [(10000, 10900, "held"), (10000, 11100, "missed"),
