@@ -139,6 +139,7 @@ public:
     static std::string GetErrorMessage(int code);
 
 private:
+    bool WriteAll(const void* buf, std::size_t count, long long offset);
     bool Fail(int code);
     bool Fail();
     long long KernelCopy(clsBinaryFile& dest, long long count, bool& atEnd);

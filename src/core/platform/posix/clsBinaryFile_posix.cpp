@@ -182,25 +182,16 @@ long long clsBinaryFile::ReadBlock(void* buf, std::size_t count) {
 }
 
 bool clsBinaryFile::WriteBlock(const void* buf, std::size_t count) {
-    if (m_fd < 0) {
-        return Fail(EBADF);
-    }
-    const auto* in = static_cast<const unsigned char*>(buf);
-    std::size_t done = 0;
-    while (done < count) {
-        ssize_t n = RetryEintr([&] { return ::write(m_fd, in + done, count - done); });
-        if (n < 0) {
-            return Fail();
-        }
-        if (n == 0) {
-            return Fail(EIO);
-        }
-        done += static_cast<std::size_t>(n);
-    }
-    return true;
+    return WriteAll(buf, count, -1);
 }
 
 bool clsBinaryFile::WriteBlockAt(const void* buf, std::size_t count, long long offset) {
+    return WriteAll(buf, count, offset);
+}
+
+// Writes all count bytes, at the file position (offset < 0) or at offset; a short write
+// goes on with the rest.
+bool clsBinaryFile::WriteAll(const void* buf, std::size_t count, long long offset) {
     if (m_fd < 0) {
         return Fail(EBADF);
     }
@@ -208,7 +199,10 @@ bool clsBinaryFile::WriteBlockAt(const void* buf, std::size_t count, long long o
     std::size_t done = 0;
     while (done < count) {
         const auto at = static_cast<off_t>(offset + static_cast<long long>(done));
-        ssize_t n = RetryEintr([&] { return ::pwrite(m_fd, in + done, count - done, at); });
+        ssize_t n = RetryEintr([&] {
+            return offset < 0 ? ::write(m_fd, in + done, count - done)
+                              : ::pwrite(m_fd, in + done, count - done, at);
+        });
         if (n < 0) {
             return Fail();
         }
