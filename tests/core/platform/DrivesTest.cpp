@@ -7,25 +7,22 @@
 
 #include <algorithm>
 #include <cstdlib>
-#include <fstream>
 #include <sys/stat.h>
 
 using namespace tessaron;
 using namespace tessaron::posix;
 using tessaron::test::TempTree;
 
-TEST(MountTable, ParsesLinesWithEscapesAndOptionalFieldsAndSkipsMalformedOnes) {
-    const char* text =
+TEST(MountTable, ParsesEscapesAndOptionalFieldsAndSkipsMalformedLines) {
+    std::vector<MountEntry> m = ParseMountInfo(
         "27 1 254:0 / / rw,relatime shared:1 - ext4 /dev/vda rw\n"
         "90 27 8:17 / /media/ann/My\\040Disk rw master:3 shared:7 - vfat /dev/sdb1 rw\n"
         "garbage line\n"
         "91 27 x:1 / /bad rw - ext4 /dev/sdc rw\n"
         "92 27 0:50 / /mnt/share rw - cifs //srv/share rw\n"
         "93 27 0:51 / relative rw - ext4 /dev/sdd rw\n"
-        "94 27 0:52 / /no-type rw -\n";
-    std::vector<MountEntry> m = ParseMountInfo(text);
+        "94 27 0:52 / /no-type rw -\n");
     ASSERT_EQ(m.size(), 3u);
-    EXPECT_EQ(m[0].MountPoint, "/");
     EXPECT_EQ(m[0].Major, 254u);
     EXPECT_EQ(m[1].MountPoint, "/media/ann/My Disk");
     EXPECT_EQ(m[1].FsType, "vfat");
@@ -34,24 +31,24 @@ TEST(MountTable, ParsesLinesWithEscapesAndOptionalFieldsAndSkipsMalformedOnes) {
     EXPECT_EQ(m[2].Source, "//srv/share");
 }
 
+// Pseudo file systems (proc, cgroup tmpfs, snaps, devpts) are no drives; of two mounts on
+// one point only the later, visible one counts.
 TEST(MountTable, DrivesLeaveOutPseudoSystemsKeepTheTopMountAndPutRootFirst) {
-    std::vector<MountEntry> m =
-        ParseMountInfo("1 0 0:1 / /proc rw - proc proc rw\n"
-                       "2 0 0:2 / /var rw - ext4 /dev/sda2 rw\n"
-                       "3 0 0:3 / / rw - ext4 /dev/sda1 rw\n"
-                       "4 0 0:4 / /dev/shm rw - tmpfs tmpfs rw\n"
-                       "5 0 0:5 / /sys/fs/cgroup rw - tmpfs tmpfs rw\n"
-                       "6 0 0:6 / /snap/core/1 ro - squashfs /dev/loop0 ro\n"
-                       "7 0 0:7 / /dev/shm rw - tmpfs second rw\n"
-                       "8 0 0:8 / /dev/pts rw - devpts devpts rw\n"
-                       "9 0 0:9 / /boot rw - vfat /dev/sda3 rw\n");
-    std::vector<MountEntry> d = DriveMounts(m);
-    std::vector<std::string> points;
+    std::vector<MountEntry> d =
+        DriveMounts(ParseMountInfo("1 0 0:1 / /proc rw - proc proc rw\n"
+                                   "2 0 0:2 / /var rw - ext4 sda2 rw\n"
+                                   "3 0 0:3 / / rw - ext4 sda1 rw\n"
+                                   "4 0 0:4 / /dev/shm rw - tmpfs one rw\n"
+                                   "5 0 0:5 / /sys/fs/cgroup rw - tmpfs t rw\n"
+                                   "6 0 0:6 / /snap/core/1 ro - squashfs l ro\n"
+                                   "7 0 0:7 / /dev/shm rw - tmpfs two rw\n"
+                                   "8 0 0:8 / /dev/pts rw - devpts d rw\n"
+                                   "9 0 0:9 / /boot rw - vfat sda3 rw\n"));
+    std::vector<std::string> got;
     for (const MountEntry& e : d) {
-        points.push_back(e.MountPoint);
+        got.push_back(e.MountPoint + " " + e.Source);
     }
-    EXPECT_EQ(points, (std::vector<std::string>{"/", "/boot", "/dev/shm", "/var"}));
-    EXPECT_EQ(d[2].Source, "second");
+    EXPECT_EQ(got, (std::vector<std::string>{"/ sda1", "/boot sda3", "/dev/shm two", "/var sda2"}));
 }
 
 TEST(MountTable, HoldingMountIsTheLongestWholeComponentPrefix) {
@@ -59,77 +56,54 @@ TEST(MountTable, HoldingMountIsTheLongestWholeComponentPrefix) {
                                                "2 0 0:2 / /mnt rw - ext4 b rw\n"
                                                "3 0 0:3 / /mnt/usb rw - vfat c rw\n"
                                                "4 0 0:4 / /mnt/usb rw - vfat d rw\n");
-    struct {
-        const char* path;
-        const char* source;
-    } cases[] = {{"/", "a"},         {"/home/ann", "a"}, {"/mnt", "b"},      {"/mnt2/x", "a"},
-                 {"/mnt/usb2", "b"}, {"/mnt/usb", "d"},  {"/mnt/usb/x", "d"}};
-    for (const auto& c : cases) {
-        const MountEntry* e = HoldingMount(m, c.path);
-        ASSERT_NE(e, nullptr) << c.path;
-        EXPECT_EQ(e->Source, c.source) << c.path;
+    for (auto [path, source] : {std::pair{"/", "a"},
+                                {"/mnt2/x", "a"},
+                                {"/mnt", "b"},
+                                {"/mnt/usb2", "b"},
+                                {"/mnt/usb", "d"},
+                                {"/mnt/usb/x", "d"}}) {
+        const MountEntry* e = HoldingMount(m, path);
+        ASSERT_NE(e, nullptr) << path;
+        EXPECT_EQ(e->Source, source) << path;
     }
     EXPECT_EQ(HoldingMount({}, "/x"), nullptr);
 }
 
-TEST(MountTable, PathRulesForRemovableMediaAndNormalisation) {
-    struct {
-        const char* path;
-        const char* base;
-    } media[] = {{"/media/ann/USB", "/media/ann/USB"},
-                 {"/media/ann/USB/Backup/x", "/media/ann/USB"},
-                 {"/run/media/ann/Disk/B", "/run/media/ann/Disk"},
-                 {"/media/ann", ""},
-                 {"/media/ann/", ""},
-                 {"/mediax/ann/USB", ""},
-                 {"/home/ann/media/ann/USB", ""}};
-    for (const auto& c : media) {
-        EXPECT_EQ(RemovableMediaBase(c.path), c.base) << c.path;
+TEST(MountTable, PathRules) {
+    for (auto [path, base] : {std::pair{"/media/ann/USB/Backup/x", "/media/ann/USB"},
+                              {"/run/media/ann/Disk/B", "/run/media/ann/Disk"},
+                              {"/media/ann/", ""},
+                              {"/mediax/ann/USB", ""},
+                              {"/home/ann/media/ann/USB", ""}}) {
+        EXPECT_EQ(RemovableMediaBase(path), base) << path;
     }
-    struct {
-        const char* in;
-        const char* out;
-    } norm[] = {{"/", "/"},      {"//a//b/", "/a/b"}, {"/a/./b/../c", "/a/c"},
-                {"/../..", "/"}, {"rel/x", ""},       {"", ""}};
-    for (const auto& c : norm) {
-        EXPECT_EQ(NormalizePath(c.in), c.out) << c.in;
+    for (auto [in, out] :
+         {std::pair{"//a//b/", "/a/b"}, {"/a/./b/../c", "/a/c"}, {"/../..", "/"}, {"rel/x", ""}}) {
+        EXPECT_EQ(NormalizePath(in), out) << in;
     }
-    EXPECT_EQ(TypeOfFileSystem("nfs4"), "REMOTE");
-    EXPECT_EQ(TypeOfFileSystem("fuse.sshfs"), "REMOTE");
-    EXPECT_EQ(TypeOfFileSystem("tmpfs"), "RAMDISK");
-    EXPECT_EQ(TypeOfFileSystem("ext4"), "");
+    for (auto [fs, type] : {std::pair{"nfs4", "REMOTE"},
+                            {"fuse.sshfs", "REMOTE"},
+                            {"tmpfs", "RAMDISK"},
+                            {"ext4", ""}}) {
+        EXPECT_EQ(TypeOfFileSystem(fs), type) << fs;
+    }
     EXPECT_EQ(DecodeUdevName("My\\x20Disk\\x2"), "My Disk\\x2");
 }
 
-namespace {
-
-bool IsTmpfsMount(const std::string& point) {
-    for (const MountEntry& e : LoadMountTable()) {
-        if (e.MountPoint == point && e.FsType == "tmpfs") {
-            return true;
-        }
-    }
-    return false;
-}
-
-} // namespace
-
 TEST(Drives, ThisMachineListsRootAsFixedFirstAndTmpfsAsRamdisk) {
     clsFileSystem fsys;
-    int count = fsys.GetDrives();
-    ASSERT_GT(count, 0);
-    ASSERT_EQ(fsys.Items.size(), static_cast<std::size_t>(count));
+    ASSERT_GT(fsys.GetDrives(), 0);
     const clsFSItem& root = fsys.Items[0];
     EXPECT_EQ(root.Path, "/");
     EXPECT_TRUE(root.IsDrive);
     EXPECT_EQ(root.DriveType, "FIXED");
-    EXPECT_GT(root.Size, 0);
     EXPECT_GT(root.FreeSpace, 0);
     EXPECT_LE(root.FreeSpace, root.Size);
-    EXPECT_EQ(fsys.GetDriveType("/"), "FIXED");
-    EXPECT_EQ(fsys.GetDriveUNC("/"), "");
 
-    if (!IsTmpfsMount("/dev/shm")) {
+    std::vector<MountEntry> mounts = LoadMountTable();
+    if (std::none_of(mounts.begin(), mounts.end(), [](const MountEntry& e) {
+            return e.MountPoint == "/dev/shm" && e.FsType == "tmpfs";
+        })) {
         GTEST_SKIP() << "/dev/shm is not a tmpfs mount here";
     }
     auto shm = std::find_if(fsys.Items.begin(), fsys.Items.end(),
@@ -141,10 +115,8 @@ TEST(Drives, ThisMachineListsRootAsFixedFirstAndTmpfsAsRamdisk) {
 
 TEST(Drives, UnknownTypeForMissingMediaAndEmptyPaths) {
     clsFileSystem fsys;
-    for (const char* path : {"", "/media/nobody/USB", "/media/nobody/USB/Backup/",
-                             "/run/media/nobody/USB", "/media/nobody/../nobody/USB/x"}) {
+    for (const char* path : {"", "/media/nobody/USB", "/media/nobody/../nobody/USB/x"}) {
         EXPECT_EQ(fsys.GetDriveType(path), "") << path;
-        EXPECT_EQ(fsys.GetDriveTotalSize(path), 0) << path;
         EXPECT_EQ(fsys.GetDriveFreeSpace(path), 0) << path;
     }
     // A folder not made yet on a real disk still has the type and space of that disk.
@@ -152,26 +124,19 @@ TEST(Drives, UnknownTypeForMissingMediaAndEmptyPaths) {
     EXPECT_GT(fsys.GetDriveFreeSpace("/tmp/tessaron-not-made/a"), 0);
 }
 
-// A stand-in eject tool that leaves a mark when it runs proves that a fixed drive is
-// never touched.
+// Stand-in eject tools leave a mark if they run: a fixed drive must never reach them.
 TEST(Drives, EjectOfAFixedOrRamDriveReturnsFalseWithoutRunningAnyTool) {
     TempTree t;
-    std::string mark = t.Path("ran");
     for (const char* tool : {"udisksctl", "eject"}) {
-        std::string script = t.Write(std::string("bin/") + tool, "#!/bin/sh\ntouch " + mark + "\n");
-        ::chmod(script.c_str(), 0755);
+        ::chmod(t.Write(std::string("bin/") + tool, "#!/bin/sh\ntouch " + t.Path("ran")).c_str(),
+                0755);
     }
-    const char* old = std::getenv("PATH");
-    std::string saved = old != nullptr ? old : "";
+    std::string saved = std::getenv("PATH") != nullptr ? std::getenv("PATH") : "";
     ::setenv("PATH", t.Path("bin").c_str(), 1);
     clsFileSystem fsys;
-    bool fixed = fsys.EjectMedia("/");
-    bool ram = fsys.EjectMedia("/dev/shm");
-    bool missing = fsys.EjectMedia("/media/nobody/USB");
+    for (const char* drive : {"/", "/dev/shm", "/media/nobody/USB"}) {
+        EXPECT_FALSE(fsys.EjectMedia(drive)) << drive;
+    }
     ::setenv("PATH", saved.c_str(), 1);
-    EXPECT_FALSE(fixed);
-    EXPECT_FALSE(ram);
-    EXPECT_FALSE(missing);
-    struct stat st {};
-    EXPECT_NE(::lstat(mark.c_str(), &st), 0) << "an eject tool was run";
+    EXPECT_FALSE(std::filesystem::exists(t.Path("ran"))) << "an eject tool was run";
 }

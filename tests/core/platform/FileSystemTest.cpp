@@ -4,7 +4,6 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <cstring>
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -22,64 +21,45 @@ bool Present(const std::string& path) {
     return ::lstat(path.c_str(), &st) == 0;
 }
 
+void SetTimes(const std::string& path, timespec atime, timespec mtime) {
+    const timespec times[2] = {atime, mtime};
+    ::utimensat(AT_FDCWD, path.c_str(), times, 0);
+}
+
 } // namespace
 
-TEST(FileSystemDelete, RemovesReadOnlyFilesAndTreesButNeverFollowsLinksOut) {
+// Links inside a tree go as links: following one would empty the folder it names.
+TEST(FileSystemDelete, DeleteAndCleanRemoveReadOnlyFilesAndLinksAsLinks) {
     TempTree t;
-    ASSERT_TRUE(t.Ok());
-    std::string outside = t.Write("outside/keep.txt", "precious");
-    t.Write("tree/sub/ro.txt", "x");
-    ::chmod(t.Path("tree/sub/ro.txt").c_str(), 0444);
-    ::chmod(t.Path("tree/sub").c_str(), 0555); // a read-only folder is cleared as well
-    ::symlink(t.Path("outside").c_str(), t.Path("tree/link-to-outside").c_str());
-    std::string lone = t.Write("lone-ro.txt", "y");
-    ::chmod(lone.c_str(), 0444);
-
-    clsFileSystem fsys;
-    EXPECT_TRUE(fsys.Delete(lone, true));
-    EXPECT_FALSE(Present(lone));
-    if (::geteuid() != 0) {
-        ::chmod(t.Path("tree/sub").c_str(), 0755); // only root may clear a 0555 folder
+    t.Write("outside/keep.txt", "precious");
+    for (std::string dir : {"del", "clean"}) {
+        ::chmod(t.Write(dir + "/sub/ro.txt", "x").c_str(), 0444);
+        t.Write(dir + "/.hidden");
+        ::symlink(t.Path("outside").c_str(), t.Path(dir + "/dirlink").c_str());
+        ::symlink("nowhere", t.Path(dir + "/dangling").c_str());
+        ::mkfifo(t.Path(dir + "/fifo").c_str(), 0600);
     }
-    EXPECT_TRUE(fsys.Delete(t.Path("tree"))) << fsys.LastError;
-    EXPECT_FALSE(Present(t.Path("tree")));
+    clsFileSystem fsys;
+    EXPECT_TRUE(fsys.Delete(t.Path("del"))) << fsys.LastError;
+    EXPECT_FALSE(Present(t.Path("del")));
+    EXPECT_TRUE(fsys.Clean(t.Path("clean"))) << fsys.LastError;
+    EXPECT_TRUE(fs::is_directory(t.Path("clean")));
+    EXPECT_TRUE(fs::is_empty(t.Path("clean")));
     EXPECT_EQ(t.Read("outside/keep.txt"), "precious");
 
     EXPECT_FALSE(fsys.Delete(t.Path("missing")));
     EXPECT_EQ(fsys.LastError, "clsFileSystem.Delete() - Error (2) No such file or directory");
-}
-
-TEST(FileSystemClean, KeepsTheFolderAndRemovesLinksAsLinks) {
-    TempTree t;
-    t.Write("outside/keep.txt", "precious");
-    t.Write("target/a/b/c.txt", "c");
-    t.Write("target/.hidden", "h");
-    ::symlink(t.Path("outside").c_str(), t.Path("target/dirlink").c_str());
-    ::symlink("nowhere", t.Path("target/dangling").c_str());
-    ::mkfifo(t.Path("target/fifo").c_str(), 0600);
-
-    clsFileSystem fsys;
-    int yields = 0;
-    fsys.DoEvents = [&] { ++yields; };
-    EXPECT_TRUE(fsys.Clean(t.Path("target"))) << fsys.LastError;
-    EXPECT_TRUE(fs::is_directory(t.Path("target")));
-    EXPECT_TRUE(fs::is_empty(t.Path("target")));
-    EXPECT_EQ(t.Read("outside/keep.txt"), "precious");
-    EXPECT_GE(yields, 5); // once per entry
-
-    EXPECT_TRUE(fsys.Clean(t.Path("target"))); // an empty folder
     EXPECT_FALSE(fsys.Clean(t.Path("missing")));
-    EXPECT_NE(fsys.LastError.find("clsFileSystem.Clean() - Error (2) "), std::string::npos);
 }
 
-// A file in a folder without write permission cannot be deleted; root may delete it
-// anyway, so the case runs in a child process as the unprivileged user "nobody".
+// Root may delete anything, so the undeletable entry is tried in a child running as
+// "nobody". Each failed expectation sets one bit of the exit code.
 TEST(FileSystemClean, StopsAtAnEntryThatCannotBeDeleted) {
-    TempTree t;
-    ::chmod(t.Root().c_str(), 0777);
     if (::geteuid() != 0) {
         GTEST_SKIP() << "needs root to switch to an unprivileged user";
     }
+    TempTree t;
+    ::chmod(t.Root().c_str(), 0777);
     pid_t pid = ::fork();
     ASSERT_GE(pid, 0);
     if (pid == 0) {
@@ -92,20 +72,17 @@ TEST(FileSystemClean, StopsAtAnEntryThatCannotBeDeleted) {
         t.Write("tree/z-last.txt", "3");
         ::chmod((root + "/m-locked").c_str(), 0555);
         clsFileSystem fsys;
-        int result = 0;
-        result |= fsys.Clean(root) ? 1 : 0;
-        result |= Present(root + "/1-first.txt") ? 2 : 0;
-        result |= !Present(root + "/m-locked/inner.txt") ? 4 : 0;
-        result |= !Present(root + "/z-last.txt") ? 8 : 0;
-        result |= fsys.LastError.find("Permission denied") == std::string::npos ? 16 : 0;
-        result |= fsys.Delete(root) ? 32 : 0;
-        ::_exit(result);
+        int bits = (fsys.Clean(root) ? 1 : 0) | (Present(root + "/1-first.txt") ? 2 : 0) |
+                   (Present(root + "/m-locked/inner.txt") ? 0 : 4) |
+                   (Present(root + "/z-last.txt") ? 0 : 8) |
+                   (fsys.LastError.find("Permission denied") == std::string::npos ? 16 : 0);
+        ::_exit(bits);
     }
     int status = 0;
     ASSERT_EQ(::waitpid(pid, &status, 0), pid);
     ASSERT_TRUE(WIFEXITED(status));
-    EXPECT_EQ(WEXITSTATUS(status), 0) << "bits: 1 Clean true, 2 first kept, 4 locked gone, "
-                                         "8 last gone, 16 no error text, 32 Delete true";
+    EXPECT_EQ(WEXITSTATUS(status), 0)
+        << "bits: 1 Clean true, 2 first kept, 4 locked gone, 8 last gone, 16 no error text";
 }
 
 TEST(FileSystemCopy, RefusesAnExistingTargetUnlessAskedAndCarriesModeAndTimes) {
@@ -113,8 +90,7 @@ TEST(FileSystemCopy, RefusesAnExistingTargetUnlessAskedAndCarriesModeAndTimes) {
     std::string a = t.Write("a.bin", "new content");
     std::string b = t.Write("b.bin", "old");
     ::chmod(a.c_str(), 0640);
-    struct timespec times[2] = {{1600000000, 111111111}, {1500000000, 123456789}};
-    ::utimensat(AT_FDCWD, a.c_str(), times, 0);
+    SetTimes(a, {1600000000, 111111111}, {1500000000, 123456789});
 
     clsFileSystem fsys;
     EXPECT_FALSE(fsys.Copy(a, b, false));
@@ -134,41 +110,31 @@ TEST(FileSystemCopy, RefusesAnExistingTargetUnlessAskedAndCarriesModeAndTimes) {
     EXPECT_FALSE(Present(t.Path("c")));
 }
 
-// True when name is start + 5 or 6 upper-case hex digits + end.
-static bool TempNameMatches(const std::string& name, const std::string& start,
-                            const std::string& end) {
-    if (name.size() < start.size() + end.size() || name.compare(0, start.size(), start) != 0 ||
-        name.compare(name.size() - end.size(), end.size(), end) != 0) {
-        return false;
-    }
-    std::string digits = name.substr(start.size(), name.size() - start.size() - end.size());
-    return (digits.size() == 5 || digits.size() == 6) &&
-           digits.find_first_not_of("0123456789ABCDEF") == std::string::npos;
-}
-
+// Names are folder + prefix cut to three characters + 5 or 6 upper-case hex digits + type.
 TEST(FileSystemTempFile, NamesFollowFolderPrefixAndType) {
     TempTree t;
     clsFileSystem fsys;
-    struct Case {
+    struct {
         std::string folder, prefix, type, start, end;
-    } cases[] = {
-        {"", "", "", fsys.GetTempDir(), ".tmp"},
-        {t.Root(), "abcdef", "log", t.Root() + "/abc", ".log"},
-        {"  " + t.Root() + "/  ", " x", "", t.Root() + "/x", ".tmp"},
-    };
-    for (const Case& c : cases) {
+    } cases[] = {{"", "", "", fsys.GetTempDir(), ".tmp"},
+                 {t.Root(), "abcdef", "log", t.Root() + "/abc", ".log"},
+                 {"  " + t.Root() + "/  ", " x", "", t.Root() + "/x", ".tmp"}};
+    for (const auto& c : cases) {
         for (int round = 0; round < 50; ++round) {
             std::string name = fsys.GetTempFile(c.folder, c.prefix, c.type);
-            ASSERT_TRUE(TempNameMatches(name, c.start, c.end)) << name;
+            ASSERT_TRUE(name.starts_with(c.start) && name.ends_with(c.end)) << name;
+            std::string hex = name.substr(c.start.size());
+            hex.resize(hex.size() - c.end.size());
+            EXPECT_TRUE((hex.size() == 5 || hex.size() == 6) &&
+                        hex.find_first_not_of("0123456789ABCDEF") == std::string::npos)
+                << name;
             EXPECT_FALSE(Present(name));
         }
     }
-    EXPECT_EQ(fsys.GetTempDir().back(), '/');
 }
 
 TEST(FileSystemListFiles, ListsEveryEntryRelativeWithFoldersFirst) {
     TempTree t;
-    clsFileSystem fsys;
     using V = std::vector<std::string>;
     t.MakeDir("empty");
     t.MakeDir("only-sub/s");
@@ -177,116 +143,92 @@ TEST(FileSystemListFiles, ListsEveryEntryRelativeWithFoldersFirst) {
     t.MakeDir("tree/a/empty");
     t.MakeDir("outside/never-listed");
     ::symlink(t.Path("outside").c_str(), t.Path("tree/link").c_str());
-    std::string file = t.Write("file.txt");
 
+    clsFileSystem fsys;
     EXPECT_EQ(fsys.ListFiles(t.Path("empty")), V{""});
     EXPECT_EQ(fsys.ListFiles(t.Path("only-sub/")), V{"s"});
     EXPECT_EQ(fsys.ListFiles(t.Path("tree")), (V{"a", "a/empty", "a/x.txt", "b.txt", "link"}));
-    EXPECT_EQ(fsys.ListFiles(file), V{""});
-    EXPECT_EQ(fsys.ListFiles(""), V{""});
+    EXPECT_EQ(fsys.ListFiles(t.Write("file.txt")), V{""});
 }
 
 TEST(FileSystemGetDirectory, DescribesEachEntryWithoutFollowingLinks) {
     TempTree t;
-    t.Write("plain.txt", "12345");
+    std::string plain = t.Write("plain.txt", "12345");
+    ::chmod(plain.c_str(), 0640);
+    SetTimes(plain, {1700000000, 11}, {1700000000, 22});
     t.Write(".hidden", "");
-    std::string ro = t.Write("ro.txt", "1");
-    ::chmod(ro.c_str(), 0444);
+    ::chmod(t.Write("ro.txt", "1").c_str(), 0444);
     t.MakeDir("folder");
     ::symlink(t.Path("folder").c_str(), t.Path("link").c_str());
     ::mkfifo(t.Path("pipe").c_str(), 0600);
-    struct timespec times[2] = {{1700000000, 0}, {1700000000, 0}};
-    ::utimensat(AT_FDCWD, t.Path("plain.txt").c_str(), times, 0);
 
     clsFileSystem fsys;
     ASSERT_EQ(fsys.GetDirectory(t.Root() + "/"), 6);
-    struct Want {
+    struct {
         const char* name;
         FileKind kind;
-        bool dir, hidden, readOnly;
+        bool hidden, readOnly;
         double size;
-    } want[] = {
-        {".hidden", FileKind::File, false, true, false, 0},
-        {"folder", FileKind::Directory, true, false, false, 0},
-        {"link", FileKind::Symlink, false, false, false, 0},
-        {"pipe", FileKind::Fifo, false, false, false, 0},
-        {"plain.txt", FileKind::File, false, false, false, 5},
-        {"ro.txt", FileKind::File, false, false, true, 1},
-    };
+    } want[] = {{".hidden", FileKind::File, true, false, 0},
+                {"folder", FileKind::Directory, false, false, 0},
+                {"link", FileKind::Symlink, false, false, 0},
+                {"pipe", FileKind::Fifo, false, false, 0},
+                {"plain.txt", FileKind::File, false, false, 5},
+                {"ro.txt", FileKind::File, false, true, 1}};
     for (std::size_t i = 0; i < std::size(want); ++i) {
         const clsFSItem& item = fsys.Items[i];
         SCOPED_TRACE(want[i].name);
         EXPECT_EQ(item.Path, want[i].name);
         EXPECT_EQ(item.Kind, want[i].kind);
-        EXPECT_EQ(item.IsDirectory, want[i].dir);
+        EXPECT_EQ(item.IsDirectory, want[i].kind == FileKind::Directory);
         EXPECT_EQ(item.IsHidden, want[i].hidden);
         EXPECT_EQ(item.IsReadOnly, want[i].readOnly);
-        EXPECT_FALSE(item.IsSystem);
         EXPECT_EQ(item.Size, want[i].size);
     }
-    EXPECT_TRUE(fsys.Items[2].IsLink());
-    EXPECT_TRUE(fsys.Items[3].IsSpecial());
-    EXPECT_EQ(fsys.Items[4].Modified, DateTime::FromTimeTUtc(1700000000));
+    // Each entry carries its own status, to the nanosecond.
+    const clsFSItem& p = fsys.Items[4];
+    EXPECT_EQ(p.Modified, DateTime::FromTimeTUtc(1700000000));
+    EXPECT_EQ(p.Info.Mode, 0640u);
+    EXPECT_EQ(p.Info.ATime.tv_nsec, 11);
+    EXPECT_EQ(p.Info.MTime.tv_nsec, 22);
 
-    EXPECT_EQ(fsys.GetDirectory(t.Path("plain.txt")), 0);
+    EXPECT_EQ(fsys.GetDirectory(plain), 0);
     EXPECT_TRUE(fsys.Items.empty());
     EXPECT_EQ(fsys.GetDirectory(t.Path("link")), 0);
 }
 
-TEST(FileSystemAttributes, MapPermissionsAndNames) {
+// Hidden and read-only as read are covered by the listing above; this is the way back.
+TEST(FileSystemAttributes, ReadOnlyRoundTripsThroughTheWriteBits) {
     TempTree t;
     clsFileSystem fsys;
     std::string file = t.Write("f.txt", "abc");
-    std::string hidden = t.Write(".rc");
-    std::string dir = t.MakeDir("d");
-    EXPECT_EQ(fsys.GetFileAttributes(file), FileAttr::Archive);
-    EXPECT_EQ(fsys.GetFileAttributes(hidden), FileAttr::Archive | FileAttr::Hidden);
-    EXPECT_EQ(fsys.GetFileAttributes(dir), FileAttr::Directory);
-    EXPECT_TRUE(fsys.IsDirectory(dir + "/"));
-
-    EXPECT_TRUE(fsys.SetFileAttributes(file, FileAttr::ReadOnly | FileAttr::Archive));
+    EXPECT_TRUE(fsys.SetFileAttributes(file, FileAttr::ReadOnly));
     EXPECT_TRUE(fsys.IsReadOnly(file));
-    EXPECT_EQ(fsys.GetFileAttributes(file), FileAttr::Archive | FileAttr::ReadOnly);
     EXPECT_TRUE(fsys.SetFileAttributes(file, 0));
     EXPECT_FALSE(fsys.IsReadOnly(file));
-
     EXPECT_EQ(fsys.GetFileAttributes(t.Path("missing")), 0);
     EXPECT_EQ(fsys.LastError,
               "clsFileSystem.GetFileAttributes() - Error (2) No such file or directory");
-    EXPECT_EQ(fsys.GetFileSize(file), 3);
-    EXPECT_EQ(fsys.GetFileSize(t.Path("missing")), 0);
-    EXPECT_TRUE(fsys.GetFileTime(t.Path("missing")).IsEmpty());
 }
 
-TEST(FileSystemInfo, OneLstatWithoutFollowingAndMissingIsNoError) {
+TEST(FileSystemInfo, LooksAtLinksThemselvesAndMissingIsNoError) {
     TempTree t;
     clsFileSystem fsys;
     std::string file = t.Write("f", "abcd");
-    std::string link = t.Path("l");
-    ASSERT_TRUE(fsys.CreateLink("f", link));
-    FileInfo info;
+    ASSERT_TRUE(fsys.CreateLink("f", t.Path("l")));
+    FileInfo info, before, after;
     ASSERT_TRUE(fsys.GetInfo(t.Path("missing/deeper"), info));
     EXPECT_FALSE(info.Exists);
     EXPECT_TRUE(fsys.LastError.empty());
 
-    ASSERT_TRUE(fsys.GetInfo(link, info));
-    EXPECT_EQ(info.Kind, FileKind::Symlink);
-    std::string target;
-    ASSERT_TRUE(fsys.ReadLink(link, target));
-    EXPECT_EQ(target, "f");
-
-    // A link's own times change, never its target's.
-    FileInfo before;
+    // Setting a link's times must not touch its target's.
     fsys.GetInfo(file, before);
-    ASSERT_TRUE(fsys.SetTimes(link, {1400000000, 5}, {1400000000, 7}));
-    fsys.GetInfo(link, info);
-    EXPECT_EQ(info.MTime.tv_sec, 1400000000);
-    EXPECT_EQ(info.MTime.tv_nsec, 7);
-    FileInfo after;
+    ASSERT_TRUE(fsys.SetTimes(t.Path("l"), {1400000000, 5}, {1400000000, 7}));
+    fsys.GetInfo(t.Path("l"), info);
     fsys.GetInfo(file, after);
+    EXPECT_EQ(info.Kind, FileKind::Symlink);
+    EXPECT_EQ(info.MTime.tv_nsec, 7);
     EXPECT_EQ(after.MTime.tv_sec, before.MTime.tv_sec);
-    EXPECT_EQ(after.Size, 4);
-    EXPECT_EQ(fsys.GetFileTime(file), DateTime::FromTimeT(after.MTime.tv_sec));
 }
 
 TEST(FileSystemDirectories, SingleLevelNeedsItsParentNestedMakesAll) {
@@ -298,23 +240,8 @@ TEST(FileSystemDirectories, SingleLevelNeedsItsParentNestedMakesAll) {
     EXPECT_TRUE(fsys.CreateDirectories(t.Path("a//b/c/")));
     EXPECT_TRUE(fsys.IsDirectory(t.Path("a/b/c")));
     EXPECT_TRUE(fsys.CreateDirectories(t.Path("a/b"))); // already there
-    t.Write("file");
-    EXPECT_FALSE(fsys.CreateDirectories(t.Path("file/sub")));
+    EXPECT_FALSE(fsys.CreateDirectories(t.Write("file") + "/sub"));
     EXPECT_TRUE(fsys.Rename(t.Path("a"), t.Path("z")));
     EXPECT_FALSE(fsys.Rename(t.Path("file"), t.Path("z")));
     EXPECT_EQ(fsys.LastError, "clsFileSystem.Rename() - Error (17) File exists");
-}
-
-TEST(FileSystemProgramFolders, LogFolderBesideTheProgramWhenWritable) {
-    clsFileSystem fsys;
-    std::string dir = fsys.ProgramDir();
-    ASSERT_FALSE(dir.empty());
-    EXPECT_TRUE(fs::equivalent(dir, fs::path(fs::read_symlink("/proc/self/exe")).parent_path()));
-    bool existed = fs::exists(dir + "/Log");
-    std::string log = fsys.ProgramLogDir();
-    EXPECT_EQ(log, dir + "/Log");
-    EXPECT_TRUE(fs::is_directory(log));
-    if (!existed) {
-        fs::remove(log);
-    }
 }

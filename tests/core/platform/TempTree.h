@@ -1,6 +1,6 @@
 #pragma once
-// A temporary directory for one test, removed with everything in it (write bits restored
-// first) when the test ends.
+// A temporary folder for one test. It is removed when the test ends, with owner bits
+// restored first so that read-only folders left by a test cannot block the removal.
 
 #include <cstdlib>
 #include <filesystem>
@@ -11,20 +11,16 @@ namespace tessaron::test {
 
 class TempTree {
 public:
-    explicit TempTree(const std::string& base = "/tmp") {
-        std::string pattern = base + "/tessaron-test-XXXXXX";
-        char* made = ::mkdtemp(pattern.data());
-        m_root = made != nullptr ? made : "";
+    explicit TempTree(const std::string& base = "/tmp") : m_root(base + "/tessaron-test-XXXXXX") {
+        if (::mkdtemp(m_root.data()) == nullptr) {
+            m_root.clear();
+        }
     }
     ~TempTree() {
         namespace fs = std::filesystem;
         std::error_code ec;
-        if (m_root.empty()) {
-            return;
-        }
         fs::permissions(m_root, fs::perms::owner_all, fs::perm_options::add, ec);
-        for (auto it = fs::recursive_directory_iterator(m_root, ec);
-             it != fs::recursive_directory_iterator(); it.increment(ec)) {
+        for (fs::recursive_directory_iterator it(m_root, ec), end; it != end; it.increment(ec)) {
             if (!it->is_symlink(ec)) {
                 fs::permissions(it->path(), fs::perms::owner_all, fs::perm_options::add, ec);
             }
@@ -38,7 +34,7 @@ public:
     const std::string& Root() const { return m_root; }
     std::string Path(const std::string& rel) const { return m_root + "/" + rel; }
 
-    // Writes a file (making its folders) and returns its full path.
+    // Writes a file, making its folders, and returns its full path.
     std::string Write(const std::string& rel, const std::string& content = "") const {
         std::filesystem::create_directories(std::filesystem::path(Path(rel)).parent_path());
         std::ofstream(Path(rel), std::ios::binary) << content;
