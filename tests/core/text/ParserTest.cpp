@@ -8,8 +8,10 @@
 namespace tessaron {
 namespace {
 
-std::vector<std::string> AllTokens(clsParser& p) {
-    std::vector<std::string> out;
+using Tokens = std::vector<std::string>;
+
+Tokens AllTokens(clsParser& p) {
+    Tokens out;
     for (int32_t i = 1; i <= p.TokenCount(); ++i) {
         out.push_back(p.token(i));
     }
@@ -17,17 +19,13 @@ std::vector<std::string> AllTokens(clsParser& p) {
 }
 
 struct TokenCase {
-    TokenCase(const char* n, std::string t, std::vector<std::string> e, std::string d = " ",
-              std::string ops = "", bool tr = true, std::string q = "\"")
-        : name(n), text(std::move(t)), expected(std::move(e)), delim(std::move(d)),
-          operators(std::move(ops)), trim(tr), quote(std::move(q)) {}
     const char* name;
     std::string text;
-    std::vector<std::string> expected;
-    std::string delim;
-    std::string operators;
-    bool trim;
-    std::string quote;
+    Tokens expected;
+    std::string delim = " ";
+    std::string operators = "";
+    bool trim = true;
+    std::string quote = "\"";
 };
 
 class TokenizeTest : public ::testing::TestWithParam<TokenCase> {};
@@ -47,7 +45,6 @@ const TokenCase kTokenCases[] = {
     {"Empty", "", {""}},
     {"OneSpace", " ", {""}},
     {"LeadingBlanksDropped", "  a", {"a"}},
-    {"TwoWords", "a b", {"a", "b"}},
     {"DoubleSpaceGivesEmpty", "a  b", {"a", "", "b"}},
     {"TwoTrailingSpaces", "a  ", {"a", ""}},
     {"QuotedBlank", "\"C:\\x y\" z", {"C:\\x y", "z"}},
@@ -57,14 +54,14 @@ const TokenCase kTokenCases[] = {
     {"QuoteInsideTokenIsOrdinary", "ab\"c", {"ab\"c"}},
     {"TextAfterClosingQuoteExtends", "\"a b\"c d", {"a bc", "d"}},
     {"UnclosedQuote", "\"a b", {"a b"}},
-    {"ListDelims", "(a b)", {"(", "a", "b", ")"}},
-    {"ListDelimsSpaced", "a ( b )", {"a", "(", "b", ")"}},
+    {"ListDelims", "a ( b )", {"a", "(", "b", ")"}},
     {"ListDelimSwallowsDelims", "(   a", {"(", "a"}},
     {"ListDelimEndsToken", "a(b", {"a", "(", "b"}},
     {"TrimInsideToken", "a b,c", {"ab", "c"}, ","},
     {"NoTrimKeepsBlank", "a b,c", {"a b", "c"}, ",", "", false},
     {"TrimAroundCommaTokens", " a , b ", {"a", "b"}, ","},
     {"NoTrimTabKept", "a\tb", {"a\tb"}, " ", "", false},
+    // Only white space before the first token is dropped; that does not depend on trimming.
     {"NoTrimLeadingDelim", " a", {"", "a"}, " ", "", false},
     {"LeadingTabDelims", "\t\ta", {"a"}, "\t"},
     {"InnerTabDelims", "a\t\tb", {"a", "", "b"}, "\t"},
@@ -78,71 +75,70 @@ const TokenCase kTokenCases[] = {
 INSTANTIATE_TEST_SUITE_P(Parser, TokenizeTest, ::testing::ValuesIn(kTokenCases),
                          [](const auto& tc) { return std::string(tc.param.name); });
 
-TEST(ParserCursor, WalksForwardAndBackWithinBounds) {
-    clsParser p;
-    p.text("a b");
-    EXPECT_FALSE(p.EOT());
-    EXPECT_TRUE(p.BOT());
-    EXPECT_EQ(p.NextToken(), "a");
-    EXPECT_TRUE(p.BOT());
-    EXPECT_EQ(p.NextToken(), "b");
-    EXPECT_TRUE(p.EOT());
-    EXPECT_FALSE(p.BOT());
-    EXPECT_EQ(p.NextToken(), "");
-    EXPECT_EQ(p.NextToken(), ""); // the cursor stops at TokenCount + 1
-    EXPECT_EQ(p.PrevToken(), "b");
-    EXPECT_EQ(p.PrevToken(), "a");
-    EXPECT_EQ(p.PrevToken(), "");
-    EXPECT_EQ(p.PrevToken(), ""); // and at 0 going back
-    EXPECT_EQ(p.NextToken(), "a");
-    EXPECT_EQ(p.LastToken(), "b");
-    EXPECT_EQ(p.FirstToken(), "a");
+// One cursor step "op=want": N next, P prev, F first, L last, R rest, E/B EOT/BOT as 1/0,
+// Tn token(n).
+std::string Step(clsParser& p, const std::string& op) {
+    const char c = op[0];
+    return c == 'N'   ? p.NextToken()
+           : c == 'P' ? p.PrevToken()
+           : c == 'F' ? p.FirstToken()
+           : c == 'L' ? p.LastToken()
+           : c == 'R' ? p.GetRest()
+           : c == 'E' ? std::to_string(p.EOT())
+           : c == 'B' ? std::to_string(p.BOT())
+                      : p.token(std::stoi(op.substr(1)));
 }
 
-TEST(ParserCursor, TokenSetsTheCursorEvenOutOfRange) {
+struct CursorCase {
+    const char* name;
+    std::string text;
+    std::vector<std::string> steps;
+};
+
+class ParserCursorTest : public ::testing::TestWithParam<CursorCase> {};
+
+TEST_P(ParserCursorTest, Steps) {
     clsParser p;
-    p.text("a b c");
-    EXPECT_EQ(p.token(7), "");
-    EXPECT_TRUE(p.EOT());
-    EXPECT_EQ(p.PrevToken(), ""); // cursor 6, still out of range
-    EXPECT_EQ(p.token(-3), "");
-    EXPECT_TRUE(p.BOT());
-    EXPECT_EQ(p.NextToken(), ""); // cursor -2
-    EXPECT_EQ(p.GetRest(), "");
-    EXPECT_EQ(p.token(2), "b");
-    EXPECT_EQ(p.NextToken(), "c");
+    p.text(GetParam().text);
+    for (const std::string& step : GetParam().steps) {
+        const size_t eq = step.find('=');
+        ASSERT_EQ(Step(p, step.substr(0, eq)), step.substr(eq + 1)) << step;
+    }
 }
 
-TEST(ParserCursor, GetRestStartsWhereTheCurrentTokenStopped) {
-    clsParser p;
-    p.text("/LOAD x y");
-    EXPECT_EQ(p.GetRest(), ""); // cursor 0: no current token
-    p.NextToken();
-    EXPECT_EQ(p.GetRest(), "x y");
-    p.text("a  b");
-    p.NextToken();
-    EXPECT_EQ(p.GetRest(), " b"); // the second blank was not consumed by "a"
-    p.text("(  a");
-    p.NextToken();
-    EXPECT_EQ(p.GetRest(), "a"); // a list delimiter swallows the blanks after it
-    p.LastToken();
-    EXPECT_EQ(p.GetRest(), "");
-}
+INSTANTIATE_TEST_SUITE_P(
+    Parser, ParserCursorTest,
+    ::testing::Values(
+        // The cursor stops at TokenCount + 1 going on and at 0 going back.
+        CursorCase{"StopsOneOutside",
+                   "a b",
+                   {"B=1", "E=0", "N=a", "B=1", "N=b", "E=1", "B=0", "N=", "N=", "P=b", "P=a",
+                    "P=", "P=", "N=a", "L=b", "F=a"}},
+        // token(n) moves the cursor even out of range.
+        CursorCase{"TokenMovesOutOfRange",
+                   "a b c",
+                   {"T7=", "E=1", "P=", "T-3=", "B=1", "N=", "R=", "T2=b", "N=c"}},
+        CursorCase{"RestAfterCurrentToken", "/LOAD x y", {"R=", "N=/LOAD", "R=x y"}},
+        // The second blank was not consumed by "a"; a list delimiter swallows its blanks.
+        CursorCase{"RestKeepsUnconsumedDelim", "a  b", {"N=a", "R= b"}},
+        CursorCase{"RestAfterListDelim", "(  a", {"N=(", "R=a", "L=a", "R="}}),
+    [](const auto& tc) { return std::string(tc.param.name); });
 
+// Parsing is lazy: a class change reaches tokens only when the text is written again.
 TEST(ParserLazy, ClassChangesApplyAtTheNextParse) {
     clsParser p;
     p.text("a,b c");
-    p.Delim(","); // before the first read: applies
-    EXPECT_EQ(AllTokens(p), (std::vector<std::string>{"a", "bc"}));
-    p.Delim(" "); // after parsing: no effect until the text is written again
+    p.Delim(",");
+    EXPECT_EQ(AllTokens(p), (Tokens{"a", "bc"}));
+    p.Delim(" ");
     EXPECT_EQ(p.TokenCount(), 2);
     p.LastToken();
-    p.text(p.text()); // rewriting the text parses again and resets the cursor
-    EXPECT_FALSE(p.EOT());
-    EXPECT_EQ(AllTokens(p), (std::vector<std::string>{"a,b", "c"}));
-    clsParser fresh; // a new parser's empty text gives one empty token
+    p.text(p.text());
+    EXPECT_FALSE(p.EOT()); // a new parse resets the cursor
+    EXPECT_EQ(AllTokens(p), (Tokens{"a,b", "c"}));
+    clsParser fresh;
     EXPECT_EQ(fresh.TokenCount(), 1);
-    EXPECT_FALSE(fresh.EOT()); // the cursor is before it
+    EXPECT_FALSE(fresh.EOT());
 }
 
 } // namespace

@@ -3,6 +3,8 @@
 
 #include <gtest/gtest.h>
 
+#include <tuple>
+
 namespace tessaron {
 namespace {
 
@@ -10,15 +12,11 @@ using testutil::Apply;
 using testutil::Entries;
 using testutil::EntriesOf;
 
-TEST(SetupFormat, NewRecordGivesTheTenLines) {
+TEST(SetupFormat, WritesTheTenLinesOfStoredFields) {
     clsSetup s(PathStyle::Windows);
     EXPECT_EQ(s.Format(), "Target = \"\"\r\nBackupType = \r\nCleanTarget = False\r\n"
                           "SaveLog = False\r\nStopOnError = False\r\nVerify = False\r\n"
                           "EjectMedia = False\r\nEMail = False\r\nEMailTo = \r\nSelections = ");
-}
-
-TEST(SetupFormat, FilledRecordWritesEveryStoredField) {
-    clsSetup s(PathStyle::Windows);
     s.Target = "E:\\Backup";
     s.BackupType = "INCREMENTAL";
     s.CleanTarget = s.Verify = s.Email = true;
@@ -38,21 +36,16 @@ TEST(SetupClear, LeavesTheCarriedOverFields) {
     clsSetup s(PathStyle::Windows);
     s.Target = "E:\\";
     s.BackupType = "FULL";
-    s.CleanTarget = s.SaveLog = s.StopOnError = s.Verify = s.EjectMedia = s.Email = true;
-    s.Quiet = true;
+    s.CleanTarget = s.SaveLog = s.StopOnError = s.Verify = s.EjectMedia = s.Email = s.Quiet = true;
     s.LogPath = "L";
     s.EmailTo = "x@y";
     s.BlockSize = 4096;
     s.Sel.AddSelection("C:\\A");
     s.Clear();
-    EXPECT_EQ(s.Target, "");
-    EXPECT_EQ(s.BackupType, "");
-    EXPECT_FALSE(s.SaveLog || s.StopOnError || s.Verify || s.EjectMedia);
-    EXPECT_EQ(s.Sel.Count(), 0);
-    EXPECT_TRUE(s.CleanTarget && s.Email && s.Quiet);
-    EXPECT_EQ(s.EmailTo, "x@y");
-    EXPECT_EQ(s.LogPath, "L");
-    EXPECT_EQ(s.BlockSize, 4096);
+    EXPECT_EQ(std::tie(s.Target, s.BackupType, s.LogPath, s.EmailTo),
+              std::make_tuple("", "", "L", "x@y"));
+    EXPECT_FALSE(s.SaveLog || s.StopOnError || s.Verify || s.EjectMedia || s.Sel.Count());
+    EXPECT_TRUE(s.CleanTarget && s.Email && s.Quiet && s.BlockSize == 4096);
 }
 
 struct StringFieldCase {
@@ -68,13 +61,10 @@ class SetupParseStringsTest : public ::testing::TestWithParam<StringFieldCase> {
 TEST_P(SetupParseStringsTest, ReadsTheFields) {
     const StringFieldCase& c = GetParam();
     clsSetup s(PathStyle::Windows);
-    s.Target = "old";
-    s.BackupType = "old";
-    s.EmailTo = "old";
+    s.Target = s.BackupType = s.EmailTo = "old";
     EXPECT_TRUE(s.Parse(c.text));
-    EXPECT_EQ(s.Target, c.target);
-    EXPECT_EQ(s.BackupType, c.backupType);
-    EXPECT_EQ(s.EmailTo, c.emailTo);
+    EXPECT_EQ(std::tie(s.Target, s.BackupType, s.EmailTo),
+              std::tie(c.target, c.backupType, c.emailTo));
 }
 
 INSTANTIATE_TEST_SUITE_P(
@@ -90,6 +80,7 @@ INSTANTIATE_TEST_SUITE_P(
         StringFieldCase{"ValueHoldsFurtherEquals", "EMailTo = a=b", "old", "old", "a=b"},
         StringFieldCase{"ContinuationJoinsWithSpace", "EMailTo = a\r\n\tb\r\n c", "old", "old",
                         "a b c"},
+        // Only CR LF ends a line.
         StringFieldCase{"BareLineFeedIsOneLine", "BackupType = FULL\nEMailTo = x", "old",
                         "FULL\nEMailTo = x", "old"},
         StringFieldCase{"UnknownKeysAndPlainLinesIgnored", "Colour = red\r\nno equals\r\n\r\n",
@@ -97,53 +88,42 @@ INSTANTIATE_TEST_SUITE_P(
         StringFieldCase{"EmptyKey", " = x", "old", "old", "old"}),
     [](const auto& tc) { return std::string(tc.param.name); });
 
-struct BoolCase {
-    std::string value;
-    bool converts;
-    bool expected;
-};
-
-class SetupBoolTest : public ::testing::TestWithParam<BoolCase> {};
-
-TEST_P(SetupBoolTest, ConvertsOrFailsWithTypeMismatch) {
-    const BoolCase& c = GetParam();
-    clsSetup s(PathStyle::Windows);
-    s.Verify = !c.expected;
-    EXPECT_EQ(s.Parse("Verify = " + c.value + "\r\n"), c.converts);
-    if (c.converts) {
-        EXPECT_EQ(s.Verify, c.expected);
-        EXPECT_EQ(s.LastError, "");
-    } else {
-        EXPECT_EQ(s.Verify, !c.expected) << "a failed conversion must not change the field";
-        EXPECT_EQ(s.LastError, "Type mismatch");
+TEST(SetupParse, BooleanWordsAndNumbersOrTypeMismatch) {
+    const std::vector<const char*> readTrue = {"True",
+                                               "-1",
+                                               "+2",
+                                               "1.5",
+                                               ".5",
+                                               "7.",
+                                               "\t2",
+                                               "98765432109876543210987654321098765",
+                                               "0.00000000000000000000000000001"};
+    const std::vector<const char*> readFalse = {"fALSE", "0", "0.0", "000000000000000000000000000"};
+    const std::vector<const char*> mismatch = {"",    "yes", "Truth", "True x", "1.2.3",
+                                               "1e3", ".",   "-",     "1,5",    "0x1"};
+    for (const auto* values : {&readTrue, &readFalse, &mismatch}) {
+        for (const char* value : *values) {
+            for (const bool before : {false, true}) {
+                clsSetup s(PathStyle::Windows);
+                s.Verify = before;
+                const bool converts = values != &mismatch;
+                EXPECT_EQ(s.Parse("Verify = " + std::string(value) + "\r\n"), converts) << value;
+                // A failed conversion leaves the field as it was.
+                EXPECT_EQ(s.Verify, converts ? values == &readTrue : before) << value;
+                EXPECT_EQ(s.LastError, converts ? "" : "Type mismatch") << value;
+            }
+        }
     }
 }
-
-INSTANTIATE_TEST_SUITE_P(
-    Setup, SetupBoolTest,
-    ::testing::Values(
-        BoolCase{"True", true, true}, BoolCase{"fALSE", true, false}, BoolCase{"0", true, false},
-        BoolCase{"1", true, true}, BoolCase{"-1", true, true}, BoolCase{"+2", true, true},
-        BoolCase{"1.5", true, true}, BoolCase{"0.0", true, false}, BoolCase{".5", true, true},
-        BoolCase{"7.", true, true}, BoolCase{"\t2", true, true},
-        BoolCase{"000000000000000000000000000", true, false},
-        BoolCase{"98765432109876543210987654321098765", true, true},
-        BoolCase{"0.00000000000000000000000000001", true, true}, BoolCase{"", false, true},
-        BoolCase{"yes", false, true}, BoolCase{"Truth", false, true},
-        BoolCase{"True x", false, true}, BoolCase{"1.2.3", false, true},
-        BoolCase{"1e3", false, true}, BoolCase{".", false, true}, BoolCase{"-", false, true},
-        BoolCase{"1,5", false, true}, BoolCase{"0x1", false, true}));
 
 TEST(SetupParse, TypeMismatchStopsAtThatLine) {
     clsSetup s(PathStyle::Windows);
     s.BackupType = "FULL";
     EXPECT_FALSE(s.Parse("Target = \"E:\\\"\r\nSaveLog = True\r\nVerify = maybe\r\n"
                          "BackupType = INCREMENTAL\r\nEjectMedia = True\r\n"));
-    EXPECT_EQ(s.LastError, "Type mismatch");
-    EXPECT_EQ(s.Target, "E:\\");
-    EXPECT_TRUE(s.SaveLog);
-    EXPECT_EQ(s.BackupType, "FULL");
-    EXPECT_FALSE(s.EjectMedia);
+    EXPECT_EQ(std::tie(s.LastError, s.Target, s.BackupType),
+              std::make_tuple("Type mismatch", "E:\\", "FULL"));
+    EXPECT_TRUE(s.SaveLog && !s.EjectMedia);
     EXPECT_TRUE(s.Parse("Verify = 1"));
     EXPECT_EQ(s.LastError, "");
 }
