@@ -3,6 +3,7 @@
 
 #include "SystemSupport.h"
 
+#include <memory>
 #include <sys/mount.h>
 
 using namespace tessaron::systest;
@@ -23,7 +24,6 @@ TEST_P(OddTree, RunFinishes) {
     SetFile s = b.Set();
     GetParam().make(b, s);
     RunResult r = b.RunSet(s);
-    ASSERT_FALSE(r.TimedOut);
     EXPECT_EQ(r.Status, 0) << r.Out << r.Err;
     EXPECT_TRUE(Contains(r.Out, "Backup Complete")) << r.Out;
     EXPECT_EQ(ReadFile(CopyOf(b.dst, b.src / "dir/plain.txt")), "plain");
@@ -33,42 +33,34 @@ TEST_P(OddTree, RunFinishes) {
 const TreeCase kTrees[] = {
     {"SymlinkLoop",
      [](Sandbox& b, SetFile&) { fs::create_directory_symlink("..", b.src / "dir/loop"); },
-     [](Sandbox& b) {
-         fs::path copy = CopyOf(b.dst, b.src / "dir/loop");
-         ASSERT_TRUE(fs::is_symlink(copy));
-         EXPECT_EQ(fs::read_symlink(copy), "..");
-     }},
+     [](Sandbox& b) { EXPECT_EQ(fs::read_symlink(CopyOf(b.dst, b.src / "dir/loop")), ".."); }},
     {"Fifo", [](Sandbox& b, SetFile&) { mkfifo((b.src / "dir/pipe").c_str(), 0600); },
      [](Sandbox& b) {
          std::error_code ec;
          EXPECT_FALSE(fs::exists(fs::symlink_status(CopyOf(b.dst, b.src / "dir/pipe"), ec)));
+         EXPECT_TRUE(
+             Contains(b.LastLog(), "Special File Skipped - " + (b.src / "dir/pipe").string()));
      }},
     {"TargetInsideSource",
      [](Sandbox& b, SetFile& s) {
          b.dst = b.src / "backup";
+         fs::create_directories(b.dst); // so the walk meets it
          s.Target = b.dst.string();
      },
      [](Sandbox& b) {
-         // The copy of the source holds no copy of the target itself.
          EXPECT_FALSE(fs::exists(CopyOf(b.dst, b.dst)));
+         EXPECT_TRUE(
+             Contains(b.LastLog(), "Output directory left out of the backup - " + b.dst.string()));
      }},
 };
 
 INSTANTIATE_TEST_SUITE_P(Trees, OddTree, ::testing::ValuesIn(kTrees),
                          [](const auto& p) { return std::string(p.param.name); });
 
-// Interrupts while a large file is copied in small blocks.
-struct InterruptCase {
-    const char* name;
-    std::vector<int> signals;
-    int status;
-    bool cancelledLine;
-};
+// An interrupt while a large file is copied in small blocks cancels the run.
+class Interrupt : public ::testing::TestWithParam<int> {};
 
-class Interrupt : public ::testing::TestWithParam<InterruptCase> {};
-
-TEST_P(Interrupt, StopsTheRun) {
-    const InterruptCase& c = GetParam();
+TEST_P(Interrupt, CancelsTheRun) {
     Sandbox b;
     constexpr std::size_t kSize = 200u * 1024u * 1024u;
     fs::path big = b.src / "big.bin";
@@ -78,55 +70,34 @@ TEST_P(Interrupt, StopsTheRun) {
     RunResult r = b.RunArgs({"/RUN", b.setFile.string(), "/QUIET", "/BLOCKSIZE", "4096"},
                             [&](const std::string& out, pid_t pid) {
                                 if (!sent && Contains(out, "Copying Files To:")) {
-                                    sent = true;
-                                    for (int sig : c.signals) {
-                                        kill(pid, sig);
-                                    }
+                                    sent = kill(pid, GetParam()) == 0;
                                 }
                             });
     ASSERT_TRUE(sent) << r.Out;
-    EXPECT_EQ(r.Status, c.status) << r.Out << r.Err;
-    EXPECT_EQ(Contains(r.Out, "Backup Cancelled"), c.cancelledLine) << r.Out;
+    EXPECT_EQ(r.Status, 2) << r.Out << r.Err;
+    EXPECT_TRUE(Contains(r.Out, "Backup Cancelled")) << r.Out;
     fs::path copy = CopyOf(b.dst, big);
     if (fs::exists(copy)) {
         EXPECT_LT(fs::file_size(copy), kSize);
     }
 }
 
-const InterruptCase kInterrupts[] = {
-    {"CtrlC", {SIGINT}, 2, true},
-    {"Terminate", {SIGTERM}, 2, true},
-};
-
-INSTANTIATE_TEST_SUITE_P(Signals, Interrupt, ::testing::ValuesIn(kInterrupts),
-                         [](const auto& p) { return std::string(p.param.name); });
+INSTANTIATE_TEST_SUITE_P(Signals, Interrupt, ::testing::Values(SIGINT, SIGTERM));
 
 // A target on a 1 MiB tmpfs: the file that does not fit fails with the system's reason,
 // its partial copy is removed, and the run reports an error.
-class DiskFull : public ::testing::Test {
-protected:
+TEST(DiskFull, FailedFileIsRemovedAndRunFails) {
+    if (geteuid() != 0) {
+        GTEST_SKIP() << "mounting a small tmpfs needs root";
+    }
     Sandbox b;
-    fs::path mountPoint = b.tree / "small";
-    bool mounted = false;
-
-    void SetUp() override {
-        if (geteuid() != 0) {
-            GTEST_SKIP() << "mounting a small tmpfs needs root";
-        }
-        fs::create_directories(mountPoint);
-        if (mount("tmpfs", mountPoint.c_str(), "tmpfs", 0, "size=1m") != 0) {
-            GTEST_SKIP() << "cannot mount a tmpfs here: " << std::strerror(errno);
-        }
-        mounted = true;
+    fs::path mountPoint = b.root / "small";
+    fs::create_directories(mountPoint);
+    if (mount("tmpfs", mountPoint.c_str(), "tmpfs", 0, "size=1m") != 0) {
+        GTEST_SKIP() << "cannot mount a tmpfs here: " << std::strerror(errno);
     }
-    void TearDown() override {
-        if (mounted) {
-            umount2(mountPoint.c_str(), MNT_DETACH);
-        }
-    }
-};
-
-TEST_F(DiskFull, FailedFileIsRemovedAndRunFails) {
+    std::unique_ptr<const char, int (*)(const char*)> unmount(
+        mountPoint.c_str(), [](const char* p) { return umount2(p, MNT_DETACH); });
     fs::path big = b.src / "big.bin";
     WriteFile(big, Pattern(3u * 1024u * 1024u, 'd'));
     WriteFile(b.src / "small.txt", "fits");
@@ -135,9 +106,11 @@ TEST_F(DiskFull, FailedFileIsRemovedAndRunFails) {
     s.Target = b.dst.string();
     RunResult r = b.RunSet(s);
     EXPECT_EQ(r.Status, 1) << r.Out << r.Err;
-    EXPECT_TRUE(Contains(r.Out, "No space left on device")) << r.Out;
-    EXPECT_TRUE(Contains(r.Out, "Unable to Copy File - " + big.string())) << r.Out;
-    EXPECT_TRUE(Contains(r.Out, "Error During Backup")) << r.Out;
+    for (const std::string& line :
+         {std::string("No space left on device"), "Unable to Copy File - " + big.string(),
+          std::string("Error During Backup")}) {
+        EXPECT_TRUE(Contains(r.Out, line)) << line << "\n" << r.Out;
+    }
     EXPECT_FALSE(fs::exists(CopyOf(b.dst, big)));
     EXPECT_EQ(ReadFile(CopyOf(b.dst, b.src / "small.txt")), "fits");
     for (const fs::directory_entry& e : fs::recursive_directory_iterator(b.dst)) {

@@ -14,6 +14,7 @@ namespace {
 int InChild(void (*body)()) {
     pid_t pid = fork();
     if (pid == 0) {
+        InstallInterruptHandlers();
         body();
         _exit(0);
     }
@@ -22,12 +23,12 @@ int InChild(void (*body)()) {
     return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
 }
 
+int s_first;
+
 TEST(Interrupts, FirstSignalOnlyRaisesTheFlagSecondEndsTheProcess) {
     for (int first : {SIGINT, SIGTERM}) {
-        static int s_first;
         s_first = first;
         EXPECT_EQ(InChild([] {
-                      InstallInterruptHandlers();
                       if (InterruptRequested()) {
                           _exit(1);
                       }
@@ -45,7 +46,6 @@ TEST(Interrupts, FirstSignalOnlyRaisesTheFlagSecondEndsTheProcess) {
 
 TEST(Interrupts, ClosedOutputPipeDoesNotEndTheProcess) {
     EXPECT_EQ(InChild([] {
-                  InstallInterruptHandlers();
                   int fds[2];
                   if (pipe(fds) != 0) {
                       _exit(1);
