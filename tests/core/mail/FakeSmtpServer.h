@@ -1,13 +1,12 @@
 #pragma once
-// A scripted SMTP server on 127.0.0.1 for the mailer's tests. It serves one
-// connection in its own thread, records every byte it receives, and stops by itself:
-// when the client closes, when the script says so, or at its overall deadline.
+// A scripted SMTP server on 127.0.0.1 serving one connection in its own thread. It records
+// every byte received (Received() waits for the end) and stops when the client closes, the
+// script closes, or at DeadlineMs.
 
 #include <arpa/inet.h>
 #include <atomic>
 #include <chrono>
 #include <functional>
-#include <mutex>
 #include <netinet/in.h>
 #include <poll.h>
 #include <string>
@@ -18,18 +17,14 @@
 namespace tessaron::test {
 
 struct SmtpScript {
-    // Sent after the connection is accepted, after greetingDelayMs; "" sends none.
-    std::string Greeting;
+    std::string Greeting; // "" sends none
     int GreetingDelayMs = 0;
-    // The reply to a command line (or to "." at the end of the message data); ""
-    // sends nothing. Commands are given without their CR LF.
+    // The reply to a command line without CR LF (or to the "." ending the data); "" is none.
     std::function<std::string(const std::string&)> Reply = [](const std::string&) {
         return std::string("250 OK");
     };
-    // Close the connection on receiving a command that starts with this text.
-    std::string CloseOn;
-    // Send this much endless data (in 4 KiB pieces) instead of any reply.
-    std::size_t Flood = 0;
+    std::string CloseOn;   // close on a command starting with this
+    std::size_t Flood = 0; // send this many bytes of endless data instead of any reply
     int AcceptWaitMs = 5000;
     int DeadlineMs = 8000;
 };
@@ -51,7 +46,7 @@ public:
     ~FakeSmtpServer() { Stop(); }
 
     int Port() const { return port_; }
-    // Waits for the server to finish; after this Received() is final.
+    // Waits for the server to finish and closes the listener.
     void Stop() {
         if (thread_.joinable())
             thread_.join();
@@ -60,103 +55,77 @@ public:
         listener_ = -1;
     }
     std::string Received() {
-        std::lock_guard<std::mutex> lock(mutex_);
+        Stop();
         return received_;
     }
     bool Accepted() const { return accepted_; }
 
 private:
-    using Clock = std::chrono::steady_clock;
-
     void Serve() {
         pollfd p{listener_, POLLIN, 0};
-        if (poll(&p, 1, script_.AcceptWaitMs) <= 0)
-            return;
-        const int fd = accept(listener_, nullptr, nullptr);
-        if (fd < 0)
+        if (poll(&p, 1, script_.AcceptWaitMs) <= 0 ||
+            (fd_ = accept(listener_, nullptr, nullptr)) < 0)
             return;
         accepted_ = true;
-        Talk(fd);
-        close(fd);
+        Talk();
+        close(fd_);
     }
 
-    void Talk(int fd) {
-        deadline_ = Clock::now() + std::chrono::milliseconds(script_.DeadlineMs);
-        if (!script_.Greeting.empty()) {
-            std::this_thread::sleep_for(std::chrono::milliseconds(script_.GreetingDelayMs));
-            Send(fd, script_.Greeting);
-        }
-        std::string pending;
+    void Talk() {
+        const auto deadline =
+            std::chrono::steady_clock::now() + std::chrono::milliseconds(script_.DeadlineMs);
+        std::this_thread::sleep_for(std::chrono::milliseconds(script_.GreetingDelayMs));
+        Send(script_.Greeting);
+        std::size_t parsed = 0, flooded = 0;
         bool inData = false;
-        while (Clock::now() < deadline_) {
-            if (script_.Flood > 0 && !FloodOnce(fd))
-                return;
-            pollfd p{fd, POLLIN, 0};
+        while (std::chrono::steady_clock::now() < deadline) {
+            if (flooded < script_.Flood) {
+                const std::string piece(4096, '1');
+                const ssize_t n =
+                    send(fd_, piece.data(), piece.size(), MSG_NOSIGNAL | MSG_DONTWAIT);
+                if (n < 0 && errno != EAGAIN)
+                    return;
+                flooded += n > 0 ? static_cast<std::size_t>(n) : 0;
+            }
+            pollfd p{fd_, POLLIN, 0};
             if (poll(&p, 1, script_.Flood > 0 ? 5 : 50) <= 0)
                 continue;
             char buf[4096];
-            const ssize_t n = recv(fd, buf, sizeof buf, 0);
+            const ssize_t n = recv(fd_, buf, sizeof buf, 0);
             if (n <= 0)
                 return;
-            {
-                std::lock_guard<std::mutex> lock(mutex_);
-                received_.append(buf, static_cast<std::size_t>(n));
+            received_.append(buf, static_cast<std::size_t>(n));
+            for (std::size_t end; (end = received_.find("\r\n", parsed)) != std::string::npos;) {
+                const std::string line = received_.substr(parsed, end - parsed);
+                parsed = end + 2;
+                if (inData && line != ".")
+                    continue;
+                if (!script_.CloseOn.empty() && line.rfind(script_.CloseOn, 0) == 0)
+                    return;
+                if (script_.Flood == 0)
+                    Send(script_.Reply(line));
+                inData = line == "DATA";
             }
-            pending.append(buf, static_cast<std::size_t>(n));
-            if (!HandleLines(fd, pending, inData))
-                return;
         }
     }
 
-    // Answers every complete line; false when the script closes the connection.
-    bool HandleLines(int fd, std::string& pending, bool& inData) {
-        for (std::size_t end; (end = pending.find("\r\n")) != std::string::npos;) {
-            const std::string line = pending.substr(0, end);
-            pending.erase(0, end + 2);
-            if (inData && line != ".")
-                continue;
-            inData = false;
-            if (!script_.CloseOn.empty() && line.rfind(script_.CloseOn, 0) == 0)
-                return false;
-            if (script_.Flood == 0) {
-                const std::string reply = script_.Reply(line);
-                if (!reply.empty())
-                    Send(fd, reply);
-            }
-            inData = line == "DATA";
-        }
-        return true;
-    }
-
-    bool FloodOnce(int fd) {
-        if (flooded_ >= script_.Flood)
-            return true;
-        const std::string piece(4096, '1');
-        const ssize_t n = send(fd, piece.data(), piece.size(), MSG_NOSIGNAL | MSG_DONTWAIT);
-        if (n < 0 && errno != EAGAIN)
-            return false;
-        if (n > 0)
-            flooded_ += static_cast<std::size_t>(n);
-        return true;
-    }
-
-    // Replies go out one at a time with a pause after each, so that the client reads
-    // them one by one, as from a real server.
-    void Send(int fd, const std::string& reply) {
+    // Replies go out one at a time with a pause after each, so the client reads them one
+    // by one, as from a real server.
+    void Send(const std::string& reply) {
+        if (reply.empty())
+            return;
         const std::string line = reply + "\r\n";
-        send(fd, line.data(), line.size(), MSG_NOSIGNAL);
+        send(fd_, line.data(), line.size(), MSG_NOSIGNAL);
         std::this_thread::sleep_for(std::chrono::milliseconds(60));
     }
 
     SmtpScript script_;
     int listener_ = -1;
+    int fd_ = -1;
     int port_ = 0;
     std::thread thread_;
-    std::mutex mutex_;
     std::string received_;
     std::atomic<bool> accepted_{false};
-    std::size_t flooded_ = 0;
-    Clock::time_point deadline_;
 };
 
 } // namespace tessaron::test

@@ -1,8 +1,10 @@
 #pragma once
-// Helpers shared by the mail tests: a temporary folder, a TZ override, a recording host.
+// Helpers shared by the mail tests: a temporary folder, an environment override, a UTC
+// moment and a host that records the mailer's log lines.
 
 #include "mail/IMailHost.h"
 
+#include <chrono>
 #include <cstdlib>
 #include <ctime>
 #include <filesystem>
@@ -12,11 +14,10 @@
 
 namespace tessaron::test {
 
-// A fresh folder under the system's temporary folder, removed with the object.
 class TempDir {
 public:
     TempDir() {
-        std::string templ = (std::filesystem::temp_directory_path() / "tessaron-mail-XXXXXX");
+        std::string templ = std::filesystem::temp_directory_path() / "tessaron-mail-XXXXXX";
         path_ = mkdtemp(templ.data()) != nullptr ? templ : "";
     }
     ~TempDir() {
@@ -30,7 +31,7 @@ private:
     std::string path_;
 };
 
-// Sets an environment variable for the object's life and restores it after.
+// Sets an environment variable (and reloads the zone) for the object's life.
 class EnvOverride {
 public:
     EnvOverride(const char* name, const std::string& value) : name_(name) {
@@ -40,10 +41,7 @@ public:
         tzset();
     }
     ~EnvOverride() {
-        if (old_)
-            setenv(name_, old_->c_str(), 1);
-        else
-            unsetenv(name_);
+        old_ ? setenv(name_, old_->c_str(), 1) : unsetenv(name_);
         tzset();
     }
 
@@ -52,16 +50,11 @@ private:
     std::optional<std::string> old_;
 };
 
-// The moment of a UTC calendar time.
 inline std::time_t Utc(int year, int month, int day, int hour, int minute, int second) {
-    std::tm tm{};
-    tm.tm_year = year - 1900;
-    tm.tm_mon = month - 1;
-    tm.tm_mday = day;
-    tm.tm_hour = hour;
-    tm.tm_min = minute;
-    tm.tm_sec = second;
-    return timegm(&tm);
+    using namespace std::chrono;
+    const sys_days date =
+        year_month_day{std::chrono::year{year}, std::chrono::month(month), std::chrono::day(day)};
+    return system_clock::to_time_t(date + hours{hour} + minutes{minute} + seconds{second});
 }
 
 class RecordingHost : public IMailHost {

@@ -10,32 +10,19 @@ namespace tessaron {
 namespace {
 
 std::string ReadFile(const std::string& path) {
-    std::ifstream in(path, std::ios::binary);
     std::stringstream s;
-    s << in.rdbuf();
+    s << std::ifstream(path, std::ios::binary).rdbuf();
     return s.str();
 }
 
-void WriteFile(const std::string& path, const std::string& text) {
-    std::ofstream(path, std::ios::binary) << text;
+clsRegSettings StoreAt(const std::string& file) {
+    clsRegSettings s;
+    s.SettingsFile(HKeyCurrentUser, file);
+    return s;
 }
 
-class RegSettings : public ::testing::Test {
-protected:
-    clsRegSettings Store() const {
-        clsRegSettings s;
-        s.SettingsFile(HKeyCurrentUser, file);
-        return s;
-    }
-    test::TempDir dir;
-    std::string file = dir.File("cfg/tessaron/settings.ini");
-};
-
-TEST(RegSettingsKeys, KeyPathRules) {
-    struct Case {
-        std::string Company, AppName, Section, Path;
-    };
-    const std::vector<Case> cases{
+TEST(RegSettings, KeyPathRules) {
+    const std::string cases[][4]{
         {"VELQO", "Tessaron", "Settings", "Software\\VELQO\\Tessaron\\Settings"},
         {"  VELQO ", " Tessaron  ", "Settings", "Software\\VELQO\\Tessaron\\Settings"},
         {"VELQO", "Tessaron", "", "Software\\VELQO\\Tessaron"},
@@ -44,92 +31,72 @@ TEST(RegSettingsKeys, KeyPathRules) {
         {"   ", "Tessaron", "A\\B", "A\\B"},
         {"", "", "", ""},
     };
-    for (const Case& c : cases) {
+    for (const auto& [company, app, section, path] : cases) {
         clsRegSettings s;
-        s.Company(c.Company);
-        s.AppName(c.AppName);
-        EXPECT_EQ(s.KeyPath(c.Section), c.Path) << c.Company << "/" << c.AppName;
+        s.Company(company);
+        s.AppName(app);
+        EXPECT_EQ(s.KeyPath(section), path) << company << "/" << app;
     }
 }
 
-TEST(RegSettingsKeys, OnlyTheTwoRootsAreAccepted) {
-    clsRegSettings s;
-    EXPECT_EQ(s.HKey(), HKeyCurrentUser);
-    s.HKey(0x80000003u); // HKEY_USERS
-    EXPECT_EQ(s.HKey(), HKeyCurrentUser);
-    s.HKey(HKeyLocalMachine);
-    EXPECT_EQ(s.HKey(), HKeyLocalMachine);
-    EXPECT_EQ(s.SettingsFile(), "/etc/tessaron/settings.ini");
-    s.HKey(0);
-    EXPECT_EQ(s.HKey(), HKeyLocalMachine);
-}
-
-TEST(RegSettingsKeys, UserFileFollowsXdgConfigHome) {
+TEST(RegSettings, OnlyTheTwoRootsAreAcceptedEachWithItsFile) {
     test::TempDir dir;
     test::EnvOverride xdg("XDG_CONFIG_HOME", dir.Path());
-    clsRegSettings writer;
-    EXPECT_EQ(writer.SettingsFile(), dir.Path() + "/tessaron/settings.ini");
-    ASSERT_TRUE(writer.SaveSetting("Settings", "SMTPServer", "mail.example.org"));
-    EXPECT_EQ(ReadFile(dir.Path() + "/tessaron/settings.ini"),
-              "[Software\\VELQO\\Tessaron\\Settings]\nSMTPServer=mail.example.org\n");
+    clsRegSettings s;
+    s.HKey(0x80000003u); // HKEY_USERS
+    EXPECT_EQ(s.HKey(), HKeyCurrentUser);
+    EXPECT_EQ(s.SettingsFile(), dir.File("tessaron/settings.ini"));
+    ASSERT_TRUE(s.SaveSetting("Settings", "SMTPServer", "mx"));
+    EXPECT_EQ(ReadFile(dir.File("tessaron/settings.ini")),
+              "[Software\\VELQO\\Tessaron\\Settings]\nSMTPServer=mx\n");
+    s.HKey(HKeyLocalMachine);
+    s.HKey(0);
+    EXPECT_EQ(s.HKey(), HKeyLocalMachine);
+    EXPECT_EQ(s.SettingsFile(), "/etc/tessaron/settings.ini");
 }
 
-TEST_F(RegSettings, MissingFileGivesDefaults) {
-    const clsRegSettings s = Store();
-    EXPECT_EQ(s.GetSetting("Settings", "SMTPServer", ""), "");
-    EXPECT_EQ(s.GetSetting("Settings", "SMTPServer", "fallback"), "fallback");
-    EXPECT_TRUE(s.GetAllSettings("Settings").empty());
-}
+TEST(RegSettings, ValuesSurviveIntoAnotherStore) {
+    test::TempDir dir;
+    const std::string file = dir.File("cfg/tessaron/settings.ini"); // folders made on write
+    EXPECT_EQ(StoreAt(file).GetSetting("Settings", "SMTPServer", "fallback"), "fallback");
+    EXPECT_TRUE(StoreAt(file).GetAllSettings("Settings").empty());
+    const std::pair<std::string, std::string> values[]{{"SMTPServer", "mail.example.org"},
+                                                       {"Empty", ""},
+                                                       {"*", "the default value"},
+                                                       {"Odd=Name", "100% = sure"},
+                                                       {"@", "at"},
+                                                       {"[Bracket", " padded \t"},
+                                                       {"Lines", "one\r\ntwo\nthree"},
+                                                       {"Path", "C:\\Backup\\Set 1.set"},
+                                                       {"Unicode", "Grüße – 日本"}};
+    clsRegSettings writer = StoreAt(file);
+    for (const auto& [key, value] : values)
+        ASSERT_TRUE(writer.SaveSetting("Settings", key, value)) << writer.LastError();
+    // Names match without regard to case.
+    ASSERT_TRUE(writer.SaveSetting("Settings", "smtpserver", "second.example.org"));
 
-TEST_F(RegSettings, ValuesSurviveIntoAnotherStore) {
-    const std::vector<std::pair<std::string, std::string>> values{
-        {"SMTPServer", "mail.example.org"},
-        {"Empty", ""},
-        {"*", "the default value"},
-        {"Odd=Name", "100% = sure"},
-        {"@", "at"},
-        {"[Bracket", " padded \t"},
-        {"Lines", "one\r\ntwo\nthree"},
-        {"Path", "C:\\Backup\\Set 1.set"},
-        {"Unicode", "Grüße – 日本"},
-    };
-    {
-        clsRegSettings writer = Store();
-        for (const auto& [key, value] : values)
-            ASSERT_TRUE(writer.SaveSetting("Settings", key, value)) << writer.LastError();
-        ASSERT_TRUE(writer.SaveSetting("Settings", "smtpserver", "second.example.org"));
-    }
-    const clsRegSettings reader = Store();
+    const clsRegSettings reader = StoreAt(file);
     for (const auto& [key, value] : values) {
         const std::string expected = key == "SMTPServer" ? "second.example.org" : value;
         EXPECT_EQ(reader.GetSetting("Settings", key, "missing"), expected) << key;
     }
     const auto all = reader.GetAllSettings("Settings");
-    ASSERT_EQ(all.size(), values.size());
+    ASSERT_EQ(all.size(), std::size(values));
     EXPECT_EQ(all[2], (std::pair<std::string, std::string>{"", "the default value"}));
+    // The default value is "@" in the file, distinct from a value named "@".
     EXPECT_NE(ReadFile(file).find("\n@=the default value\n"), std::string::npos);
 }
 
-TEST_F(RegSettings, EmptyAppNamePutsTheSectionBelowTheRoot) {
-    clsRegSettings s = Store();
-    s.AppName("");
-    ASSERT_TRUE(s.SaveSetting("Settings", "EmailFrom", "me@example.org"));
-    EXPECT_EQ(ReadFile(file), "[Settings]\nEmailFrom=me@example.org\n");
-    EXPECT_EQ(Store().GetSetting("Settings", "EmailFrom", ""), "");
-}
-
-TEST_F(RegSettings, DeleteValuesAndKeys) {
-    clsRegSettings s = Store();
+TEST(RegSettings, DeleteValuesAndKeys) {
+    test::TempDir dir;
+    clsRegSettings s = StoreAt(dir.File("settings.ini"));
     ASSERT_TRUE(s.SaveSetting("Settings", "A", "1"));
     ASSERT_TRUE(s.SaveSetting("Settings", "*", "d"));
     ASSERT_TRUE(s.SaveSetting("Settings\\Sub", "B", "2"));
 
     EXPECT_TRUE(s.DeleteSetting("Settings", "A"));
-    EXPECT_EQ(s.GetSetting("Settings", "A", "gone"), "gone");
-    EXPECT_FALSE(s.DeleteSetting("Settings", "A"));
     EXPECT_TRUE(s.DeleteSetting("Settings", "*"));
     EXPECT_EQ(s.GetSetting("Settings", "*", "gone"), "gone");
-
     EXPECT_FALSE(s.DeleteSetting("Settings", "")) << "a key with a key below it stays";
     EXPECT_TRUE(s.DeleteSetting("Settings\\Sub", ""));
     EXPECT_EQ(s.GetSetting("Settings\\Sub", "B", "gone"), "gone");
@@ -138,69 +105,44 @@ TEST_F(RegSettings, DeleteValuesAndKeys) {
     EXPECT_EQ(s.LastError().rfind("clsRegSettings.DeleteSetting() - Error (", 0), 0u);
 }
 
-TEST_F(RegSettings, UnwritableLocationFailsWithLastError) {
-    WriteFile(dir.File("plain"), "x");
-    clsRegSettings s;
-    s.SettingsFile(HKeyCurrentUser, dir.File("plain/settings.ini"));
+TEST(RegSettings, UnwritableLocationFailsWithLastError) {
+    test::TempDir dir;
+    std::ofstream(dir.File("plain")) << "x";
+    clsRegSettings s = StoreAt(dir.File("plain/settings.ini"));
     EXPECT_FALSE(s.SaveSetting("Settings", "A", "1"));
     EXPECT_EQ(s.LastError().rfind("clsRegSettings.SaveSetting() - Error (", 0), 0u);
     EXPECT_EQ(s.GetSetting("Settings", "A", "default"), "default");
 }
 
-struct DamageCase {
-    std::string Name;
-    std::string Text;
-    std::string Server; // SMTPServer read back, "-" when missing
-    std::string From;   // EmailFrom read back
-};
-
-class DamagedFile : public ::testing::TestWithParam<DamageCase> {};
-
-TEST_P(DamagedFile, IsReadAsFarAsItMakesSenseAndRewrittenClean) {
-    const DamageCase& c = GetParam();
-    test::TempDir dir;
-    const std::string file = dir.File("settings.ini");
-    WriteFile(file, c.Text);
-    clsRegSettings s;
-    s.SettingsFile(HKeyCurrentUser, file);
-    EXPECT_EQ(s.GetSetting("Settings", "SMTPServer", "-"), c.Server);
-    EXPECT_EQ(s.GetSetting("Settings", "EmailFrom", "-"), c.From);
-    ASSERT_TRUE(s.SaveSetting("Settings", "Added", "yes"));
-    clsRegSettings again;
-    again.SettingsFile(HKeyCurrentUser, file);
-    EXPECT_EQ(again.GetSetting("Settings", "SMTPServer", "-"), c.Server);
-    EXPECT_EQ(again.GetSetting("Settings", "Added", "-"), "yes");
+// A damaged file is read as far as it makes sense, and a write keeps what was readable.
+TEST(RegSettings, DamagedFilesNeverCrash) {
+    const std::string sec = "[Software\\VELQO\\Tessaron\\Settings]";
+    // File text, then SMTPServer and EmailFrom as read back ("-" when missing).
+    const std::string cases[][3]{
+        {std::string("\177ELF\0\1\377\376=\n", 10) + sec + "\nSMTPServer=mx\n", "mx", "-"},
+        {sec + "\nSMTPServer=mx\n[Software\\VELQO\\Tessaron\\Settings\nEmailFrom=lost@x\n", "mx",
+         "-"},
+        {sec + "\nnonsense\nSMTPServer mx\nEmailFrom=me@x\n", "-", "me@x"},
+        {sec + "\nSMTPServer=" + std::string(200000, 'x') + "\nEmailFrom=me@x\n", "-", "me@x"},
+        {"; comment\r\n" + sec + "\r\n  SMTPServer = mx  \r\n# EmailFrom=c\r\n", "mx", "-"},
+        {sec + "\nSMTPServer=first\n" + sec + "\nSMTPServer=second\nEmailFrom=me@x\n", "first",
+         "me@x"},
+        {sec + "\nSMTPServer=mx", "mx", "-"},
+        {sec + "\nSMTPServer=50%zz%4\n", "50%zz%4", "-"},
+    };
+    for (const auto& [text, server, from] : cases) {
+        SCOPED_TRACE(text.substr(0, 80));
+        test::TempDir dir;
+        const std::string file = dir.File("settings.ini");
+        std::ofstream(file, std::ios::binary) << text;
+        clsRegSettings s = StoreAt(file);
+        EXPECT_EQ(s.GetSetting("Settings", "SMTPServer", "-"), server);
+        EXPECT_EQ(s.GetSetting("Settings", "EmailFrom", "-"), from);
+        ASSERT_TRUE(s.SaveSetting("Settings", "Added", "yes"));
+        EXPECT_EQ(StoreAt(file).GetSetting("Settings", "SMTPServer", "-"), server);
+        EXPECT_EQ(StoreAt(file).GetSetting("Settings", "Added", "-"), "yes");
+    }
 }
-
-const std::string kSection = "[Software\\VELQO\\Tessaron\\Settings]";
-
-INSTANTIATE_TEST_SUITE_P(
-    Files, DamagedFile,
-    ::testing::Values(
-        DamageCase{"BinaryJunkFirst",
-                   std::string("\x7f"
-                               "ELF") +
-                       '\0' + "\x01\xff\xfe=\n" + kSection + "\nSMTPServer=mx\n",
-                   "mx", "-"},
-        DamageCase{"HeaderWithoutBracket",
-                   kSection + "\nSMTPServer=mx\n[Software\\VELQO\\Tessaron\\Settings\n"
-                              "EmailFrom=lost@x\n",
-                   "mx", "-"},
-        DamageCase{"LinesWithoutEquals", kSection + "\nnonsense\nSMTPServer mx\nEmailFrom=me@x\n",
-                   "-", "me@x"},
-        DamageCase{"HugeLine",
-                   kSection + "\nSMTPServer=" + std::string(200000, 'x') + "\nEmailFrom=me@x\n",
-                   "-", "me@x"},
-        DamageCase{"CrLfBlanksAndComments",
-                   "; comment\r\n" + kSection + "\r\n  SMTPServer = mx  \r\n# EmailFrom=c\r\n",
-                   "mx", "-"},
-        DamageCase{"RepeatedSectionsAndNames",
-                   kSection + "\nSMTPServer=first\n" + kSection +
-                       "\nSMTPServer=second\nEmailFrom=me@x\n",
-                   "first", "me@x"},
-        DamageCase{"NoNewlineAtEnd", kSection + "\nSMTPServer=mx", "mx", "-"},
-        DamageCase{"BadEscapes", kSection + "\nSMTPServer=50%zz%4\n", "50%zz%4", "-"}),
-    [](const auto& param) { return param.param.Name; });
 
 } // namespace
 } // namespace tessaron
