@@ -71,10 +71,8 @@ void BackupEngine::TotalSelection(const std::string& path, bool& ok) {
         const std::string full = prefix + item.Path;
         if (m_setup->Sel.IsSelected(full)) {
             if (item.Kind == FileKind::Directory) {
-                bool subOk = false;
-                if (!IsOutputDir(full)) {
-                    TotalSelection(full, subOk);
-                }
+                bool subOk = false; // a folder that fails is reported by the copy phase
+                TotalSelection(full, subOk);
             } else if (!item.IsSpecial()) {
                 p.TotalFiles += 1;
                 p.TotalBytes +=
@@ -113,9 +111,7 @@ void BackupEngine::RunSelection(const std::string& path, const std::string& targ
         if (m_setup->Sel.IsSelected(full)) {
             bool itemOk = true;
             if (item.Kind == FileKind::Directory) {
-                if (!IsOutputDir(full)) {
-                    RunSelection(full, target, verifying, itemOk);
-                }
+                RunSelection(full, target, verifying, itemOk); // skips the output folder
             } else {
                 m_listed = &item;
                 itemOk = ProcessFile(full, item.Kind, target, verifying);

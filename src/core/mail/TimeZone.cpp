@@ -175,13 +175,7 @@ DateTime TimeZone::UTCDate(const DateTime& localDate, const std::string& zone) c
     if (!IsValidTimeZone(zone) || localDate.IsEmpty())
         return localDate;
     const int sign = zone[0] == '+' ? -1 : 1;
-    std::tm tm{};
-    tm.tm_year = localDate.Year - 1900;
-    tm.tm_mon = localDate.Month - 1;
-    tm.tm_mday = localDate.Day;
-    tm.tm_hour = localDate.Hour;
-    tm.tm_min = localDate.Minute;
-    tm.tm_sec = localDate.Second;
+    std::tm tm = localDate.ToTm();
     // The fields are handled as a plain calendar value; timegm does the carrying.
     const std::time_t naive = timegm(&tm);
     const long shift = sign * (Digits2(zone, 1) * 3600L + Digits2(zone, 3) * 60L);

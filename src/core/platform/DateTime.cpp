@@ -8,24 +8,24 @@ namespace tessaron {
 
 namespace {
 
-std::tm ToTm(const DateTime& d) {
-    std::tm tm{};
-    tm.tm_year = d.Year - 1900;
-    tm.tm_mon = d.Month - 1;
-    tm.tm_mday = d.Day;
-    tm.tm_hour = d.Hour;
-    tm.tm_min = d.Minute;
-    tm.tm_sec = d.Second;
-    tm.tm_isdst = -1;
-    return tm;
-}
-
 bool CLocaleTime() {
     const char* name = std::setlocale(LC_TIME, nullptr);
     return name == nullptr || std::strcmp(name, "C") == 0 || std::strcmp(name, "POSIX") == 0;
 }
 
 } // namespace
+
+std::tm DateTime::ToTm() const {
+    std::tm tm{};
+    tm.tm_year = Year - 1900;
+    tm.tm_mon = Month - 1;
+    tm.tm_mday = Day;
+    tm.tm_hour = Hour;
+    tm.tm_min = Minute;
+    tm.tm_sec = Second;
+    tm.tm_isdst = -1;
+    return tm;
+}
 
 DateTime DateTime::Now() {
     return FromTimeT(std::time(nullptr));
@@ -57,7 +57,7 @@ std::time_t DateTime::ToTimeT() const {
     if (IsEmpty()) {
         return 0;
     }
-    std::tm tm = ToTm(*this);
+    std::tm tm = ToTm();
     return std::mktime(&tm);
 }
 
@@ -85,7 +85,7 @@ std::string DateTime::Format() const {
     if (CLocaleTime()) {
         return FormatIso();
     }
-    std::tm tm = ToTm(*this);
+    std::tm tm = ToTm();
     char buf[128];
     size_t n = std::strftime(buf, sizeof buf, "%x %X", &tm);
     return n == 0 ? FormatIso() : std::string(buf, n);

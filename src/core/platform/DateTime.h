@@ -30,6 +30,8 @@ struct DateTime {
     // The moment of this local date and time (mktime rules: an hour that a daylight
     // change skips is moved on); 0 for the empty date.
     std::time_t ToTimeT() const;
+    // The fields as a calendar record (tm_isdst = -1: let the C library decide).
+    std::tm ToTm() const;
     // Whole seconds from this to other (negative when other is earlier).
     long long SecondsUntil(const DateTime& other) const;
 
