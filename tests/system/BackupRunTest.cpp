@@ -3,7 +3,7 @@
 
 #include "SystemSupport.h"
 
-using namespace tessaron::systest;
+using namespace tessaron::test;
 
 namespace {
 

@@ -5,8 +5,8 @@
 #include "setfile/clsSetup.h"
 
 using namespace tessaron;
-using tessaron::systest::TempDir;
-using tessaron::systest::WriteFile;
+using tessaron::test::TempTree;
+using tessaron::test::WriteFile;
 namespace fs = std::filesystem;
 
 namespace {
@@ -22,8 +22,8 @@ class LoadFailure : public ::testing::TestWithParam<BadFile> {};
 // Every refusal names the file and the reason; one that never reaches the parser leaves
 // the loaded set as it was.
 TEST_P(LoadFailure, ReportsReasonAndKeepsTheSet) {
-    TempDir dir;
-    fs::path p = dir.root / GetParam().name;
+    TempTree dir;
+    fs::path p = fs::path(dir.Root()) / GetParam().name;
     GetParam().make(p);
     clsSetup setup;
     setup.Target = "/previous";
@@ -54,8 +54,8 @@ INSTANTIATE_TEST_SUITE_P(
 
 // Switches given before the load survive it; a second load replaces the first set whole.
 TEST(LoadSetup, SwitchesAndASecondLoad) {
-    TempDir dir;
-    fs::path a = dir.root / "daily set.set", b = dir.root / "b.set";
+    TempTree dir;
+    fs::path a = fs::path(dir.Root()) / "daily set.set", b = fs::path(dir.Root()) / "b.set";
     WriteFile(a, "Target = \"/backup\"\r\nBackupType = INCREMENTAL\r\nVerify = True\r\n"
                  "Selections = \"/home/ann\"\r\n");
     WriteFile(b, "Target = \"/other\"\r\nSelections = \"/srv\"\r\n");

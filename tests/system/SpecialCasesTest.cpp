@@ -6,7 +6,7 @@
 #include <memory>
 #include <sys/mount.h>
 
-using namespace tessaron::systest;
+using namespace tessaron::test;
 
 namespace {
 

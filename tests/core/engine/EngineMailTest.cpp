@@ -1,6 +1,6 @@
 // A run that asks for mail sends its result and its on-screen log to the SMTP server.
 #include "EngineTestSupport.h"
-#include "mail/FakeSmtpServer.h"
+#include "FakeSmtpServer.h"
 #include "mail/clsRegSettings.h"
 
 namespace tessaron::test {

@@ -91,7 +91,7 @@ TEST_F(RunTest, RelativeSelectionLandsBelowTheTarget) {
     const bool ok = RunBackup();
     fs::current_path(before);
     EXPECT_TRUE(ok);
-    EXPECT_EQ(ReadAll(out / "src" / "a.txt"), "a");
+    EXPECT_EQ(ReadFile(out / "src" / "a.txt"), "a");
     EXPECT_FALSE(fs::exists(root / "outsrc"));
 }
 
@@ -126,7 +126,7 @@ TEST_F(RunTest, AFailedReplacementKeepsTheOlderCopy) {
     engine.CopyFile(source.string(), copy.string(), ok);
     EXPECT_FALSE(ok);
     EXPECT_TRUE(view.ShowsStart("Error During Read - " + source.string() + ", Error: (21) "));
-    EXPECT_EQ(ReadAll(copy), "good old copy");
+    EXPECT_EQ(ReadFile(copy), "good old copy");
     EXPECT_EQ(std::distance(fs::directory_iterator(out), fs::directory_iterator()), 1);
     EXPECT_EQ(engine.Progress().BytesDone, 0);
 }
@@ -158,7 +158,7 @@ TEST_F(RunTest, OneRoundPerBlockForAnyBlockAndFileSize) {
                 }
             };
         }));
-        EXPECT_EQ(ReadAll(Copy(src / "f.bin")), ReadAll(src / "f.bin"));
+        EXPECT_EQ(ReadFile(Copy(src / "f.bin")), ReadFile(src / "f.bin"));
         const size_t blocks = (c.size + c.block - 1) / c.block;
         ASSERT_EQ(seen.size(), 2 * blocks); // copy, then verify
         const std::int64_t unit = c.block >= 65536 ? 65536 : 4096;

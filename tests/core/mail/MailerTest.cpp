@@ -56,9 +56,9 @@ struct Outcome {
 // Sends the standard mail through a server on 127.0.0.1.
 Outcome SendMail(int port, int timeout, const std::string& from = kFrom,
                  const std::string& to = kTo, const std::string& subject = "Backup Complete") {
-    test::TempDir dir;
+    test::TempTree dir;
     clsRegSettings settings;
-    settings.SettingsFile(HKeyCurrentUser, dir.File("settings.ini"));
+    settings.SettingsFile(HKeyCurrentUser, dir.Path("settings.ini"));
     settings.SaveSetting("Settings", "SMTPServer", "127.0.0.1");
     settings.SaveSetting("Settings", "EmailFrom", from);
     Outcome out;
@@ -150,9 +150,9 @@ TEST(Mailer, LineBreakInAnAddressOrSubjectIsRefusedBeforeConnecting) {
 TEST(Mailer, PortComesFromTheSettingsWhenItIsAValidNumber) {
     const std::pair<std::string, int> cases[]{{"", 25},      {"2525", 2525}, {"0", 25},
                                               {"70000", 25}, {"25x", 25},    {"-5", 25}};
-    test::TempDir dir;
+    test::TempTree dir;
     clsRegSettings settings;
-    settings.SettingsFile(HKeyCurrentUser, dir.File("settings.ini"));
+    settings.SettingsFile(HKeyCurrentUser, dir.Path("settings.ini"));
     test::RecordingHost host;
     for (const auto& [stored, expected] : cases) {
         settings.SaveSetting("Settings", "SMTPPort", stored);

@@ -40,14 +40,14 @@ TEST(RegSettings, KeyPathRules) {
 }
 
 TEST(RegSettings, OnlyTheTwoRootsAreAcceptedEachWithItsFile) {
-    test::TempDir dir;
-    test::EnvOverride xdg("XDG_CONFIG_HOME", dir.Path());
+    test::TempTree dir;
+    test::EnvOverride xdg("XDG_CONFIG_HOME", dir.Root());
     clsRegSettings s;
     s.HKey(0x80000003u); // HKEY_USERS
     EXPECT_EQ(s.HKey(), HKeyCurrentUser);
-    EXPECT_EQ(s.SettingsFile(), dir.File("tessaron/settings.ini"));
+    EXPECT_EQ(s.SettingsFile(), dir.Path("tessaron/settings.ini"));
     ASSERT_TRUE(s.SaveSetting("Settings", "SMTPServer", "mx"));
-    EXPECT_EQ(ReadFile(dir.File("tessaron/settings.ini")),
+    EXPECT_EQ(ReadFile(dir.Path("tessaron/settings.ini")),
               "[Software\\VELQO\\Tessaron\\Settings]\nSMTPServer=mx\n");
     s.HKey(HKeyLocalMachine);
     s.HKey(0);
@@ -56,8 +56,8 @@ TEST(RegSettings, OnlyTheTwoRootsAreAcceptedEachWithItsFile) {
 }
 
 TEST(RegSettings, ValuesSurviveIntoAnotherStore) {
-    test::TempDir dir;
-    const std::string file = dir.File("cfg/tessaron/settings.ini"); // folders made on write
+    test::TempTree dir;
+    const std::string file = dir.Path("cfg/tessaron/settings.ini"); // folders made on write
     EXPECT_EQ(StoreAt(file).GetSetting("Settings", "SMTPServer", "fallback"), "fallback");
     EXPECT_TRUE(StoreAt(file).GetAllSettings("Settings").empty());
     const std::pair<std::string, std::string> values[]{{"SMTPServer", "mail.example.org"},
@@ -88,8 +88,8 @@ TEST(RegSettings, ValuesSurviveIntoAnotherStore) {
 }
 
 TEST(RegSettings, DeleteValuesAndKeys) {
-    test::TempDir dir;
-    clsRegSettings s = StoreAt(dir.File("settings.ini"));
+    test::TempTree dir;
+    clsRegSettings s = StoreAt(dir.Path("settings.ini"));
     ASSERT_TRUE(s.SaveSetting("Settings", "A", "1"));
     ASSERT_TRUE(s.SaveSetting("Settings", "*", "d"));
     ASSERT_TRUE(s.SaveSetting("Settings\\Sub", "B", "2"));
@@ -106,9 +106,9 @@ TEST(RegSettings, DeleteValuesAndKeys) {
 }
 
 TEST(RegSettings, UnwritableLocationFailsWithLastError) {
-    test::TempDir dir;
-    std::ofstream(dir.File("plain")) << "x";
-    clsRegSettings s = StoreAt(dir.File("plain/settings.ini"));
+    test::TempTree dir;
+    std::ofstream(dir.Path("plain")) << "x";
+    clsRegSettings s = StoreAt(dir.Path("plain/settings.ini"));
     EXPECT_FALSE(s.SaveSetting("Settings", "A", "1"));
     EXPECT_EQ(s.LastError().rfind("clsRegSettings.SaveSetting() - Error (", 0), 0u);
     EXPECT_EQ(s.GetSetting("Settings", "A", "default"), "default");
@@ -132,8 +132,8 @@ TEST(RegSettings, DamagedFilesNeverCrash) {
     };
     for (const auto& [text, server, from] : cases) {
         SCOPED_TRACE(text.substr(0, 80));
-        test::TempDir dir;
-        const std::string file = dir.File("settings.ini");
+        test::TempTree dir;
+        const std::string file = dir.Path("settings.ini");
         std::ofstream(file, std::ios::binary) << text;
         clsRegSettings s = StoreAt(file);
         EXPECT_EQ(s.GetSetting("Settings", "SMTPServer", "-"), server);

@@ -2,9 +2,9 @@
 // file must take any bytes without crashing, hanging or reading out of bounds (run under
 // AddressSanitizer and UBSan in CI), and a record must survive its own file text.
 
+#include "SelectionScripts.h"
 #include "setfile/clsParser.h"
 #include "setfile/clsSetup.h"
-#include "text/TextTestUtil.h"
 
 #include <gtest/gtest.h>
 
@@ -14,8 +14,8 @@
 namespace tessaron {
 namespace {
 
-using testutil::EntriesOf;
-using testutil::PathGen;
+using test::EntriesOf;
+using test::PathGen;
 
 class Bytes {
 public:

@@ -3,9 +3,9 @@
 // A stale component cache in the set shows up as a difference from the model. Each set
 // must also read back from its own text.
 
+#include "SelectionScripts.h"
 #include "platform/clsPath.h"
 #include "selection/clsSelections.h"
-#include "text/TextTestUtil.h"
 
 #include <gtest/gtest.h>
 
@@ -14,10 +14,10 @@
 namespace tessaron {
 namespace {
 
-using testutil::Entries;
-using testutil::EntriesOf;
-using testutil::Entry;
-using testutil::PathGen;
+using test::Entries;
+using test::EntriesOf;
+using test::Entry;
+using test::PathGen;
 
 // The rules written out plainly, splitting every path on every comparison.
 struct ReferenceSet {

@@ -1,14 +1,14 @@
+#include "SelectionScripts.h"
 #include "selection/clsSelections.h"
-#include "text/TextTestUtil.h"
 
 #include <gtest/gtest.h>
 
 namespace tessaron {
 namespace {
 
-using testutil::Apply;
-using testutil::Entries;
-using testutil::EntriesOf;
+using test::Apply;
+using test::Entries;
+using test::EntriesOf;
 
 struct EditCase {
     const char* name;

@@ -1,5 +1,5 @@
+#include "SelectionScripts.h"
 #include "setfile/clsSetup.h"
-#include "text/TextTestUtil.h"
 
 #include <gtest/gtest.h>
 
@@ -8,9 +8,9 @@
 namespace tessaron {
 namespace {
 
-using testutil::Apply;
-using testutil::Entries;
-using testutil::EntriesOf;
+using test::Apply;
+using test::Entries;
+using test::EntriesOf;
 
 TEST(SetupFormat, WritesTheTenLinesOfStoredFields) {
     clsSetup s(PathStyle::Windows);

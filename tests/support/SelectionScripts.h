@@ -8,7 +8,7 @@
 #include <utility>
 #include <vector>
 
-namespace tessaron::testutil {
+namespace tessaron::test {
 
 using Entry = std::pair<std::string, std::vector<std::string>>;
 using Entries = std::vector<Entry>;
@@ -49,4 +49,4 @@ struct PathGen {
     std::mt19937 rng;
 };
 
-} // namespace tessaron::testutil
+} // namespace tessaron::test

@@ -1,23 +1,51 @@
 #pragma once
-// A temporary folder for one test. It is removed when the test ends, with owner bits
-// restored first so that read-only folders left by a test cannot block the removal.
+// The tests' one temporary folder and file helpers. A TempTree is removed when it goes
+// out of scope, with owner bits restored first so that read-only folders left by a test
+// cannot block the removal.
 
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <random>
+#include <sstream>
 #include <string>
 
 namespace tessaron::test {
 
+namespace fs = std::filesystem;
+
+// Writes data to p, making the missing folders.
+inline void WriteFile(const fs::path& p, const std::string& data) {
+    fs::create_directories(p.parent_path());
+    std::ofstream(p, std::ios::binary) << data;
+}
+
+// The whole content of p ("" when it cannot be read).
+inline std::string ReadFile(const fs::path& p) {
+    std::ostringstream s;
+    s << std::ifstream(p, std::ios::binary).rdbuf();
+    return s.str();
+}
+
+// n pseudo-random bytes, the same for the same seed.
+inline std::string Bytes(std::size_t n, unsigned seed = 1) {
+    std::mt19937 gen(seed);
+    std::string s(n, '\0');
+    for (auto& c : s) {
+        c = static_cast<char>(gen());
+    }
+    return s;
+}
+
 class TempTree {
 public:
-    explicit TempTree(const std::string& base = "/tmp") : m_root(base + "/tessaron-test-XXXXXX") {
+    explicit TempTree(const std::string& base = fs::temp_directory_path().string())
+        : m_root(base + "/tessaron-test-XXXXXX") {
         if (::mkdtemp(m_root.data()) == nullptr) {
             m_root.clear();
         }
     }
     ~TempTree() {
-        namespace fs = std::filesystem;
         std::error_code ec;
         fs::permissions(m_root, fs::perms::owner_all, fs::perm_options::add, ec);
         for (fs::recursive_directory_iterator it(m_root, ec), end; it != end; it.increment(ec)) {
@@ -36,18 +64,14 @@ public:
 
     // Writes a file, making its folders, and returns its full path.
     std::string Write(const std::string& rel, const std::string& content = "") const {
-        std::filesystem::create_directories(std::filesystem::path(Path(rel)).parent_path());
-        std::ofstream(Path(rel), std::ios::binary) << content;
+        WriteFile(Path(rel), content);
         return Path(rel);
     }
     std::string MakeDir(const std::string& rel) const {
-        std::filesystem::create_directories(Path(rel));
+        fs::create_directories(Path(rel));
         return Path(rel);
     }
-    std::string Read(const std::string& rel) const {
-        std::ifstream in(Path(rel), std::ios::binary);
-        return std::string(std::istreambuf_iterator<char>(in), {});
-    }
+    std::string Read(const std::string& rel) const { return ReadFile(Path(rel)); }
 
 private:
     std::string m_root;

@@ -2,6 +2,7 @@
 // A view that records what the run shows, and a temporary tree with a source, a target
 // and a log folder.
 
+#include "TempTree.h"
 #include "engine/BackupEngine.h"
 #include "setfile/clsSetup.h"
 
@@ -18,8 +19,6 @@
 #include <vector>
 
 namespace tessaron::test {
-
-namespace fs = std::filesystem;
 
 // Answers every question with No / Cancel / OK, as nobody at the keyboard would.
 class ScriptedView : public IBackupView {
@@ -63,36 +62,15 @@ private:
     int bars[2] = {0, 0};
 };
 
-inline std::string ReadAll(const fs::path& p) {
-    std::ostringstream s;
-    s << std::ifstream(p, std::ios::binary).rdbuf();
-    return s.str();
-}
-
-inline void WriteFile(const fs::path& p, const std::string& data) {
-    fs::create_directories(p.parent_path());
-    std::ofstream(p, std::ios::binary) << data;
-}
-
-inline std::string Bytes(size_t n, unsigned seed = 1) {
-    std::mt19937 gen(seed);
-    std::string s(n, '\0');
-    for (auto& c : s) {
-        c = static_cast<char>(gen());
-    }
-    return s;
-}
-
 // A fresh tree per test: root/src (the selection), root/out (the target), root/log.
 class EngineTest : public ::testing::Test {
 protected:
-    fs::path root, src, out, logs;
+    TempTree tree;
+    fs::path root{tree.Root()}, src, out, logs;
     ScriptedView view;
     clsSetup setup{PathStyle::Posix};
 
     void SetUp() override {
-        std::string t = (fs::temp_directory_path() / "tessaron_engine_XXXXXX").string();
-        root = mkdtemp(t.data());
         src = root / "src";
         out = root / "out";
         logs = root / "log";
@@ -102,10 +80,6 @@ protected:
         setup.BackupType = "FULL";
         setup.Quiet = true;
         setup.Sel.AddSelection(src.string());
-    }
-    void TearDown() override {
-        std::error_code ec;
-        fs::remove_all(root, ec);
     }
 
     // Runs the set with a new engine; returns Run's result.

@@ -2,6 +2,8 @@
 // Helpers of the system tests: temporary trees, backup set files, and running the built
 // tessaron program with a time limit while its output is collected.
 
+#include "TempTree.h"
+
 #include <gtest/gtest.h>
 
 #include <chrono>
@@ -19,34 +21,7 @@
 #include <unistd.h>
 #include <vector>
 
-namespace tessaron::systest {
-
-namespace fs = std::filesystem;
-
-struct TempDir {
-    fs::path root = [] {
-        std::string t = (fs::temp_directory_path() / "tessaron-sys-XXXXXX").string();
-        return fs::path(mkdtemp(t.data()));
-    }();
-    TempDir() = default;
-    TempDir(const TempDir&) = delete;
-    TempDir& operator=(const TempDir&) = delete;
-    ~TempDir() {
-        std::error_code ec;
-        fs::remove_all(root, ec);
-    }
-};
-
-inline void WriteFile(const fs::path& p, const std::string& content) {
-    fs::create_directories(p.parent_path());
-    std::ofstream(p, std::ios::binary) << content;
-}
-
-inline std::string ReadFile(const fs::path& p) {
-    std::ostringstream s;
-    s << std::ifstream(p, std::ios::binary).rdbuf();
-    return s.str();
-}
+namespace tessaron::test {
 
 // Content of a given size that differs from file to file.
 inline std::string Pattern(std::size_t size, char seed) {
@@ -157,7 +132,8 @@ inline RunResult RunTessaron(const std::vector<std::string>& args, const fs::pat
 }
 
 // A source and a target folder in a temporary tree, and runs of the program on them.
-struct Sandbox : TempDir {
+struct Sandbox : TempTree {
+    fs::path root{Root()};
     fs::path src = root / "src", dst = root / "dst", setFile = root / "test.set", lastLogDir;
     int runs = 0;
 
@@ -194,4 +170,4 @@ struct Sandbox : TempDir {
 };
 #endif
 
-} // namespace tessaron::systest
+} // namespace tessaron::test

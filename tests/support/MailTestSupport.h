@@ -2,6 +2,7 @@
 // Helpers shared by the mail tests: a temporary folder, an environment override, a UTC
 // moment and a host that records the mailer's log lines.
 
+#include "TempTree.h"
 #include "mail/IMailHost.h"
 
 #include <chrono>
@@ -13,23 +14,6 @@
 #include <vector>
 
 namespace tessaron::test {
-
-class TempDir {
-public:
-    TempDir() {
-        std::string templ = std::filesystem::temp_directory_path() / "tessaron-mail-XXXXXX";
-        path_ = mkdtemp(templ.data()) != nullptr ? templ : "";
-    }
-    ~TempDir() {
-        std::error_code ec;
-        std::filesystem::remove_all(path_, ec);
-    }
-    const std::string& Path() const { return path_; }
-    std::string File(const std::string& name) const { return path_ + "/" + name; }
-
-private:
-    std::string path_;
-};
 
 // Sets an environment variable (and reloads the zone) for the object's life.
 class EnvOverride {
