@@ -1,0 +1,304 @@
+// The run window over real runs on temporary trees: what the user sees through the
+// phases, Cancel, the close box, Close, the hidden main window and the questions.
+#include "frmBackup.h"
+#include "LogListModel.h"
+#include "MessageBoxes.h"
+#include "TempTree.h"
+
+#include "setfile/clsSetup.h"
+
+#include <QCoreApplication>
+#include <QGroupBox>
+#include <QLabel>
+#include <QListView>
+#include <QProgressBar>
+#include <QPushButton>
+#include <QScrollBar>
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <vector>
+
+namespace tessaron::gui {
+namespace {
+
+using test::TempTree;
+
+// The run window with a hook at every yield of the run, and the captions it showed.
+class ProbedWindow : public frmBackup {
+public:
+    using frmBackup::frmBackup;
+    std::function<void()> onYield;
+    std::vector<QString> captions;
+    bool copying = false; // the copy phase has begun
+
+    void AddLine(const std::string& line) override {
+        copying = copying || line.find("Copying Files To: ") != std::string::npos;
+        frmBackup::AddLine(line);
+    }
+
+    void Yield() override {
+        if (onYield) {
+            onYield();
+        }
+        frmBackup::Yield();
+    }
+    void SetText(ViewText which, const std::string& text) override {
+        if (which == ViewText::WindowCaption) {
+            captions.push_back(QString::fromStdString(text));
+        }
+        frmBackup::SetText(which, text);
+    }
+};
+
+struct Box {
+    QString title, text;
+    MsgButtons buttons;
+};
+
+class RunWindowTest : public ::testing::Test {
+protected:
+    TempTree tree;
+    clsSetup setup{PathStyle::Posix};
+    QWidget mainWindow;
+    ProbedWindow* window = new ProbedWindow(&mainWindow);
+    std::vector<Box> boxes;
+    MsgAnswer answer = MsgAnswer::No;
+    MessageBoxHandler previous;
+
+    void SetUp() override {
+        for (int i = 0; i < 4; ++i) {
+            tree.Write("src/f" + std::to_string(i) + ".txt", std::string(1000 + i, 'x'));
+        }
+        tree.MakeDir("dst");
+        setup.Target = tree.Path("dst");
+        setup.BackupType = "FULL";
+        setup.Sel.AddSelection(tree.Path("src"));
+        window->Setup(setup);
+        window->LogDir(tree.Path("logs"));
+        mainWindow.show();
+        previous = SetMessageBoxHandler(
+            [this](QWidget*, const QString& title, const QString& text, MsgButtons buttons) {
+                boxes.push_back({title, text, buttons});
+                return answer;
+            });
+    }
+    void TearDown() override { SetMessageBoxHandler(std::move(previous)); }
+
+    template <typename T> T* Find(const char* name) const {
+        return window->findChild<T*>(QString::fromLatin1(name));
+    }
+    QString Text(const char* label) const { return Find<QLabel>(label)->text(); }
+    QString Title(const char* frame) const { return Find<QGroupBox>(frame)->title(); }
+
+    // The log list's lines without their time stamps.
+    std::vector<QString> Lines() const {
+        std::vector<QString> lines;
+        auto* model = Find<QListView>("lstLog")->model();
+        for (int row = 0; row < model->rowCount(); ++row) {
+            const QString line = model->index(row, 0).data().toString();
+            lines.push_back(line.mid(line.indexOf(" - ") + 3));
+        }
+        return lines;
+    }
+    bool Shows(const QString& start) const {
+        for (const QString& line : Lines()) {
+            if (line.startsWith(start)) {
+                return true;
+            }
+        }
+        return false;
+    }
+    // Calls action once, at the first yield of the copy phase.
+    void DuringCopy(std::function<void()> action) {
+        window->onYield = [this, action, done = false]() mutable {
+            if (!done && window->copying) {
+                done = true;
+                action();
+            }
+        };
+    }
+    // The close box of the window's title bar.
+    void CloseBox() { window->close(); }
+};
+
+struct Ending {
+    const char* name;
+    bool verify;
+    QString filesCaption, bytesCaption, frameSuffix;
+    bool closeBox; // closed with the title bar's close box instead of the button
+};
+
+class RunWindowEnd : public RunWindowTest, public ::testing::WithParamInterface<Ending> {};
+
+// A finished run shows its result and summary, keeps the window with "Close" and the main
+// window hidden; closing it (button or close box, no question) brings the main window back.
+TEST_P(RunWindowEnd, ShowsTheResultAndClosesFreely) {
+    const Ending& e = GetParam();
+    setup.Verify = e.verify;
+    bool hiddenDuringRun = false;
+    window->onYield = [&] { hiddenDuringRun = !mainWindow.isVisible() && window->isVisible(); };
+
+    EXPECT_TRUE(window->Run(&mainWindow, false));
+
+    EXPECT_TRUE(hiddenDuringRun);
+    EXPECT_EQ(Text("lblResult"), "Backup Complete");
+    EXPECT_EQ(Find<QPushButton>("cmdCancel")->text(), "Close");
+    EXPECT_EQ(Text("lblFilesTrans"), e.filesCaption);
+    EXPECT_EQ(Text("lblBytesTrans"), e.bytesCaption);
+    EXPECT_EQ(Title("fraCurrent"), "Current File" + e.frameSuffix);
+    EXPECT_EQ(Title("fraOverall"), "Overall Progress" + e.frameSuffix);
+    EXPECT_EQ(Text("lblFiles"), "4");
+    EXPECT_EQ(Text("lblBytes"), "4,006");
+    EXPECT_EQ(Text("lblFilesTransfered"), "4");
+    EXPECT_EQ(Find<QProgressBar>("pbOverAll")->value(), 100);
+    EXPECT_EQ(window->windowTitle(), "Backup Progress - 100% Complete");
+    const bool verifyCaption =
+        std::count(window->captions.begin(), window->captions.end(), "Backup Progress (Verifying)");
+    EXPECT_EQ(verifyCaption, e.verify);
+    EXPECT_EQ(Shows("Verify Complete"), e.verify);
+    EXPECT_EQ(Lines().back(), "Backup Complete");
+    auto* list = Find<QListView>("lstLog");
+    EXPECT_EQ(list->currentIndex().row(), list->model()->rowCount() - 1);
+    EXPECT_TRUE(window->isVisible());
+    EXPECT_FALSE(mainWindow.isVisible());
+
+    if (e.closeBox) {
+        CloseBox();
+    } else {
+        Find<QPushButton>("cmdCancel")->click();
+    }
+    EXPECT_TRUE(boxes.empty());
+    EXPECT_TRUE(mainWindow.isVisible());
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    RunWindow, RunWindowEnd,
+    ::testing::Values(Ending{"CopyOnlyClosedByButton", false, "Files Transferred",
+                             "Bytes Transferred", "", false},
+                      Ending{"VerifiedClosedByCloseBox", true, "Files Verified", "Bytes Read",
+                             " (Verifying)", true}),
+    [](const auto& p) { return std::string(p.param.name); });
+
+// Cancel during the copy ends the run as cancelled, still with the copy's summary lines,
+// and skips verification.
+TEST_F(RunWindowTest, CancelDuringCopyKeepsTheSummary) {
+    setup.Verify = true;
+    DuringCopy([&] { Find<QPushButton>("cmdCancel")->click(); });
+
+    EXPECT_FALSE(window->Run(&mainWindow, false));
+
+    EXPECT_TRUE(window->Cancelled());
+    EXPECT_EQ(Text("lblResult"), "Backup Cancelled");
+    EXPECT_TRUE(Shows("Copy Complete"));
+    EXPECT_TRUE(Shows("Elapsed Time: "));
+    EXPECT_FALSE(Shows("Verifying Files..."));
+    EXPECT_EQ(Lines().back(), "Backup Cancelled");
+    EXPECT_TRUE(window->isVisible());
+}
+
+struct CloseAnswer {
+    const char* name;
+    MsgAnswer answer;
+    QString result;
+    bool windowStays; // unloadOnExit is false: only a confirmed close closes the window
+};
+
+class RunWindowCloseBox : public RunWindowTest,
+                          public ::testing::WithParamInterface<CloseAnswer> {};
+
+// The close box during a run asks; No lets the run finish, Yes cancels it and the window
+// closes itself when the run has stopped, showing the main window again.
+TEST_P(RunWindowCloseBox, AsksBeforeCancelling) {
+    const CloseAnswer& c = GetParam();
+    answer = c.answer;
+    DuringCopy([&] { CloseBox(); });
+
+    window->Run(&mainWindow, false);
+
+    ASSERT_EQ(boxes.size(), 1u);
+    EXPECT_EQ(boxes[0].title, "Cancel Operation");
+    EXPECT_EQ(boxes[0].text, "Do you want to cancel this operation?");
+    EXPECT_EQ(boxes[0].buttons, MsgButtons::YesNo);
+    EXPECT_EQ(Text("lblResult"), c.result);
+    EXPECT_EQ(window->isVisible(), c.windowStays);
+    EXPECT_EQ(mainWindow.isVisible(), !c.windowStays);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    RunWindow, RunWindowCloseBox,
+    ::testing::Values(CloseAnswer{"NoGoesOn", MsgAnswer::No, "Backup Complete", true},
+                      CloseAnswer{"YesCancels", MsgAnswer::Yes, "Backup Cancelled", false}),
+    [](const auto& p) { return std::string(p.param.name); });
+
+// A run started to unload on exit closes its window and shows the main window again.
+TEST_F(RunWindowTest, UnloadOnExitShowsTheMainWindowAgain) {
+    EXPECT_TRUE(window->Run(&mainWindow, true));
+    EXPECT_FALSE(window->isVisible());
+    EXPECT_TRUE(mainWindow.isVisible());
+}
+
+struct ClearAnswer {
+    const char* name;
+    MsgAnswer answer;
+    QString result;
+    bool oldFileKept;
+};
+
+class RunWindowClearTarget : public RunWindowTest,
+                             public ::testing::WithParamInterface<ClearAnswer> {};
+
+// The run's questions are message boxes with their titles, texts and buttons; the answer
+// decides the run.
+TEST_P(RunWindowClearTarget, AnswerDecides) {
+    const ClearAnswer& c = GetParam();
+    answer = c.answer;
+    setup.CleanTarget = true;
+    tree.Write("dst/old.txt", "old");
+
+    window->Run(&mainWindow, false);
+
+    ASSERT_EQ(boxes.size(), 1u);
+    EXPECT_EQ(boxes[0].title, "Clear Target");
+    EXPECT_EQ(boxes[0].text, "Warning - All Files and Directories will be removed from \n" +
+                                 QString::fromStdString(setup.Target) +
+                                 "\nDo You Want To Continue?");
+    EXPECT_EQ(boxes[0].buttons, MsgButtons::YesNo);
+    EXPECT_EQ(Text("lblResult"), c.result);
+    EXPECT_EQ(std::filesystem::exists(tree.Path("dst/old.txt")), c.oldFileKept);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    RunWindow, RunWindowClearTarget,
+    ::testing::Values(ClearAnswer{"YesClears", MsgAnswer::Yes, "Backup Complete", false},
+                      ClearAnswer{"NoCancels", MsgAnswer::No, "Backup Cancelled", true}),
+    [](const auto& p) { return std::string(p.param.name); });
+
+// The log list: appended text extends the last line, widening the list's scroll range when
+// it makes the line the widest, and the newest line is selected.
+TEST(RunWindowLog, AppendsWidensAndSelects) {
+    frmBackup window;
+    window.show();
+    auto* list = window.findChild<QListView*>("lstLog");
+    auto shown = [&] {
+        window.Finished(false); // shows the pending lines
+        QCoreApplication::processEvents();
+    };
+    window.AddLine("first");
+    window.AddLine("Clearing /media/usb/Backup...");
+    shown();
+    EXPECT_EQ(list->horizontalScrollBar()->maximum(), 0);
+
+    window.AppendToLastLine("Done" + std::string(300, 'w'));
+    shown();
+    EXPECT_TRUE(list->model()->index(1, 0).data().toString().startsWith(
+        "Clearing /media/usb/Backup...Donew"));
+    EXPECT_GT(list->horizontalScrollBar()->maximum(), 0);
+
+    window.AddLine("last");
+    shown();
+    EXPECT_EQ(list->currentIndex().row(), 2);
+}
+
+} // namespace
+} // namespace tessaron::gui
