@@ -1,11 +1,12 @@
-// tessaron: reads the command line, loads the backup set it names and runs it in the
-// console. Exit status of a /RUN: 0 "Backup Complete", 1 "Error During Backup",
-// 2 "Backup Cancelled", 3 nothing was run.
+// tessaron: reads the command line, loads the backup set it names and runs it, in the run
+// window when a display can show it, else in the console. Exit status of a /RUN: 0 "Backup
+// Complete", 1 "Error During Backup", 2 "Backup Cancelled", 3 nothing was run.
 
 #include "CommandLine.h"
 #include "ConsoleView.h"
 #include "SetupFile.h"
 #include "Terminal.h"
+#include "WindowFrontEnd.h"
 
 #include "engine/BackupEngine.h"
 #include "setfile/clsSetup.h"
@@ -28,13 +29,14 @@ const char* const kUsage =
     "Usage: tessaron [/RUN file.set | /LOAD file.set] [/QUIET] [/LOGPATH dir]\n"
     "                [/BLOCKSIZE n] [/CONSOLE]\n"
     "\n"
-    "  /RUN file.set   load the backup set, run it in the console and exit\n"
+    "  /RUN file.set   load the backup set, run it and exit (in the run window\n"
+    "                  when a display is there, else in the console)\n"
     "  /LOAD file.set  load the backup set, check it and print its summary\n"
     "  /QUIET          ask no questions during the run (a target that is a whole\n"
     "                  drive is still confirmed before it is cleared)\n"
     "  /LOGPATH dir    kept with the set; the run log always goes to the log folder\n"
     "  /BLOCKSIZE n    bytes per read and write block, 1 to 16777216 (default 128000)\n"
-    "  /CONSOLE        run in the console\n"
+    "  /CONSOLE        run in the console even when a window could be shown\n"
     "  /?, -h, --help  show this text\n"
     "\n"
     "Switches may be written in any case and come in any order; the last /RUN or\n"
@@ -86,8 +88,10 @@ int main(int argc, char** argv) {
     CommandLine cl = ReadCommandLine(text, setup, [&setup](const std::string& file) {
         return LoadSetup(file, setup, std::cerr);
     });
-    // There is no window front end in this build: every run happens in the console.
     if (cl.Action == "/RUN") {
+        if (!cl.Console && CanShowWindow()) {
+            return RunInWindow(argc, argv, setup);
+        }
         return RunBackup(setup);
     }
     if (cl.Action == "/LOAD") {

@@ -1,0 +1,8 @@
+#!/usr/bin/env bash
+# Renders the program's scalable icon (packaging/linux/tessaron.svg) into the PNG that the
+# windows carry as their icon (src/gui/icons/tessaron.png). Run after changing the SVG;
+# needs rsvg-convert (Debian: librsvg2-bin).
+set -euo pipefail
+cd "$(dirname "$0")/.."
+rsvg-convert -w 256 -h 256 packaging/linux/tessaron.svg -o src/gui/icons/tessaron.png
+echo "src/gui/icons/tessaron.png"

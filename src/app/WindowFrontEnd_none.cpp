@@ -1,0 +1,13 @@
+#include "WindowFrontEnd.h"
+
+namespace tessaron {
+
+bool CanShowWindow() {
+    return false;
+}
+
+int RunInWindow(int&, char**, clsSetup&) {
+    return 3;
+}
+
+} // namespace tessaron
