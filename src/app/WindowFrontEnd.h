@@ -11,7 +11,8 @@ bool CanShowWindow();
 
 // Runs the loaded set in the run window alone (no main window) and returns the exit
 // status of /RUN: 0 "Backup Complete", 1 "Error During Backup", 2 "Backup Cancelled".
-// Ctrl+C and SIGTERM cancel the run like its Cancel button. argc and argv are the
+// Ctrl+C and SIGTERM cancel the run like its Cancel button (an open question is
+// answered No or Cancel first). argc and argv are the
 // program's own; they must outlive the call.
 int RunInWindow(int& argc, char** argv, clsSetup& setup);
 

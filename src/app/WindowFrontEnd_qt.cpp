@@ -25,6 +25,10 @@ int RunInWindow(int& argc, char** argv, clsSetup& setup) {
             return;
         }
         interrupts.stop();
+        // An open question is answered the way its close box answers (No, Cancel, OK).
+        if (QWidget* question = QApplication::activeModalWidget()) {
+            question->close();
+        }
         for (QWidget* window : QApplication::topLevelWidgets()) {
             if (auto* run = qobject_cast<gui::frmBackup*>(window)) {
                 run->CancelRun();

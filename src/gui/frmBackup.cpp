@@ -153,7 +153,7 @@ QLabel* frmBackup::ValueLabel(const char* name) {
     auto* label = new QLabel(this);
     label->setObjectName(name);
     label->setAlignment(Qt::AlignRight | Qt::AlignVCenter);
-    label->setMinimumWidth(fontMetrics().horizontalAdvance(QStringLiteral("999,999,999,999,999")));
+    label->setMinimumWidth(fontMetrics().horizontalAdvance(QStringLiteral("999,999,999,999")));
     return label;
 }
 
@@ -188,17 +188,18 @@ QWidget* frmBackup::BuildOverallFrame() {
         ViewText value;
         const char* name;
     };
+    // Two pairs of caption and value, the values right-aligned to a common edge.
     const Cell cells[] = {
         {0, 0, caption("lblFilesCaption", "Total Files"), ViewText::Files, "lblFiles"},
         {1, 0, caption("lblBytesCaption", "Total Bytes"), ViewText::Bytes, "lblBytes"},
         {2, 0, caption("lblElapsedCaption", "Elapsed Time"), ViewText::Elapsed, "lblElapsed"},
-        {0, 2, caption("lblFilesTrans", "Files Transferred"), ViewText::FilesTransferred,
+        {0, 3, caption("lblFilesTrans", "Files Transferred"), ViewText::FilesTransferred,
          "lblFilesTransfered"},
-        {1, 2, caption("lblBytesTrans", "Bytes Transferred"), ViewText::BytesTransferred,
+        {1, 3, caption("lblBytesTrans", "Bytes Transferred"), ViewText::BytesTransferred,
          "lblBytesTransfered"},
-        {2, 2, caption("lblRateCaption", "Bytes/Second"), ViewText::BytesPerSecond,
+        {2, 3, caption("lblRateCaption", "Bytes/Second"), ViewText::BytesPerSecond,
          "lblBytesPerSecond"},
-        {3, 2, caption("lblRemainingCaption", "Time Remaining"), ViewText::Remaining,
+        {3, 3, caption("lblRemainingCaption", "Time Remaining"), ViewText::Remaining,
          "lblRemaining"},
     };
     for (const Cell& c : cells) {
@@ -208,12 +209,13 @@ QWidget* frmBackup::BuildOverallFrame() {
     }
     m_labels[Slot(ViewText::FilesTransCaption)] = cells[3].caption;
     m_labels[Slot(ViewText::BytesTransCaption)] = cells[4].caption;
+    grid->setColumnStretch(2, 1);
     grid->setColumnMinimumWidth(2, fontMetrics().horizontalAdvance(QStringLiteral("MMMM")));
     m_pbOverAll = new QProgressBar(this);
     m_pbOverAll->setObjectName("pbOverAll");
     m_pbOverAll->setRange(0, 100);
     m_pbOverAll->setValue(0);
-    grid->addWidget(m_pbOverAll, 4, 0, 1, 4);
+    grid->addWidget(m_pbOverAll, 4, 0, 1, 5);
     return m_fraOverall;
 }
 
