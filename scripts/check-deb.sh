@@ -1,0 +1,42 @@
+#!/usr/bin/env bash
+# Checks a built Debian package: unpacks it with dpkg -x into a fresh folder, checks that
+# every file of the installation is there, that the desktop entries are valid, that the
+# Qt libraries are among its dependencies, and that the unpacked program runs.
+#   scripts/check-deb.sh [path/to/tessaron_*.deb]
+set -euo pipefail
+cd "$(dirname "$0")/.."
+deb=${1:-$(ls -t build/tessaron_*.deb 2>/dev/null | head -1)}
+[[ -n $deb && -f $deb ]] || { echo "no package: run make deb first"; exit 1; }
+root=$(mktemp -d)
+trap 'rm -rf "$root"' EXIT
+dpkg -x "$deb" "$root"
+
+expected=(
+    usr/bin/tessaron
+    usr/share/doc/tessaron/manual/index.html
+    usr/share/doc/tessaron/manual/images/run-in-progress.png
+    usr/share/man/man1/tessaron.1
+    usr/share/applications/tessaron.desktop
+    usr/share/applications/tessaron-set.desktop
+    usr/share/icons/hicolor/scalable/apps/tessaron.svg
+    usr/share/mime/packages/tessaron-set.xml
+)
+status=0
+for f in "${expected[@]}"; do
+    if [[ ! -f $root/$f ]]; then
+        echo "missing: /$f"
+        status=1
+    fi
+done
+desktop-file-validate "$root"/usr/share/applications/*.desktop || status=1
+grep -q 'Exec=tessaron /LOAD %f' "$root/usr/share/applications/tessaron-set.desktop" || {
+    echo "the set file entry does not open sets with /LOAD"
+    status=1
+}
+depends=$(dpkg-deb -f "$deb" Depends)
+grep -q 'libqt6widgets6' <<<"$depends" || { echo "Depends lacks Qt: $depends"; status=1; }
+"$root/usr/bin/tessaron" /? | grep -q '/RUN file.set' || { echo "the program does not run"; status=1; }
+if ((status == 0)); then
+    echo "$deb: all files there, Depends: $depends"
+fi
+exit $status
