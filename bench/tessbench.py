@@ -43,6 +43,7 @@ FULL_SIZES = Sizes(8, 256 * MiB, 20000, 200, 4 * KiB, (20000, 80000), 5)
 QUICK_SIZES = Sizes(2, MiB + 123, 200, 10, 4 * KiB, (200, 800), 1)
 
 # "well below rsync -a" for many small files
+WINDOW_VS_CONSOLE = 1.1  # the run window may cost at most a tenth more
 SMALL_VS_RSYNC = 0.75
 MEMORY_GROWTH = 0.10
 
@@ -541,6 +542,13 @@ def console_env() -> dict:
     return env
 
 
+def window_env() -> dict:
+    """A window run without a screen: the run window on Qt's offscreen platform."""
+    env = console_env()
+    env["QT_QPA_PLATFORM"] = "offscreen"
+    return env
+
+
 def log_folders(exe: Path) -> list[Path]:
     """Where a run writes its log file: beside the executable, else the user's state folder."""
     state = os.environ.get("XDG_STATE_HOME") or str(Path.home() / ".local" / "state")
@@ -618,6 +626,19 @@ class Bench:
                       self.peer(key, "rsync", src)]
         discard = self.trash.discard if small else remove_tree
         return Case(key, title, [c for c in contenders if c], targets, discard=discard)
+
+    def window_case(self, key: str, title: str, src: Path) -> Optional[Case]:
+        """The same FULL set run in the run window (offscreen) and in the console."""
+        window = self.tessaron(key, src, "Tessaron, window")
+        console = self.tessaron(key + "-console", src, "Tessaron, console")
+        if window is None or console is None:
+            return None
+        window.steps = [[a for a in window.steps[0] if a.upper() != "/CONSOLE"]]
+        window.env = window_env()
+        return Case(key, title, [window, console],
+                    [Target(console.name, WINDOW_VS_CONSOLE,
+                            f"<= {WINDOW_VS_CONSOLE} x console")],
+                    discard=self.trash.discard)
 
     def verify_case(self, key: str, title: str, src: Path, small: bool) -> Case:
         contenders = [self.tessaron(key, src, "Tessaron, verify", verify=True),
