@@ -4,9 +4,9 @@
 
 #include "CommandLine.h"
 #include "ConsoleView.h"
+#include "RunWindowFrontEnd.h"
 #include "SetupFile.h"
 #include "Terminal.h"
-#include "WindowFrontEnd.h"
 
 #include "engine/BackupEngine.h"
 #include "setfile/clsSetup.h"

@@ -245,7 +245,8 @@ bool frmBackup::Run(QWidget* parent, bool unloadOnExit) {
         setParent(parent, windowFlags());
     }
     m_parent = parent;
-    if (m_parent != nullptr) {
+    m_parentWasVisible = parent != nullptr && parent->isVisible();
+    if (m_parentWasVisible) {
         m_parent->hide();
     }
     m_log->Clear();
@@ -429,8 +430,10 @@ void frmBackup::Unload() {
     m_unloading = false;
 }
 
+// Only a parent that this window hid is shown again: a main window that was never shown
+// (a run from the command line) stays out of sight.
 void frmBackup::ShowParent() {
-    if (m_parent != nullptr) {
+    if (m_parentWasVisible) {
         m_parent->show();
     }
 }

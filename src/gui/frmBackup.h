@@ -14,7 +14,7 @@
 // run has stopped; No lets the run go on. The end of the user's session during a run
 // cancels it the same way without asking. Once the run is finished the window closes
 // freely. The parent (the main window) is hidden while the run window is up and shown
-// again when it closes.
+// again when it closes; a parent that was not visible when the run started stays hidden.
 
 #include "engine/IBackupView.h"
 
@@ -109,6 +109,7 @@ private:
     std::unique_ptr<BackupEngine> m_engine;
     clsSetup* m_setup = nullptr;
     QWidget* m_parent = nullptr;
+    bool m_parentWasVisible = false;
     bool m_running = false;
     bool m_unloadOnExit = false;
     bool m_unloading = false;      // the window closes itself: no question

@@ -231,11 +231,16 @@ INSTANTIATE_TEST_SUITE_P(
                       CloseAnswer{"YesCancels", MsgAnswer::Yes, "Backup Cancelled", false}),
     [](const auto& p) { return std::string(p.param.name); });
 
-// A run started to unload on exit closes its window and shows the main window again.
+// A run started to unload on exit closes its window and shows the main window again, unless
+// the main window was never shown (a run from the command line).
 TEST_F(RunWindowTest, UnloadOnExitShowsTheMainWindowAgain) {
     EXPECT_TRUE(window->Run(&mainWindow, true));
     EXPECT_FALSE(window->isVisible());
     EXPECT_TRUE(mainWindow.isVisible());
+
+    mainWindow.hide();
+    EXPECT_TRUE(window->Run(&mainWindow, true));
+    EXPECT_FALSE(mainWindow.isVisible());
 }
 
 struct ClearAnswer {

@@ -1,6 +1,7 @@
 #pragma once
-// The window front end as main() sees it. A build without Qt has the same functions: it
-// can never show a window, and every run stays in the console.
+// The run window as main() sees it: /RUN with a display shows only the run window. A
+// build without Qt has the same functions: it can never show a window, and every run stays
+// in the console.
 
 namespace tessaron {
 

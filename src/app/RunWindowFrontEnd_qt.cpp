@@ -1,4 +1,4 @@
-#include "WindowFrontEnd.h"
+#include "RunWindowFrontEnd.h"
 
 #include "Display.h"
 #include "Terminal.h"

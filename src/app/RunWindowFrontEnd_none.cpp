@@ -1,4 +1,4 @@
-#include "WindowFrontEnd.h"
+#include "RunWindowFrontEnd.h"
 
 namespace tessaron {
 
