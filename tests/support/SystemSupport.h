@@ -99,6 +99,10 @@ inline RunResult RunTessaron(const std::vector<std::string>& args, const fs::pat
     pid_t pid = fork();
     if (pid == 0) {
         setenv("TESSARON_LOG_DIR", logDir.c_str(), 1);
+        // A console run, even when the tests themselves run on a desktop.
+        unsetenv("DISPLAY");
+        unsetenv("WAYLAND_DISPLAY");
+        unsetenv("QT_QPA_PLATFORM");
         dup2(open("/dev/null", O_RDONLY), STDIN_FILENO);
         dup2(out[1], STDOUT_FILENO);
         dup2(open(errFile.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600), STDERR_FILENO);
