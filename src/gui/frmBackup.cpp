@@ -65,8 +65,10 @@ protected:
 } // namespace
 
 // Every row of the log list has the height of one line and the width of the widest line
-// so far, so that the horizontal scroll bar reaches the end of every line while the view
-// asks for one size only (uniform item sizes).
+// shown so far, so that the horizontal scroll bar reaches the end of every line while the
+// view asks for one size only (uniform item sizes). A line is measured when it is painted:
+// measuring every line as it arrives would cost more than the copy of a small file, and a
+// line the user never saw need not widen the range.
 class LogWidthDelegate : public QStyledItemDelegate {
 public:
     using QStyledItemDelegate::QStyledItemDelegate;
@@ -75,19 +77,19 @@ public:
         s.setWidth(m_widest + 2 * option.fontMetrics.averageCharWidth());
         return s;
     }
-    // True when width is wider than every line before.
-    bool Widen(int width) {
-        if (width <= m_widest) {
-            return false;
+    void paint(QPainter* painter, const QStyleOptionViewItem& option,
+               const QModelIndex& index) const override {
+        const int width = option.fontMetrics.horizontalAdvance(index.data().toString());
+        if (width > m_widest) {
+            m_widest = width;
+            emit const_cast<LogWidthDelegate*>(this)->sizeHintChanged(index);
         }
-        m_widest = width;
-        return true;
+        QStyledItemDelegate::paint(painter, option, index);
     }
     void Reset() { m_widest = 0; }
-    void Changed(const QModelIndex& index) { emit sizeHintChanged(index); }
 
 private:
-    int m_widest = 0;
+    mutable int m_widest = 0;
 };
 
 frmBackup::frmBackup(QWidget* parent)
@@ -294,10 +296,6 @@ void frmBackup::AddLine(const std::string& line) {
 
 void frmBackup::AppendToLastLine(const std::string& text) {
     m_log->AppendToLastLine(QString::fromStdString(text));
-    const int last = m_log->rowCount() - 1;
-    if (last >= 0 && last == m_log->LineCount() - 1) {
-        FitLogWidth(last);
-    }
 }
 
 void frmBackup::SetText(ViewText which, const std::string& text) {
@@ -363,20 +361,7 @@ void frmBackup::FlushLog() {
     if (first < 0) {
         return;
     }
-    FitLogWidth(first);
     m_lstLog->setCurrentIndex(m_log->index(m_log->rowCount() - 1));
-}
-
-// Widens the list's scroll extent when a row from firstRow on is wider than any before.
-void frmBackup::FitLogWidth(int firstRow) {
-    const QFontMetrics metrics = m_lstLog->fontMetrics();
-    bool wider = false;
-    for (int row = firstRow; row < m_log->rowCount(); ++row) {
-        wider = m_logWidth->Widen(metrics.horizontalAdvance(m_log->Line(row))) || wider;
-    }
-    if (wider) {
-        m_logWidth->Changed(m_log->index(0));
-    }
 }
 
 // --- Closing ---------------------------------------------------------------------------------

@@ -104,7 +104,6 @@ private:
     void Unload();
     void ShowParent();
     void FlushLog();
-    void FitLogWidth(int firstRow);
 
     std::unique_ptr<BackupEngine> m_engine;
     clsSetup* m_setup = nullptr;

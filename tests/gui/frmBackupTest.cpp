@@ -279,14 +279,16 @@ INSTANTIATE_TEST_SUITE_P(
                       ClearAnswer{"NoCancels", MsgAnswer::No, "Backup Cancelled", true}),
     [](const auto& p) { return std::string(p.param.name); });
 
-// The log list: appended text extends the last line, widening the list's scroll range when
-// it makes the line the widest, and the newest line is selected.
+// The log list: appended text extends the last line, widening the list's scroll range once
+// the line shows as the widest, and the newest line is selected.
 TEST(RunWindowLog, AppendsWidensAndSelects) {
     frmBackup window;
     window.show();
     auto* list = window.findChild<QListView*>("lstLog");
-    auto shown = [&] {
-        window.Finished(false); // shows the pending lines
+    auto shown = [&] { // the pending lines become rows, are painted and laid out
+        window.Finished(false);
+        QCoreApplication::processEvents();
+        list->viewport()->repaint();
         QCoreApplication::processEvents();
     };
     window.AddLine("first");
