@@ -114,6 +114,7 @@ private:
     bool m_unloading = false;      // the window closes itself: no question
     bool m_unloadAfterRun = false; // closed while the finished run still ends (eject)
     std::chrono::steady_clock::time_point m_lastEvents;
+    std::chrono::steady_clock::time_point m_lastRefresh;
     QTimer m_timer;
 
     LogListModel* m_log = nullptr;
