@@ -126,7 +126,7 @@ TEST(BinaryFile, TimesRoundTripToTheSecondAndToTheNanosecond) {
     EXPECT_EQ(f.LastWriteTime(), later);
     EXPECT_EQ(f.LastAccessTime(), accessed); // untouched by setting the other
 
-    std::timespec at{1234567890, 987654321}, mt{1234567000, 123}, at2{}, mt2{};
+    timespec at{1234567890, 987654321}, mt{1234567000, 123}, at2{}, mt2{};
     ASSERT_TRUE(f.SetTimes(at, mt));
     ASSERT_TRUE(f.GetTimes(at2, mt2));
     EXPECT_EQ(at2.tv_sec, at.tv_sec);
