@@ -3,8 +3,10 @@
 # The program keeps UTF-8 inside and calls the wide ("W") Windows functions with UTF-16
 # everywhere; the manifest linked into tessaron.exe sets the UTF-8 code page and
 # long-path awareness for what the C runtime and Qt pass to the "A" functions.
+# _POSIX_THREAD_SAFE_FUNCTIONS: MinGW's C library then offers localtime_r and gmtime_r.
 target_compile_definitions(tessaron_options INTERFACE
-  UNICODE _UNICODE WIN32_LEAN_AND_MEAN NOMINMAX _WIN32_WINNT=0x0A00 WINVER=0x0A00)
+  UNICODE _UNICODE WIN32_LEAN_AND_MEAN NOMINMAX _WIN32_WINNT=0x0A00 WINVER=0x0A00
+  _POSIX_THREAD_SAFE_FUNCTIONS)
 
 if(MINGW)
   # A statically linked program starts on any Windows (and under Wine) without the
