@@ -13,6 +13,8 @@ packages=(
     time                    # /usr/bin/time -v for the benchmark's memory figures
     rsync                   # the benchmark's peer
     python3                 # runs the benchmark harness (bench/run)
+    qt6-base-dev            # the window front end (Qt 6 Widgets)
+    xvfb xauth xdotool      # the window's system test and screenshots under a virtual display
 )
 if [[ ${1:-} == --windows ]]; then
     packages=(

@@ -2,6 +2,7 @@
 #include "CommandLine.h"
 #include "SystemSupport.h"
 
+#include "setfile/SetupLoad.h"
 #include "setfile/clsSetup.h"
 
 using namespace tessaron;
@@ -19,8 +20,8 @@ struct BadFile {
 
 class LoadFailure : public ::testing::TestWithParam<BadFile> {};
 
-// Every refusal names the file and the reason; one that never reaches the parser leaves
-// the loaded set as it was.
+// Every refusal names the file and the reason and leaves the loaded set as it was, also
+// when the file fails halfway through.
 TEST_P(LoadFailure, ReportsReasonAndKeepsTheSet) {
     TempTree dir;
     fs::path p = fs::path(dir.Root()) / GetParam().name;
@@ -31,9 +32,7 @@ TEST_P(LoadFailure, ReportsReasonAndKeepsTheSet) {
     EXPECT_FALSE(LoadSetup(p.string(), setup, messages));
     EXPECT_EQ(messages.str(),
               "Unable to load setup file - " + p.string() + ": " + GetParam().reason + "\n");
-    if (std::string(GetParam().reason) != "Type mismatch") {
-        EXPECT_EQ(setup.Target, "/previous");
-    }
+    EXPECT_EQ(setup.Target, "/previous");
 }
 
 INSTANTIATE_TEST_SUITE_P(
@@ -49,35 +48,58 @@ INSTANTIATE_TEST_SUITE_P(
                     fs::resize_file(p, kMaxSetFileSize + 1);
                 },
                 "File is larger than 16 MiB"},
-        BadFile{"badbool.set", [](const fs::path& p) { WriteFile(p, "Verify = yes\r\n"); },
-                "Type mismatch"}));
+        BadFile{"badbool.set",
+                [](const fs::path& p) { WriteFile(p, "Target = \"/x\"\r\nVerify = yes\r\n"); },
+                "Type mismatch"}),
+    [](const auto& tc) {
+        std::string n = tc.param.name;
+        return n.substr(0, n.find('.'));
+    });
 
-// Switches given before the load survive it; a second load replaces the first set whole.
-TEST(LoadSetup, SwitchesAndASecondLoad) {
+// Every load starts from the record the window's New leaves, then applies the window's
+// option rules, so a set never inherits options from the set loaded before it and an
+// INCREMENTAL set never clears its target.
+struct LoadCase {
+    const char* name;
+    std::string first, second; // the second is loaded over the first
+    bool cleanTarget, email;
+    std::string emailTo;
+};
+
+class LoadRecord : public ::testing::TestWithParam<LoadCase> {};
+
+TEST_P(LoadRecord, EndsAsTheWindowWouldHoldIt) {
     TempTree dir;
-    fs::path a = fs::path(dir.Root()) / "daily set.set", b = fs::path(dir.Root()) / "b.set";
-    WriteFile(a, "Target = \"/backup\"\r\nBackupType = INCREMENTAL\r\nVerify = True\r\n"
-                 "Selections = \"/home/ann\"\r\n");
-    WriteFile(b, "Target = \"/other\"\r\nSelections = \"/srv\"\r\n");
+    const fs::path a = fs::path(dir.Root()) / "a set.set", b = fs::path(dir.Root()) / "b.set";
+    WriteFile(a, GetParam().first);
+    WriteFile(b, GetParam().second);
     clsSetup setup;
     std::ostringstream messages;
     auto load = [&](const std::string& f) { return LoadSetup(f, setup, messages); };
-    CommandLine cl = ReadCommandLine(JoinArguments({"/BLOCKSIZE", "4096", "/QUIET", "/LOGPATH",
-                                                    "/var/log x", "/run", a.string()}),
-                                     setup, load);
+    // The switches stand on either side of the loads and survive both.
+    const CommandLine cl =
+        ReadCommandLine(JoinArguments({"/BLOCKSIZE", "4096", "/LOAD", a.string(), "/QUIET", "/RUN",
+                                       b.string(), "/LOGPATH", "/var/log x"}),
+                        setup, load);
     EXPECT_EQ(cl.Action, "/RUN");
     EXPECT_EQ(messages.str(), "");
-    EXPECT_EQ(setup.Target, "/backup");
-    EXPECT_EQ(setup.BackupType, "INCREMENTAL");
-    EXPECT_TRUE(setup.Verify);
-    EXPECT_EQ(setup.BlockSize, 4096);
-
-    ASSERT_TRUE(load(b.string()));
-    EXPECT_EQ(setup.Target, "/other");
-    EXPECT_EQ(setup.BackupType, "");
-    EXPECT_FALSE(setup.Verify);
-    ASSERT_EQ(setup.Sel.Count(), 1);
-    EXPECT_EQ(setup.Sel.Item(1)->path(), "/srv");
+    EXPECT_EQ(std::tie(setup.CleanTarget, setup.Email, setup.EmailTo),
+              std::tie(GetParam().cleanTarget, GetParam().email, GetParam().emailTo));
+    EXPECT_TRUE(setup.Quiet);
+    EXPECT_EQ(std::tie(setup.BlockSize, setup.LogPath), std::make_tuple(4096, "/var/log x"));
 }
+
+const std::string kCleanMail = "Target = \"/t\"\r\nBackupType = FULL\r\nCleanTarget = True\r\n"
+                               "EMail = True\r\nEMailTo = ann@example.org\r\n";
+
+INSTANTIATE_TEST_SUITE_P(
+    Sets, LoadRecord,
+    ::testing::Values(
+        LoadCase{"FullKeepsClearing", "", kCleanMail, true, true, "ann@example.org"},
+        LoadCase{"IncrementalNeverClears", "",
+                 "BackupType = INCREMENTAL\nCleanTarget = True\nEMail = 1\n", false, true, ""},
+        LoadCase{"NothingCarriesOver", kCleanMail, "Target = \"/other\"\r\n", false, false, ""},
+        LoadCase{"EmptyFileIsANewSet", kCleanMail, "", false, false, ""}),
+    [](const auto& tc) { return std::string(tc.param.name); });
 
 } // namespace
