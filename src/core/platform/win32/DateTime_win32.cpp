@@ -9,17 +9,6 @@ namespace tessaron {
 
 namespace {
 
-SYSTEMTIME SystemTimeOf(const DateTime& d) {
-    SYSTEMTIME st{};
-    st.wYear = static_cast<WORD>(d.Year);
-    st.wMonth = static_cast<WORD>(d.Month);
-    st.wDay = static_cast<WORD>(d.Day);
-    st.wHour = static_cast<WORD>(d.Hour);
-    st.wMinute = static_cast<WORD>(d.Minute);
-    st.wSecond = static_cast<WORD>(d.Second);
-    return st;
-}
-
 DateTime DateOf(const SYSTEMTIME& st) {
     return {st.wYear, st.wMonth, st.wDay, st.wHour, st.wMinute, st.wSecond};
 }
@@ -63,7 +52,7 @@ std::time_t DateTime::ToTimeT() const {
     }
     // Carry out-of-range fields first (as mktime does), then apply the zone's rule.
     const DateTime fields = FromTimeTUtc(ToTimeTUtc());
-    const SYSTEMTIME local = SystemTimeOf(fields);
+    const SYSTEMTIME local = win32::SystemTimeOf(fields);
     SYSTEMTIME utc{};
     FILETIME ft{};
     if (!::TzSpecificLocalTimeToSystemTime(nullptr, &local, &utc) ||
@@ -77,7 +66,7 @@ std::string DateTime::Format() const {
     if (IsEmpty()) {
         return {};
     }
-    const SYSTEMTIME st = SystemTimeOf(*this);
+    const SYSTEMTIME st = win32::SystemTimeOf(*this);
     const std::wstring date = LocaleText([&](wchar_t* buf, int size) {
         return ::GetDateFormatEx(LOCALE_NAME_USER_DEFAULT, DATE_SHORTDATE, &st, nullptr, buf, size,
                                  nullptr);

@@ -112,10 +112,7 @@ DateTime DateOfFileTime(const FILETIME& ft) {
     return {st.wYear, st.wMonth, st.wDay, st.wHour, st.wMinute, st.wSecond};
 }
 
-bool FileTimeOfDate(const DateTime& date, FILETIME& ft) {
-    if (date.IsEmpty()) {
-        return false;
-    }
+SYSTEMTIME SystemTimeOf(const DateTime& date) {
     SYSTEMTIME st{};
     st.wYear = static_cast<WORD>(date.Year);
     st.wMonth = static_cast<WORD>(date.Month);
@@ -123,6 +120,14 @@ bool FileTimeOfDate(const DateTime& date, FILETIME& ft) {
     st.wHour = static_cast<WORD>(date.Hour);
     st.wMinute = static_cast<WORD>(date.Minute);
     st.wSecond = static_cast<WORD>(date.Second);
+    return st;
+}
+
+bool FileTimeOfDate(const DateTime& date, FILETIME& ft) {
+    if (date.IsEmpty()) {
+        return false;
+    }
+    const SYSTEMTIME st = SystemTimeOf(date);
     return ::SystemTimeToFileTime(&st, &ft) != 0;
 }
 

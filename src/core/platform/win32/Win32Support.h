@@ -49,6 +49,8 @@ FILETIME ToFileTime(const timespec& ts);
 // A FILETIME as the calendar fields of a date-time, to the second, without any zone
 // change; the empty date for a zero or invalid time.
 DateTime DateOfFileTime(const FILETIME& ft);
+// The calendar fields of a date-time as a SYSTEMTIME (no zone change, no check).
+SYSTEMTIME SystemTimeOf(const DateTime& date);
 // The calendar fields of a date-time as a FILETIME, without any zone change; false for
 // the empty date or impossible fields.
 bool FileTimeOfDate(const DateTime& date, FILETIME& ft);
