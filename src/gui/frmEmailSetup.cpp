@@ -64,4 +64,9 @@ void ShowEmailSetup(QWidget* parent, clsRegSettings& settings) {
     dialog.exec();
 }
 
+void ShowEmailSetup(QWidget* parent) {
+    clsRegSettings settings;
+    ShowEmailSetup(parent, settings);
+}
+
 } // namespace tessaron::gui

@@ -31,5 +31,7 @@ private:
 
 // Shows the dialog modally over parent (the main window's "Email Setup" menu item).
 void ShowEmailSetup(QWidget* parent, clsRegSettings& settings);
+// The same over the user's settings file (the store's default company and program).
+void ShowEmailSetup(QWidget* parent);
 
 } // namespace tessaron::gui
