@@ -243,21 +243,11 @@ bool frmBackup::Run(QWidget* parent, bool unloadOnExit) {
     if (m_running || m_setup == nullptr) {
         return false;
     }
-    if (parent != nullptr && parent != parentWidget()) {
-        setParent(parent, windowFlags());
-    }
-    m_parent = parent;
-    m_parentWasVisible = parent != nullptr && parent->isVisible();
-    if (m_parentWasVisible) {
-        m_parent->hide();
-    }
+    ShowInstead(parent);
     m_log->Clear();
     m_logWidth->Reset();
     m_unloadOnExit = unloadOnExit;
     m_unloadAfterRun = false;
-    show();
-    raise();
-    activateWindow();
     m_running = true;
     m_lastEvents = std::chrono::steady_clock::now();
     m_timer.start();
@@ -269,6 +259,21 @@ bool frmBackup::Run(QWidget* parent, bool unloadOnExit) {
         Unload();
     }
     return succeeded;
+}
+
+// Hides the parent and shows this window, owned by the parent, in its place.
+void frmBackup::ShowInstead(QWidget* parent) {
+    if (parent != nullptr && parent != parentWidget()) {
+        setParent(parent, windowFlags());
+    }
+    m_parent = parent;
+    m_parentWasVisible = parent != nullptr && parent->isVisible();
+    if (m_parentWasVisible) {
+        m_parent->hide();
+    }
+    show();
+    raise();
+    activateWindow();
 }
 
 void frmBackup::CancelRun() {

@@ -101,6 +101,7 @@ private:
     QLabel* ValueLabel(const char* name);
     bool QueryUnload();
     void SessionEnding();
+    void ShowInstead(QWidget* parent);
     void Unload();
     void ShowParent();
     void FlushLog();
