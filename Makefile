@@ -32,7 +32,7 @@ asan: deps
 
 deb: build
 	cd $(BUILD) && cpack -G DEB
-	scripts/check-deb.sh
+	scripts/check-deb.sh $(BUILD)
 
 package: deb
 

@@ -2,10 +2,13 @@
 # Checks a built Debian package: unpacks it with dpkg -x into a fresh folder, checks that
 # every file of the installation is there, that the desktop entries are valid, that the
 # Qt libraries are among its dependencies, and that the unpacked program runs.
-#   scripts/check-deb.sh [path/to/tessaron_*.deb]
+#   scripts/check-deb.sh [PACKAGE.deb | BUILD_FOLDER]   (default: the newest in build/)
 set -euo pipefail
 cd "$(dirname "$0")/.."
-deb=${1:-$(ls -t build/tessaron_*.deb 2>/dev/null | head -1)}
+deb=${1:-build}
+if [[ -d $deb ]]; then
+    deb=$(ls -t "$deb"/tessaron_*.deb 2>/dev/null | head -1)
+fi
 [[ -n $deb && -f $deb ]] || { echo "no package: run make deb first"; exit 1; }
 root=$(mktemp -d)
 trap 'rm -rf "$root"' EXIT
