@@ -180,55 +180,55 @@ INSTANTIATE_TEST_SUITE_P(
                              " (Verifying)", true}),
     [](const auto& p) { return std::string(p.param.name); });
 
-// Cancel during the copy ends the run as cancelled, still with the copy's summary lines,
-// and skips verification.
-TEST_F(RunWindowTest, CancelDuringCopyKeepsTheSummary) {
-    setup.Verify = true;
-    DuringCopy([&] { Find<QPushButton>("cmdCancel")->click(); });
+enum class Stop { CancelButton, CloseBox };
 
-    EXPECT_FALSE(window->Run(&mainWindow, false));
-
-    EXPECT_TRUE(window->Cancelled());
-    EXPECT_EQ(Text("lblResult"), "Backup Cancelled");
-    EXPECT_TRUE(Shows("Copy Complete"));
-    EXPECT_TRUE(Shows("Elapsed Time: "));
-    EXPECT_FALSE(Shows("Verifying Files..."));
-    EXPECT_EQ(Lines().back(), "Backup Cancelled");
-    EXPECT_TRUE(window->isVisible());
-}
-
-struct CloseAnswer {
+struct StopCase {
     const char* name;
-    MsgAnswer answer;
-    QString result;
-    bool windowStays; // unloadOnExit is false: only a confirmed close closes the window
+    Stop how;
+    MsgAnswer answer; // to the close box's question
+    bool cancelled;
 };
 
-class RunWindowCloseBox : public RunWindowTest,
-                          public ::testing::WithParamInterface<CloseAnswer> {};
+class RunWindowStop : public RunWindowTest, public ::testing::WithParamInterface<StopCase> {};
 
-// The close box during a run asks; No lets the run finish, Yes cancels it and the window
-// closes itself when the run has stopped, showing the main window again.
-TEST_P(RunWindowCloseBox, AsksBeforeCancelling) {
-    const CloseAnswer& c = GetParam();
+// Cancel during the copy, or the close box answered Yes, cancels the run: the copy's
+// summary lines are still written and verification is skipped. The close box asks first
+// and No lets the run go on. A cancelled run that was closed goes away by itself (the main
+// window comes back); after Cancel the window stays with its result.
+TEST_P(RunWindowStop, DuringTheCopy) {
+    const StopCase& c = GetParam();
     answer = c.answer;
-    DuringCopy([&] { CloseBox(); });
+    setup.Verify = true;
+    DuringCopy([&] {
+        if (c.how == Stop::CancelButton) {
+            Find<QPushButton>("cmdCancel")->click();
+        } else {
+            CloseBox();
+        }
+    });
 
-    window->Run(&mainWindow, false);
+    EXPECT_EQ(window->Run(&mainWindow, false), !c.cancelled);
 
-    ASSERT_EQ(boxes.size(), 1u);
-    EXPECT_EQ(boxes[0].title, "Cancel Operation");
-    EXPECT_EQ(boxes[0].text, "Do you want to cancel this operation?");
-    EXPECT_EQ(boxes[0].buttons, MsgButtons::YesNo);
-    EXPECT_EQ(Text("lblResult"), c.result);
-    EXPECT_EQ(window->isVisible(), c.windowStays);
-    EXPECT_EQ(mainWindow.isVisible(), !c.windowStays);
+    ASSERT_EQ(boxes.size(), c.how == Stop::CloseBox ? 1u : 0u);
+    if (c.how == Stop::CloseBox) {
+        EXPECT_EQ(boxes[0].title, "Cancel Operation");
+        EXPECT_EQ(boxes[0].text, "Do you want to cancel this operation?");
+        EXPECT_EQ(boxes[0].buttons, MsgButtons::YesNo);
+    }
+    EXPECT_EQ(Text("lblResult"), c.cancelled ? "Backup Cancelled" : "Backup Complete");
+    EXPECT_TRUE(Shows("Copy Complete"));
+    EXPECT_TRUE(Shows("Elapsed Time: "));
+    EXPECT_EQ(Shows("Verifying Files..."), !c.cancelled);
+    const bool closed = c.how == Stop::CloseBox && c.cancelled;
+    EXPECT_EQ(window->isVisible(), !closed);
+    EXPECT_EQ(mainWindow.isVisible(), closed);
 }
 
 INSTANTIATE_TEST_SUITE_P(
-    RunWindow, RunWindowCloseBox,
-    ::testing::Values(CloseAnswer{"NoGoesOn", MsgAnswer::No, "Backup Complete", true},
-                      CloseAnswer{"YesCancels", MsgAnswer::Yes, "Backup Cancelled", false}),
+    RunWindow, RunWindowStop,
+    ::testing::Values(StopCase{"CancelButton", Stop::CancelButton, MsgAnswer::No, true},
+                      StopCase{"CloseBoxNoGoesOn", Stop::CloseBox, MsgAnswer::No, false},
+                      StopCase{"CloseBoxYesCancels", Stop::CloseBox, MsgAnswer::Yes, true}),
     [](const auto& p) { return std::string(p.param.name); });
 
 // A run started to unload on exit closes its window and shows the main window again, unless
