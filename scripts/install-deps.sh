@@ -13,6 +13,7 @@ packages=(
     python3                 # runs the benchmark harness (bench/run)
     qt6-base-dev            # the window front end (Qt 6 Widgets)
     xvfb xauth xdotool      # the window's system test and screenshots under a virtual display
+    x11-apps                # xwd: the window system test's screenshot
 )
 
 missing=()

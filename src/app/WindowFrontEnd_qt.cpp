@@ -30,8 +30,9 @@ bool WindowAvailable() {
 }
 
 std::string WhyNoWindow() {
-    return WindowAvailable() ? ""
-                             : "There is no display to open the window on (DISPLAY is not set).";
+    return WindowAvailable()
+               ? ""
+               : "There is no display to open the main window on (DISPLAY is not set).";
 }
 
 int RunMainWindow(int argc, char** argv, const std::string& commandLine) {

@@ -1,5 +1,6 @@
 #include "DriveTreeModel.h"
 
+#include "DriveSource.h"
 #include "ListText.h"
 #include "SelectionMarks.h"
 
@@ -36,14 +37,12 @@ struct DriveTreeModel::Node {
 
 namespace {
 
-// The names of the real folders (never links to folders) in path, sorted without regard
-// to letter case as the file list sorts names; empty when path cannot be read.
-std::vector<std::string> SubFolders(const std::string& path) {
-    clsFileSystem fs;
-    fs.GetDirectory(path);
+// The names of the real folders (never links to folders) of a listing, sorted without
+// regard to letter case as the file list sorts names.
+std::vector<std::string> SubFolders(const std::vector<clsFSItem>& listing) {
     std::vector<std::string> names;
     std::vector<QString> keys;
-    for (const clsFSItem& item : fs.Items) {
+    for (const clsFSItem& item : listing) {
         if (item.IsDirectory) {
             names.push_back(item.Path);
             keys.push_back(QString::fromStdString(item.Path).toUpper());
@@ -80,9 +79,7 @@ std::unique_ptr<DriveTreeModel::Node> DriveTreeModel::MakeRoot() {
 void DriveTreeModel::FillDrives() {
     beginResetModel();
     m_root = MakeRoot();
-    clsFileSystem fs;
-    fs.GetDrives();
-    for (const clsFSItem& drive : fs.Items) {
+    for (const clsFSItem& drive : ListDrives()) {
         m_root->Add(drive.Path, QString::fromStdString(DriveText(drive.Path, drive.Description)),
                     DriveIcon(drive.DriveType));
     }
@@ -90,19 +87,29 @@ void DriveTreeModel::FillDrives() {
 }
 
 void DriveTreeModel::ReadChildren(const QModelIndex& index) {
+    const Node* node = NodeOf(index);
+    if (node == nullptr || !node->unread) {
+        return;
+    }
+    clsFileSystem fs;
+    fs.GetDirectory(node->key);
+    TakeChildren(index, fs.Items);
+}
+
+void DriveTreeModel::TakeChildren(const QModelIndex& index, const std::vector<clsFSItem>& listing) {
     Node* node = NodeOf(index);
     if (node == nullptr || !node->unread) {
         return;
     }
     node->unread = false;
-    AddChildren(node);
+    AddChildren(node, listing);
     // The expand button goes when the folder turned out to have no sub-folders.
     const QModelIndex self = IndexOf(node);
     emit dataChanged(self, self);
 }
 
-void DriveTreeModel::AddChildren(Node* node) {
-    const std::vector<std::string> names = SubFolders(node->key);
+void DriveTreeModel::AddChildren(Node* node, const std::vector<clsFSItem>& listing) {
+    const std::vector<std::string> names = SubFolders(listing);
     if (names.empty()) {
         return;
     }

@@ -11,11 +11,14 @@
 
 #include "ItemIcons.h"
 
+#include "platform/clsFSItem.h"
+
 #include <QAbstractItemModel>
 
 #include <memory>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace tessaron {
 class clsSelections;
@@ -39,6 +42,9 @@ public:
     // Reads the sub-folders of an unread node (they replace its expand button); does
     // nothing for a node read before. A folder that cannot be read gets no children.
     void ReadChildren(const QModelIndex& node);
+    // The same with the node's folder listing read by the caller (the records of
+    // clsFileSystem::GetDirectory for its key).
+    void TakeChildren(const QModelIndex& node, const std::vector<clsFSItem>& listing);
     bool IsRead(const QModelIndex& node) const;
 
     QModelIndex RootIndex() const;
@@ -68,7 +74,7 @@ private:
     Node* NodeOf(const QModelIndex& index) const;
     QModelIndex IndexOf(const Node* node) const;
     static Node* FindIn(Node* node, std::string_view key);
-    void AddChildren(Node* node);
+    void AddChildren(Node* node, const std::vector<clsFSItem>& listing);
     Node* DriveHolding(const std::string& path) const;
     void MarksChangedBelow(const Node* node);
 

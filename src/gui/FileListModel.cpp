@@ -1,5 +1,6 @@
 #include "FileListModel.h"
 
+#include "DriveSource.h"
 #include "ListText.h"
 #include "SelectionMarks.h"
 
@@ -12,13 +13,6 @@
 namespace tessaron::gui {
 
 namespace {
-
-// The system's words of a platform error text ("clsFileSystem.GetDirectory() - Error (13)
-// Permission denied" gives "Permission denied").
-std::string ReasonOf(const std::string& error) {
-    const std::size_t close = error.find(") ", error.find("Error ("));
-    return close == std::string::npos ? error : error.substr(close + 2);
-}
 
 // The positions of keys in sorted order; equal keys keep their order.
 template <typename Key>
@@ -41,10 +35,8 @@ FileListModel::FileListModel(const clsSelections& sel, QObject* parent)
     : QAbstractTableModel(parent), m_sel(sel) {}
 
 void FileListModel::ShowDrives() {
-    clsFileSystem fs;
-    fs.GetDrives();
     std::vector<Row> rows;
-    for (const clsFSItem& drive : fs.Items) {
+    for (const clsFSItem& drive : ListDrives()) {
         Row row;
         row.key = drive.Path;
         row.name = QString::fromStdString(DriveText(drive.Path, drive.Description));
@@ -64,9 +56,15 @@ void FileListModel::ShowDrives() {
 bool FileListModel::ShowFolder(const std::string& path, std::string& reason) {
     clsFileSystem fs;
     fs.GetDirectory(path);
-    std::vector<Row> rows(fs.Items.size());
+    ShowListing(path, fs.Items);
+    reason = fs.LastError.empty() ? std::string() : ErrorReason(fs.LastError);
+    return reason.empty();
+}
+
+void FileListModel::ShowListing(const std::string& path, const std::vector<clsFSItem>& listing) {
+    std::vector<Row> rows(listing.size());
     for (std::size_t i = 0; i < rows.size(); ++i) {
-        const clsFSItem& item = fs.Items[i];
+        const clsFSItem& item = listing[i];
         Row& row = rows[i];
         row.key = ChildPath(path, item.Path);
         row.name = QString::fromStdString(item.Path);
@@ -82,14 +80,11 @@ bool FileListModel::ShowFolder(const std::string& path, std::string& reason) {
     m_rows = std::move(rows);
     Sort();
     endResetModel();
-    reason = fs.LastError.empty() ? std::string() : ReasonOf(fs.LastError);
-    return reason.empty();
 }
 
-bool FileListModel::HeaderClicked(int column, std::string& reason) {
-    reason.clear();
+void FileListModel::HeaderClicked(int column) {
     if (m_view != View::Folder || column < NameColumn || column > ModifiedColumn) {
-        return true;
+        return;
     }
     if (column == m_sortColumn) {
         m_sortOrder = m_sortOrder == Qt::AscendingOrder ? Qt::DescendingOrder : Qt::AscendingOrder;
@@ -97,8 +92,9 @@ bool FileListModel::HeaderClicked(int column, std::string& reason) {
         m_sortColumn = column;
         m_sortOrder = Qt::DescendingOrder;
     }
-    const std::string folder = m_folder;
-    return ShowFolder(folder, reason);
+    beginResetModel();
+    Sort();
+    endResetModel();
 }
 
 Qt::SortOrder FileListModel::KeysOrder() const {

@@ -12,9 +12,12 @@
 // "Name" the name in upper case, folders first (a NUL in front); "Type" the class letter
 // ("D" folder, "S" system file, "F" any other file) and the name as it is; "Size" -1 for a
 // folder, else the bytes; "Modified" the modification time. Rows with equal keys keep the
-// order of the listing (by name).
+// order of the listing (by name). A header click sorts the entries read when the folder
+// was shown; Refresh reads the folder again.
 
 #include "ItemIcons.h"
+
+#include "platform/clsFSItem.h"
 
 #include <QAbstractTableModel>
 
@@ -45,9 +48,11 @@ public:
     // Fills the list with the entries of path, in the current sort order. False, with
     // the system's reason, when the folder could not be read (the list is then empty).
     bool ShowFolder(const std::string& path, std::string& reason);
-    // The header rule above; in the drive view a header click does nothing. The folder is
-    // read again. False, with the reason, when that fails.
-    bool HeaderClicked(int column, std::string& reason);
+    // The same with the folder's listing read by the caller (the records of
+    // clsFileSystem::GetDirectory(path)).
+    void ShowListing(const std::string& path, const std::vector<clsFSItem>& listing);
+    // The header rule above; in the drive view a header click does nothing.
+    void HeaderClicked(int column);
 
     View CurrentView() const { return m_view; }
     // The folder shown; empty in the drive view.

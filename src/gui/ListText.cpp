@@ -33,6 +33,11 @@ std::string FormatSize(double bytes, bool showZero) {
     return showZero ? "0K" : "-";
 }
 
+std::string ErrorReason(const std::string& lastError) {
+    const std::size_t close = lastError.find(") ", lastError.find("Error ("));
+    return close == std::string::npos ? lastError : lastError.substr(close + 2);
+}
+
 std::string ChildPath(const std::string& folder, const std::string& name) {
     const char sep = PathSeparator(NativePathStyle());
     return !folder.empty() && folder.back() == sep ? folder + name : folder + sep + name;

@@ -12,6 +12,10 @@ namespace tessaron::gui {
 // else "-". So 1000 bytes is "1K" and 100,000,000 bytes is "100,000K".
 std::string FormatSize(double bytes, bool showZero);
 
+// The system's words of a platform error text: "clsFileSystem.GetDirectory() - Error (13)
+// Permission denied" gives "Permission denied"; a text of another form is given whole.
+std::string ErrorReason(const std::string& lastError);
+
 // The path of the entry name inside folder: folder, the system's separator unless folder
 // ends with one, then name.
 std::string ChildPath(const std::string& folder, const std::string& name);

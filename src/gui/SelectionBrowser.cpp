@@ -1,6 +1,9 @@
 #include "SelectionBrowser.h"
 
+#include "ListText.h"
 #include "Twips.h"
+
+#include "platform/clsFileSystem.h"
 
 #include "selection/clsSelections.h"
 
@@ -12,7 +15,7 @@ namespace {
 
 // Initial column widths in twips: the drive view's and the folder view's.
 constexpr int kDriveColumns[] = {3000, 1000, 1000};
-constexpr int kFolderColumns[] = {3000, 1100, 1000, 1900};
+constexpr int kFolderColumns[] = {3000, 1100, 1000, 2500};
 
 int ViewSlot(const FileListModel& model) {
     return model.CurrentView() == FileListModel::View::Drives ? 0 : 1;
@@ -93,12 +96,14 @@ void SelectionBrowser::ShowNode(const QModelIndex& node) {
         m_listModel->ShowDrives();
         ListFilled(true, "", "");
     } else {
+        // One listing serves the list and, when not read yet, the node's sub-folders.
         const std::string folder = m_treeModel->KeyOf(node);
-        std::string reason;
-        const bool ok = m_listModel->ShowFolder(folder, reason);
-        m_treeModel->ReadChildren(node);
+        clsFileSystem fs;
+        fs.GetDirectory(folder);
+        m_treeModel->TakeChildren(node, fs.Items);
+        m_listModel->ShowListing(folder, fs.Items);
         m_tree->expand(node);
-        ListFilled(ok, folder, reason);
+        ListFilled(fs.LastError.empty(), folder, ErrorReason(fs.LastError));
     }
 }
 
@@ -167,10 +172,10 @@ void SelectionBrowser::OpenItem(int row) {
 }
 
 void SelectionBrowser::HeaderClicked(int column) {
-    std::string reason;
     m_filling = true;
-    const bool ok = m_listModel->HeaderClicked(column, reason);
-    ListFilled(ok, m_listModel->Folder(), reason);
+    m_listModel->HeaderClicked(column);
+    SetupColumns();
+    m_filling = false;
 }
 
 void SelectionBrowser::MarksChanged() {

@@ -62,7 +62,7 @@ void SavePlacement(clsRegSettings& settings, const QMainWindow& window, const QS
     }
 }
 
-void RestorePlacement(const clsRegSettings& settings, QMainWindow& window, QSplitter& split) {
+void RestorePlacement(const clsRegSettings& settings, QMainWindow& window) {
     const auto left = ReadInt(settings, "Left");
     const auto top = ReadInt(settings, "Top");
     const auto width = ReadInt(settings, "Width");
@@ -76,10 +76,10 @@ void RestorePlacement(const clsRegSettings& settings, QMainWindow& window, QSpli
                            std::max(*height, window.minimumHeight()));
         window.setGeometry(ClampToScreens(wanted, areas));
     }
-    if (const auto tree = ReadInt(settings, "Split"); tree && *tree > 0) {
-        const int total = std::max(window.width(), *tree + 1);
-        split.setSizes({*tree, total - *tree});
-    }
+}
+
+int SavedTreeWidth(const clsRegSettings& settings) {
+    return std::max(ReadInt(settings, "Split").value_or(0), 0);
 }
 
 bool WantsMaximized(const clsRegSettings& settings) {

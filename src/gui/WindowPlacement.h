@@ -21,9 +21,11 @@ QRect ClampToScreens(const QRect& wanted, const QList<QRect>& areas);
 
 // Writes the window's normal geometry, whether it is maximised, and the tree's width.
 void SavePlacement(clsRegSettings& settings, const QMainWindow& window, const QSplitter& split);
-// Applies what SavePlacement wrote; values missing or not numbers leave the window as it
-// is. A maximised window is shown maximised by the caller (see WantsMaximized).
-void RestorePlacement(const clsRegSettings& settings, QMainWindow& window, QSplitter& split);
+// Applies the geometry SavePlacement wrote; values missing or not numbers leave the
+// window as it is.
+void RestorePlacement(const clsRegSettings& settings, QMainWindow& window);
 bool WantsMaximized(const clsRegSettings& settings);
+// The tree's width SavePlacement wrote; 0 when none. Applied once the window is laid out.
+int SavedTreeWidth(const clsRegSettings& settings);
 
 } // namespace tessaron::gui

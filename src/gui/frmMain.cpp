@@ -16,6 +16,7 @@
 #include <QMenuBar>
 #include <QPushButton>
 #include <QRadioButton>
+#include <QShowEvent>
 #include <QSplitter>
 #include <QStatusBar>
 #include <QVBoxLayout>
@@ -60,8 +61,7 @@ frmMain::frmMain(clsRegSettings& settings, MainWindowHooks hooks, QWidget* paren
     WriteRecordToControls();
     setMinimumSize(MinimumWindowSize());
     resize(TwipsToPixels(kStartWidth, this), TwipsToPixels(kStartHeight, this, Qt::Vertical));
-    m_split->setSizes({TwipsToPixels(3600, this), TwipsToPixels(kStartWidth - 3600, this)});
-    RestorePlacement(m_settings, *this, *m_split);
+    RestorePlacement(m_settings, *this);
     if (WantsMaximized(m_settings)) {
         setWindowState(windowState() | Qt::WindowMaximized);
     }
@@ -244,6 +244,19 @@ void frmMain::ShowBackupType(const std::string& type) {
 
 void frmMain::SetCaption() {
     setWindowTitle(m_baseCaption + " - " + QString::fromStdString(m_fileName));
+}
+
+// The split is set once the window is laid out, so that the tree gets exactly its width.
+void frmMain::showEvent(QShowEvent* event) {
+    QMainWindow::showEvent(event);
+    if (m_splitPlaced) {
+        return;
+    }
+    m_splitPlaced = true;
+    centralWidget()->layout()->activate();
+    const int saved = SavedTreeWidth(m_settings);
+    const int tree = saved > 0 ? saved : TwipsToPixels(3600, this);
+    m_split->setSizes({tree, std::max(m_split->width() - m_split->handleWidth() - tree, 1)});
 }
 
 void frmMain::closeEvent(QCloseEvent* event) {

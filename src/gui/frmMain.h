@@ -83,6 +83,7 @@ public:
     void Refresh();
 
 protected:
+    void showEvent(QShowEvent* event) override;
     void closeEvent(QCloseEvent* event) override;
 
 private:
@@ -127,6 +128,7 @@ private:
     bool m_writingControls = false;
     Controls m_ui;
     QSplitter* m_split = nullptr;
+    bool m_splitPlaced = false; // the first show sets the split
     QLabel* m_status = nullptr;
     SelectionBrowser* m_browser = nullptr;
 };

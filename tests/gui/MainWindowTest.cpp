@@ -72,7 +72,18 @@ TEST_F(MainWindowTest, MenusCarryTheirCaptionsAndKeys) {
         window.findChild<QAction*>(name)->trigger();
     }
     EXPECT_EQ(counts.EmailSetups + counts.Contents + counts.Abouts, 3);
+}
+
+TEST_F(MainWindowTest, OpensOnTheDrives) {
+    SelectionBrowser& browser = window.Browser();
+    const QModelIndex root = browser.TreeModel().RootIndex();
     EXPECT_EQ(window.windowTitle(), "Tessaron");
+    EXPECT_EQ(root.data().toString(), "My Computer");
+    EXPECT_EQ(browser.Tree()->currentIndex(), root);
+    EXPECT_TRUE(browser.Tree()->isExpanded(root));
+    EXPECT_EQ(browser.ListModel().CurrentView(), FileListModel::View::Drives);
+    EXPECT_GT(browser.ListModel().rowCount(), 0);
+    EXPECT_EQ(browser.ListModel().rowCount(), browser.TreeModel().rowCount(root));
 }
 
 TEST_F(MainWindowTest, HeldAtTheMinimumSize) {
