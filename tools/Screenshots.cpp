@@ -118,6 +118,17 @@ std::vector<clsFSItem> SampleDrives() {
     return {root, usb};
 }
 
+// A FULL set with verification: Documents without "Old drafts", and the holiday pictures.
+void WriteSampleSet(const QString& file, const QString& home) {
+    QFile out(file);
+    out.open(QIODevice::WriteOnly);
+    out.write(QString("Target = \"/media/ann/BACKUP/Tessaron\"\r\nBackupType = FULL\r\n"
+                      "SaveLog = True\r\nVerify = True\r\nSelections = \"%1/Documents\" Except "
+                      "(\"%1/Documents/Old drafts\")\r\n\t\"%1/Pictures/Holiday\"\r\n")
+                  .arg(home)
+                  .toUtf8());
+}
+
 } // namespace
 
 int main(int argc, char** argv) {
@@ -141,15 +152,7 @@ int main(int argc, char** argv) {
     }
     gui::SetDriveLister(SampleDrives);
     const QString set = work.path() + "/daily.set";
-    QFile file(set);
-    file.open(QIODevice::WriteOnly);
-    file.write(QString("Target = \"/media/ann/BACKUP/Tessaron\"\r\nBackupType = FULL\r\n"
-                       "SaveLog = True\r\nVerify = True\r\nSelections = \"%1/Documents\" Except "
-                       "(\"%1/Documents/Old drafts\")\r\n\t\"%1/Pictures/Holiday\"\r\n")
-                   .arg(home)
-                   .toUtf8());
-    file.close();
-
+    WriteSampleSet(set, home);
     clsRegSettings settings;
     gui::frmMain window(settings);
     window.resize(980, 640);

@@ -13,10 +13,10 @@ bool WindowAvailable();
 // Why no window can be shown (for the message printed instead); "" when one can.
 std::string WhyNoWindow();
 
-// Opens the main window and reads the command line into it: every /LOAD and /RUN loads
-// its set into the window (a set that cannot be loaded is reported in a box, and the
-// window stays); /QUIET, /LOGPATH and /BLOCKSIZE go into its set. Returns the exit
-// status when the window has closed.
-int RunMainWindow(int argc, char** argv, const std::string& commandLine);
+// Opens the main window and reads the command line (the joined arguments) into it: every
+// /LOAD and /RUN loads its set into the window (a set that cannot be loaded is reported in
+// a box, and the window stays); /QUIET, /LOGPATH and /BLOCKSIZE go into its set. Returns
+// the exit status when the window has closed. programName is argv[0].
+int RunMainWindow(char* programName, const std::string& commandLine);
 
 } // namespace tessaron

@@ -11,7 +11,7 @@ std::string WhyNoWindow() {
     return "The window front end is not part of this build.";
 }
 
-int RunMainWindow(int, char**, const std::string&) {
+int RunMainWindow(char*, const std::string&) {
     return 3;
 }
 

@@ -35,8 +35,12 @@ std::string WhyNoWindow() {
                : "There is no display to open the main window on (DISPLAY is not set).";
 }
 
-int RunMainWindow(int argc, char** argv, const std::string& commandLine) {
-    QApplication app(argc, argv);
+int RunMainWindow(char* programName, const std::string& commandLine) {
+    // Qt sees the program name alone: the arguments are this program's, and a set file
+    // named like a Qt option ("-reverse") must not change the window.
+    int qtArgc = 1;
+    char* qtArgv[] = {programName, nullptr};
+    QApplication app(qtArgc, qtArgv);
     QApplication::setApplicationName("Tessaron");
     QApplication::setOrganizationName("VELQO");
     QGuiApplication::setDesktopFileName("tessaron");

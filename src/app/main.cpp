@@ -98,7 +98,8 @@ int main(int argc, char** argv) {
         return kComplete;
     }
     if (ForTheWindow(text)) {
-        return RunMainWindow(argc, argv, text);
+        static char programName[] = "tessaron";
+        return RunMainWindow(argc > 0 ? argv[0] : programName, text);
     }
     clsSetup setup;
     CommandLine cl = ReadCommandLine(text, setup, [&setup](const std::string& file) {

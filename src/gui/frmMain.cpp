@@ -35,14 +35,14 @@ template <typename W> W* Named(W* widget, const char* name) {
 }
 
 QAction* AddItem(QMenu* menu, const char* name, const QString& text, const char* keys,
-                 QObject* target, void (frmMain::*slot)()) {
+                 frmMain* window, void (frmMain::*command)()) {
     QAction* action = menu->addAction(text);
     action->setObjectName(name);
     if (keys != nullptr) {
         action->setShortcut(QKeySequence(QString(keys)));
     }
-    QObject::connect(action, &QAction::triggered, target,
-                     [target, slot] { (static_cast<frmMain*>(target)->*slot)(); });
+    QObject::connect(action, &QAction::triggered, window,
+                     [window, command] { (window->*command)(); });
     return action;
 }
 
@@ -194,6 +194,12 @@ void frmMain::ConnectOptions() {
     ConnectSwitch(m_ui.chkEject, &clsSetup::EjectMedia);
     ConnectSwitch(m_ui.chkEmail, &clsSetup::Email);
     connect(m_ui.chkEmail, &QCheckBox::toggled, m_ui.txtEmailTo, &QWidget::setEnabled);
+    ConnectTypeButtons();
+}
+
+// Full enables the clearing box again; Incremental unticks and greys it. A button being
+// switched off does nothing: the other one being switched on does the work.
+void frmMain::ConnectTypeButtons() {
     connect(m_ui.optFull, &QRadioButton::toggled, this, [this](bool on) {
         if (on) {
             if (!m_writingControls) {

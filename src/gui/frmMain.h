@@ -108,6 +108,7 @@ private:
     QGroupBox* BuildBottomFrame();
     QGroupBox* BuildTypeFrame();
     void ConnectOptions();
+    void ConnectTypeButtons();
     void ConnectSwitch(QCheckBox* box, bool clsSetup::*field);
     void WriteRecordToControls();
     void ShowBackupType(const std::string& type);
