@@ -1,4 +1,5 @@
 #include "SelectionScripts.h"
+#include "TestNames.h"
 #include "selection/clsSelections.h"
 
 #include <gtest/gtest.h>
@@ -99,7 +100,8 @@ INSTANTIATE_TEST_SUITE_P(Selections, SelectionQueryTest,
                                            QueryCase{"C:\\DataX", false, false, false},
                                            QueryCase{"c:\\data", false, false, false},
                                            QueryCase{"D:\\Mail\\a", true, true, false},
-                                           QueryCase{"", false, false, false}));
+                                           QueryCase{"", false, false, false}),
+                         [](const auto& tc) { return test::NameOf(tc.param.path); });
 
 TEST(SelectionsFormat, WritesQuotedEntriesWithExceptionsAndTabs) {
     clsSelections sel(PathStyle::Windows);
