@@ -43,23 +43,13 @@ struct DateCase {
     const char* text;
 };
 
+// Dates are shown in local time; the cases are written for UTC.
 class DateText : public ::testing::TestWithParam<DateCase> {
 protected:
-    void SetUp() override {
-        const char* tz = std::getenv("TZ");
-        m_oldTz = tz != nullptr ? tz : "";
-        m_hadTz = tz != nullptr;
+    static void SetUpTestSuite() {
         setenv("TZ", "UTC", 1);
         tzset();
     }
-    void TearDown() override {
-        m_hadTz ? setenv("TZ", m_oldTz.c_str(), 1) : unsetenv("TZ");
-        tzset();
-    }
-
-private:
-    std::string m_oldTz;
-    bool m_hadTz = false;
 };
 
 TEST_P(DateText, Formats) {

@@ -81,16 +81,10 @@ pid=$!
 wid=$(wait_window "Tessaron - $set_file" 600) || fail "no window 'Tessaron - $set_file'"
 sleep 1 # let it paint
 xwd -root -silent >"$shot" || fail "no screenshot"
-# A painted window has many colours; an empty screen has one.
-python3 - "$shot" <<'PY' || fail "the screenshot shows no painted window"
-import struct, sys
-data = open(sys.argv[1], "rb").read()
-header_size, = struct.unpack(">I", data[:4])
-ncolors = struct.unpack(">25I", data[:100])[19]
-pixels = data[header_size + 12 * ncolors:]
-colours = {pixels[i:i + 4] for i in range(0, len(pixels), 4 * 7)}
-sys.exit(0 if len(colours) > 20 else 1)
-PY
+# A painted window has many colours, an empty screen one (xwd: header, colour map, pixels).
+python3 -c 'import struct, sys; d = open(sys.argv[1], "rb").read(); f = struct.unpack(">25I", d[:100])
+sys.exit(len({d[i:i + 4] for i in range(f[0] + 12 * f[19], len(d), 28)}) <= 20)' "$shot" ||
+    fail "the screenshot shows no painted window"
 key_and_wait_end "$wid" ctrl+q
 grep -q '^\[Software\\VELQO\\Tessaron\\Window\]' "$work/config/tessaron/settings.ini" ||
     fail "the window did not save its placement on closing"

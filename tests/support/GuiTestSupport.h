@@ -60,23 +60,19 @@ private:
     gui::FileDialogHandler m_oldDialog;
 };
 
-// Hooks that count how often each was called; a run returns 0.
+// Hooks that count how often they were called; a run returns 0.
 struct CountingHooks {
-    int Runs = 0;
+    int Runs = 0, MenuWindows = 0;
     bool LastUnloadOnExit = true;
-    int EmailSetups = 0, Contents = 0, Abouts = 0;
 
     gui::MainWindowHooks Hooks() {
-        gui::MainWindowHooks h;
-        h.StartRun = [this](QWidget*, clsSetup&, bool unloadOnExit) {
-            ++Runs;
-            LastUnloadOnExit = unloadOnExit;
-            return 0;
-        };
-        h.EmailSetup = [this](QWidget*) { ++EmailSetups; };
-        h.Contents = [this](QWidget*) { ++Contents; };
-        h.About = [this](QWidget*) { ++Abouts; };
-        return h;
+        const gui::MenuHook menu = [this](QWidget*) { ++MenuWindows; };
+        return {[this](QWidget*, clsSetup&, bool unloadOnExit) {
+                    ++Runs;
+                    LastUnloadOnExit = unloadOnExit;
+                    return 0;
+                },
+                menu, menu, menu};
     }
 };
 
