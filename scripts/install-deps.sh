@@ -15,7 +15,7 @@ packages=(
     python3                 # runs the benchmark harness (bench/run)
     qt6-base-dev            # the window front end (Qt 6 Widgets)
     xvfb xauth xdotool      # the window's system test and screenshots under a virtual display
-    imagemagick             # `import`: the window system test's screenshot
+    x11-apps                # xwd: the window system test's screenshot
     dpkg-dev file           # the Debian package: dpkg-shlibdeps finds its library dependencies
     desktop-file-utils      # desktop-file-validate checks the menu entries
     librsvg2-bin            # rsvg-convert renders the icon (scripts/make-icons.sh)

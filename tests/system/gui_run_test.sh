@@ -5,12 +5,12 @@
 # Two runs of a set that clears its target (so the run waits at the "Clear Target"
 # question): answered Yes with the keyboard (status 0, files copied), and ended by
 # SIGTERM while the question is open (status 2, nothing cleared). A screenshot of the
-# first run's window is kept in ARTIFACT_DIR. Exit 77 (skipped) without xvfb-run, xdotool
-# or import.
+# first run's window (run-window.xwd) is kept in ARTIFACT_DIR. Exit 77 (skipped) without
+# xvfb-run, xdotool or xwd.
 set -uo pipefail
 exe=$1
 artifacts=$2
-for tool in xvfb-run xdotool import; do
+for tool in xvfb-run xdotool xwd; do
     if ! command -v "$tool" >/dev/null; then
         echo "SKIP: $tool is not installed (scripts/install-deps.sh installs it)"
         exit 77
@@ -59,7 +59,7 @@ finish_run() {
 }
 
 start_run
-import -window root "$artifacts/run-window.png" || fail "no screenshot"
+xwd -root -silent -out "$artifacts/run-window.xwd" || fail "no screenshot"
 xdotool windowfocus --sync "$question" key Return
 finish_run
 [[ $status -eq 0 ]] || fail "answered Yes: exit status $status, expected 0; $(cat "$work/out.txt")"

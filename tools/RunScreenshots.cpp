@@ -2,8 +2,7 @@
 // finished run with verification, Email Setup and About. The runs are real backups of a
 // small generated tree; the run in progress is slowed down so that its clock, rate and
 // bars show what a user sees on a longer run.
-//   tessaron_screenshots OUTPUT_FOLDER
-#include "TempTree.h"
+//   tessaron_run_screenshots OUTPUT_FOLDER   (scripts/screenshots.sh)
 #include "WindowApp.h"
 #include "frmAbout.h"
 #include "frmBackup.h"
@@ -15,12 +14,15 @@
 #include <QApplication>
 #include <QDir>
 #include <QPixmap>
+#include <QTemporaryDir>
 
+#include <filesystem>
+#include <fstream>
 #include <iostream>
+#include <random>
 #include <thread>
 
 using namespace tessaron;
-using test::TempTree;
 
 namespace {
 
@@ -53,7 +55,30 @@ private:
     bool m_due = false;
 };
 
-void MakeTree(const TempTree& tree) {
+// A sample folder below a temporary root: folders and files are made on demand.
+class Sample {
+public:
+    bool Ok() const { return m_dir.isValid(); }
+    std::string Path(const std::string& rel) const {
+        return m_dir.path().toStdString() + "/" + rel;
+    }
+    void Write(const std::string& rel, std::size_t size, unsigned seed) const {
+        const std::filesystem::path p = Path(rel);
+        std::filesystem::create_directories(p.parent_path());
+        std::string data(size, '\0');
+        std::mt19937 gen(seed);
+        for (char& c : data) {
+            c = static_cast<char>(gen());
+        }
+        std::ofstream(p, std::ios::binary) << data;
+    }
+    void MakeDir(const std::string& rel) const { std::filesystem::create_directories(Path(rel)); }
+
+private:
+    QTemporaryDir m_dir;
+};
+
+void MakeTree(const Sample& tree) {
     const char* folders[] = {"Letters", "Photos/2024", "Photos/2025", "Projects/garden",
                              "Accounts"};
     int n = 0;
@@ -62,13 +87,13 @@ void MakeTree(const TempTree& tree) {
             const std::size_t size = (n % 5 == 0) ? 3'000'000 : 20'000 + 3'000 * n;
             tree.Write(std::string("home/ann/Documents/") + folder + "/file" + std::to_string(i) +
                            (n % 3 ? ".odt" : ".jpg"),
-                       test::Bytes(size, static_cast<unsigned>(n)));
+                       size, static_cast<unsigned>(n));
         }
     }
     tree.MakeDir("media/usb/Backup");
 }
 
-void Run(const TempTree& tree, bool verify, int shootAt, const QString& file) {
+void Run(const Sample& tree, bool verify, int shootAt, const QString& file) {
     clsSetup setup;
     setup.Target = tree.Path("media/usb/Backup");
     setup.BackupType = "FULL";
@@ -92,13 +117,17 @@ void Run(const TempTree& tree, bool verify, int shootAt, const QString& file) {
 
 int main(int argc, char** argv) {
     if (argc != 2) {
-        std::cerr << "usage: tessaron_screenshots OUTPUT_FOLDER\n";
+        std::cerr << "usage: tessaron_run_screenshots OUTPUT_FOLDER\n";
         return 2;
     }
     QApplication app(argc, argv);
     gui::SetUpApplication();
     const QDir out(QString::fromLocal8Bit(argv[1]));
-    TempTree tree;
+    Sample tree;
+    if (!tree.Ok()) {
+        std::cerr << "cannot make a temporary folder\n";
+        return 1;
+    }
     MakeTree(tree);
     Run(tree, false, 45, out.filePath("run-in-progress.png"));
     Run(tree, true, 101, out.filePath("run-verified.png"));
