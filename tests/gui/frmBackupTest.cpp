@@ -1,9 +1,12 @@
 // The run window over real runs on temporary trees: what the user sees through the
 // phases, Cancel, the close box, Close, the hidden main window and the questions.
 #include "frmBackup.h"
+#include "frmMain.h"
+
 #include "LogListModel.h"
 #include "MessageBoxes.h"
 #include "TempTree.h"
+#include "mail/clsRegSettings.h"
 
 #include "setfile/clsSetup.h"
 
@@ -305,6 +308,35 @@ TEST(RunWindowLog, AppendsWidensAndSelects) {
     window.AddLine("last");
     shown();
     EXPECT_EQ(list->currentIndex().row(), 2);
+}
+
+// Start in the main window runs the set in the run window with the main window out of
+// sight; closing the finished run window brings the main window back.
+TEST(RunWindowFromMainWindow, StartRunsAndCloseBringsTheMainWindowBack) {
+    TempTree tree;
+    tree.Write("src/a.txt", "a");
+    tree.MakeDir("dst");
+    tree.Write("daily.set", "Target = \"" + tree.Path("dst") +
+                                "\"\r\nBackupType = FULL\r\nSelections = \"" + tree.Path("src") +
+                                "\"\r\n");
+    setenv("TESSARON_LOG_DIR", tree.Path("logs").c_str(), 1);
+    clsRegSettings settings;
+    settings.SettingsFile(HKeyCurrentUser, tree.Path("settings.ini"));
+    frmMain mainWindow(settings);
+    ASSERT_TRUE(mainWindow.LoadSetup(tree.Path("daily.set")));
+    mainWindow.show();
+
+    mainWindow.findChild<QPushButton*>("cmdStart")->click();
+
+    auto* run = mainWindow.findChild<frmBackup*>();
+    ASSERT_NE(run, nullptr);
+    EXPECT_EQ(run->findChild<QLabel*>("lblResult")->text(), "Backup Complete");
+    EXPECT_TRUE(run->isVisible());
+    EXPECT_FALSE(mainWindow.isVisible());
+    EXPECT_EQ(tree.Read("dst" + tree.Path("src/a.txt")), "a");
+    run->findChild<QPushButton*>("cmdCancel")->click();
+    EXPECT_TRUE(mainWindow.isVisible());
+    unsetenv("TESSARON_LOG_DIR");
 }
 
 } // namespace
