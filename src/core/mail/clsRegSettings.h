@@ -7,8 +7,10 @@
 // file, then rename), so a value saved by one process is read by the next.
 // A damaged file is read as far as it makes sense: lines outside a well-formed section,
 // lines without "=", and lines longer than 64 KiB are skipped; a rewrite drops them.
-// No member throws; reads fall back to the default, writes return false and keep the
-// reason in LastError().
+// Only a regular file of at most 1 MiB is read; anything else in its place (a folder, a
+// FIFO, a device) is left alone and never waited on.
+// No member throws; reads fall back to the default, writes return false. Every member
+// sets LastError() to the reason of its failure, or empties it.
 
 #include <cstdint>
 #include <string>
@@ -66,6 +68,8 @@ public:
     // Points a root at another file (tests, portable installs); "" restores the default.
     void SettingsFile(std::uint32_t root, const std::string& path);
 
+    // Why the last member failed: "clsRegSettings.GetSetting() - Error (code) text",
+    // with the file's path for a file that could not be read; empty after a success.
     const std::string& LastError() const { return lastError_; }
 
 private:
