@@ -8,6 +8,7 @@
 #include "Terminal.h"
 
 #include "engine/BackupEngine.h"
+#include "platform/UserLocale.h"
 #include "setfile/clsSetup.h"
 
 #include <cstdlib>
@@ -76,6 +77,7 @@ int RunBackup(clsSetup& setup) {
 } // namespace
 
 int main(int argc, char** argv) {
+    UseUserLocale(); // log dates and grouped numbers in the user's conventions
     std::vector<std::string> args(argv + (argc > 0 ? 1 : 0), argv + argc);
     std::string text = JoinArguments(args);
     if (WantsHelp(text)) {
