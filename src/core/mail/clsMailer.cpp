@@ -67,8 +67,9 @@ void AppendDataLine(std::string& out, std::string_view line, bool ended) {
     } while (!line.empty());
 }
 
-// A server's reply as the end of one log line.
-std::string ReplyForLog(std::string_view reply) {
+// Outside text as the end of one log line: a trailing line break dropped, control
+// characters shown escaped, at most kMaxReplyShown characters.
+std::string OneLine(std::string_view reply) {
     static constexpr char kHex[] = "0123456789ABCDEF";
     while (!reply.empty() && (reply.back() == '\n' || reply.back() == '\r'))
         reply.remove_suffix(1);
@@ -238,7 +239,7 @@ bool clsMailer::Send_Email_Worker(const std::string& sender, const std::string& 
     for (const auto& [text, step] : steps) {
         socket_->SendData(text + kCrLf);
         if (!Winsock_WaitFor(step.Code)) {
-            host_.AddLogLine(step.Failure + ReplyForLog(replyBuffer_), true);
+            host_.AddLogLine(step.Failure + OneLine(replyBuffer_), true);
             return false;
         }
     }
@@ -289,7 +290,7 @@ void clsMailer::Winsock1_DataArrival(long /*bytesTotal*/) {
 
 void clsMailer::Winsock1_Error(int /*number*/, const std::string& description) {
     socketFailed_ = true;
-    host_.AddLogLine("Unable to send Email - Error: " + description, true);
+    host_.AddLogLine("Unable to send Email - Error: " + OneLine(description), true);
     socket_->Close();
 }
 
