@@ -1,5 +1,6 @@
 #include "FakeSmtpServer.h"
 #include "MailTestSupport.h"
+#include "mail/MailSocket.h"
 #include "mail/clsMailer.h"
 
 #include <gtest/gtest.h>
@@ -287,6 +288,32 @@ INSTANTIATE_TEST_SUITE_P(
                       Smuggled{"Recipient", kFrom, "b@x\nDATA", "Done", "recipient address"},
                       Smuggled{"Subject", kFrom, kTo, "Done\r\nBcc: evil@x", "subject"}),
     [](const auto& p) { return std::string(p.param.Name); });
+
+// A socket whose connection fails with a system text that ends in a line break, as the
+// texts of some systems do.
+class FailingSocket : public IMailSocket {
+public:
+    void Connect(const std::string&, int) override {}
+    void SendData(const std::string&) override {}
+    std::string GetData() override { return {}; }
+    void Close() override {}
+    std::vector<Event> Poll(int) override {
+        Event e;
+        e.Description = "No connection could be made\r\n";
+        return {e};
+    }
+};
+
+TEST(Mailer, SocketErrorTextStaysOnOneLogLine) {
+    test::TempTree dir;
+    clsRegSettings settings;
+    settings.SettingsFile(HKeyCurrentUser, dir.Path("settings.ini"));
+    test::RecordingHost host;
+    clsMailer(host, settings, std::make_unique<FailingSocket>()).Send_Email(kTo, "Done", kBody);
+    EXPECT_EQ(host.Lines,
+              (std::vector<std::string>{"Unable to send Email - Error: No connection could be made",
+                                        "Unable to send email - Unable to connect to "}));
+}
 
 TEST(Mailer, PortComesFromTheSettingsWhenItIsAValidNumber) {
     const std::pair<std::string, int> cases[]{{"", 25},      {"2525", 2525}, {"0", 25},
