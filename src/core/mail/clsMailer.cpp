@@ -3,7 +3,6 @@
 #include "mail/MailSocket.h"
 #include "mail/TimeZone.h"
 
-#include <algorithm>
 #include <array>
 #include <string_view>
 
