@@ -4,12 +4,16 @@
 #   make asan    the core tests under AddressSanitizer and UndefinedBehaviorSanitizer
 #   make fuzz    every fuzz target for a minute (fuzz-smoke: 10 seconds each), built with
 #                clang, libFuzzer, AddressSanitizer and UndefinedBehaviorSanitizer
+#   make windows        cross-builds the Windows program and tests (MinGW-w64)
+#   make check-windows  runs the Windows tests under Wine, headless
 BUILD ?= build
 FUZZ_BUILD ?= build-fuzz
+WINBUILD ?= build-windows
 JOBS ?= $(shell nproc)
 CMAKE_FLAGS ?=
 
-.PHONY: deps build check demo asan fuzz-build fuzz fuzz-smoke format clean
+.PHONY: deps build check demo asan fuzz-build fuzz fuzz-smoke format clean deps-windows windows \
+	check-windows
 
 deps:
 	@scripts/install-deps.sh
@@ -40,8 +44,19 @@ fuzz: fuzz-build
 fuzz-smoke: fuzz-build
 	fuzz/run $(FUZZ_BUILD) 10
 
+deps-windows:
+	@scripts/install-deps.sh --windows
+
+windows: deps-windows
+	cmake -S . -B $(WINBUILD) -DCMAKE_TOOLCHAIN_FILE=cmake/MinGW64.toolchain.cmake \
+	    -DTESSARON_WERROR=ON $(CMAKE_FLAGS)
+	cmake --build $(WINBUILD) -j $(JOBS)
+
+check-windows: windows
+	scripts/check-windows.sh $(WINBUILD) $(JOBS)
+
 format:
 	clang-format -i $$(git ls-files '*.cpp' '*.h')
 
 clean:
-	rm -rf $(BUILD) $(BUILD)-asan $(FUZZ_BUILD)
+	rm -rf $(BUILD) $(BUILD)-asan $(FUZZ_BUILD) $(WINBUILD)

@@ -1,6 +1,8 @@
 #!/usr/bin/env bash
 # Installs the Debian packages that building and testing Tessaron need, when missing.
 # Runs apt-get as root, or through sudo otherwise. Safe to run again.
+#   scripts/install-deps.sh            what the Linux build and its tests need
+#   scripts/install-deps.sh --windows  what the Windows cross build and its tests need
 set -euo pipefail
 
 packages=(
@@ -13,7 +15,17 @@ packages=(
     python3                 # runs the benchmark harness (bench/run)
     clang-14 libfuzzer-14-dev   # the fuzz targets (make fuzz, make fuzz-smoke)
     locales                 # de_DE.UTF-8 for the tests of dates and numbers in the user's locale
+    qt6-base-dev            # the window front end (Qt 6 Widgets)
+    xvfb xauth xdotool      # the window's system test and screenshots under a virtual display
 )
+if [[ ${1:-} == --windows ]]; then
+    packages=(
+        cmake make
+        g++-mingw-w64-x86-64-posix  # the Windows cross compiler (posix threads: std::mutex)
+        googletest                  # GoogleTest sources, built with the cross compiler
+        wine wine64                 # runs the Windows tests
+    )
+fi
 
 missing=()
 for p in "${packages[@]}"; do
@@ -33,7 +45,7 @@ if ((${#missing[@]} > 0)); then
 fi
 
 # A German locale for the locale tests (they skip, saying so, when it is missing).
-if ! locale -a 2>/dev/null | grep -qi '^de_DE\.utf-\?8$'; then
+if [[ ${1:-} != --windows ]] && ! locale -a 2>/dev/null | grep -qi '^de_DE\.utf-\?8$'; then
     echo "Generating the locale de_DE.UTF-8"
     $SUDO localedef -i de_DE -c -f UTF-8 -A /usr/share/locale/locale.alias de_DE.UTF-8 ||
         echo "warning: de_DE.UTF-8 could not be generated; the locale tests will be skipped" >&2

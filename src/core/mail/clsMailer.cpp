@@ -188,11 +188,12 @@ void clsMailer::Send_Email(const std::string& recipient, const std::string& subj
                            const std::string& body) {
     try {
         const std::string server = settings_.GetSetting(kSection, "SMTPServer", "");
-        const std::string from = settings_.GetSetting(kSection, "EmailFrom", "");
-        if (!settings_.LastError().empty()) {
+        // Without a server, say why the settings gave none (e.g. no regular file there).
+        if (server.empty() && !settings_.LastError().empty()) {
             host_.AddLogLine("Unable to send email - " + settings_.LastError(), true);
             return;
         }
+        const std::string from = settings_.GetSetting(kSection, "EmailFrom", "");
         if (RefuseUnsafe(from, recipient, subject))
             return;
         const std::string message =

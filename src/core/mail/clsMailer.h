@@ -55,8 +55,9 @@ public:
 
     // Builds the message, connects, runs the dialogue and closes. All outcomes go to
     // the log. A sender or recipient holding a carriage return or line feed (or a
-    // subject holding one), or a settings file that cannot be read, is refused with a
-    // log line before any connection is made. A connection that fails (refused, name not found)
+    // subject holding one), or a server the settings cannot give (LastError of the
+    // settings store is logged), is refused with a log line before any connection is
+    // made. A connection that fails (refused, name not found)
     // logs the socket's error line and "Unable to send email - Unable to connect to " + server at
     // once.
     void Send_Email(const std::string& recipient, const std::string& subject,

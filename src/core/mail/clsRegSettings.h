@@ -1,16 +1,15 @@
 #pragma once
 // clsRegSettings: a small string-only settings store addressed by section and key, laid
 // out like the registry (a root, key paths below "Software\Company\AppName").
-// On POSIX every root is an INI-style text file: sections are full key paths below the
-// root ("[Software\VELQO\Tessaron\Settings]"), lines are "name=value", the unnamed
-// default value is written "@". Every write rewrites the file atomically (temporary
-// file, then rename), so a value saved by one process is read by the next.
-// A damaged file is read as far as it makes sense: lines outside a well-formed section,
-// lines without "=", and lines longer than 64 KiB are skipped; a rewrite drops them.
-// Only a regular file of at most 1 MiB is read; anything else in its place (a folder, a
-// FIFO, a device) is left alone and never waited on.
-// No member throws; reads fall back to the default, writes return false. Every member
-// sets LastError() to the reason of its failure, or empties it.
+// On Windows the store is the registry. On POSIX every root is an INI-style text file: sections are
+// full key paths below the root ("[Software\VELQO\Tessaron\Settings]"), lines are "name=value", the
+// unnamed default value is written "@". Every write rewrites the file atomically (temporary file,
+// then rename), so a value saved by one process is read by the next. A damaged file is read as far
+// as it makes sense: lines outside a well-formed section, lines without "=", and lines longer than
+// 64 KiB are skipped; a rewrite drops them. Only a regular file of at most 1 MiB is read; anything
+// else in its place (a folder, a FIFO, a device) is left alone and never waited on. No member
+// throws; reads fall back to the default, writes return false. Every member sets LastError() to the
+// reason of its failure, or empties it.
 
 #include <cstdint>
 #include <string>
@@ -64,8 +63,12 @@ public:
     // ${XDG_CONFIG_HOME:-~/.config}/tessaron/settings.ini (XDG_CONFIG_HOME read at each
     // access), for HKeyLocalMachine /etc/tessaron/settings.ini; or the file given to
     // SettingsFile(root, path).
+    // On Windows the store is the registry itself (REG_SZ values, "*" the key's default
+    // value): this names the root ("HKEY_CURRENT_USER"), or the stand-in key below.
     std::string SettingsFile() const;
     // Points a root at another file (tests, portable installs); "" restores the default.
+    // On Windows a non-empty path is a key path below HKEY_CURRENT_USER that stands in
+    // for the root.
     void SettingsFile(std::uint32_t root, const std::string& path);
 
     // Why the last member failed: "clsRegSettings.GetSetting() - Error (code) text",

@@ -14,10 +14,10 @@ namespace tessaron {
 struct FileInfo {
     bool Exists = false;
     FileKind Kind = FileKind::None;
-    long long Size = 0;    // bytes (a link: the length of its target text)
-    std::timespec MTime{}; // modification time, full precision
-    std::timespec ATime{}; // last access time, full precision
-    unsigned Mode = 0;     // permission bits (07777)
+    long long Size = 0; // bytes (a link: the length of its target text)
+    timespec MTime{};   // modification time, full precision
+    timespec ATime{};   // last access time, full precision
+    unsigned Mode = 0;  // permission bits (07777)
     unsigned Uid = 0;
     unsigned Gid = 0;
 };

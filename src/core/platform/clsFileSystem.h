@@ -90,7 +90,7 @@ public:
 
     // Sets access and modification times with full precision; a link's own times are
     // set (never its target's).
-    bool SetTimes(const std::string& path, const std::timespec& atime, const std::timespec& mtime);
+    bool SetTimes(const std::string& path, const timespec& atime, const timespec& mtime);
     // Sets the permission bits (07777). Not for links.
     bool SetMode(const std::string& path, unsigned mode);
     // Sets owner and group (a link's own) when running as root; as any other user it does
@@ -155,6 +155,12 @@ public:
 
 private:
     bool Fail(const char* member, int code);
+    // path without one trailing separator, unless it is a root ("/", "C:\").
+    static std::string WithoutTrailingSeparator(const std::string& path);
+    // The entry names of the directory path (not a link), other than "." and "..",
+    // sorted by byte order; false (code set) when it cannot be read.
+    static bool ListFolderNames(const std::string& path, std::vector<std::string>& names,
+                                int& code);
     bool CleanDirectory(int dirfd);
     bool RemoveAt(int dirfd, const std::string& name);
     bool WaitUntilGone(const std::string& path);

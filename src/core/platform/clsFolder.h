@@ -30,10 +30,10 @@ public:
     // open too, so that a caller can tell which folder it last asked for.
     bool Open(const std::string& path);
     void Close();
-    bool IsOpen() const { return m_fd >= 0; }
+    bool IsOpen() const { return m_fd != -1; }
     // The path given to the last Open ("" after Close).
     const std::string& Path() const { return m_path; }
-    int Handle() const { return m_fd; }
+    NativeHandle Handle() const { return m_fd; }
 
     // One lstat of the entry name (no "/" in it) inside the folder. A missing entry is
     // not a failure: true with out.Exists false. False only when it cannot be examined.
@@ -53,7 +53,7 @@ public:
     void FirstFileGot(unsigned uid, unsigned gid, bool modeAsPredicted);
 
 private:
-    int m_fd = -1;
+    NativeHandle m_fd = -1;
     std::string m_path;
     unsigned m_newUid = 0;
     unsigned m_newGid = 0;

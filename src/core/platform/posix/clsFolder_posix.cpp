@@ -37,10 +37,6 @@ bool HasDefaultAcl(const std::string& path) {
 
 } // namespace
 
-clsFolder::~clsFolder() {
-    Close();
-}
-
 void clsFolder::Close() {
     if (m_fd >= 0) {
         ::close(m_fd);
@@ -87,13 +83,6 @@ bool clsFolder::GetInfo(const std::string& name, FileInfo& out) {
     }
     posix::InfoFromStat(st, out);
     return true;
-}
-
-void clsFolder::FirstFileGot(unsigned uid, unsigned gid, bool modeAsPredicted) {
-    m_checked = true;
-    m_newUid = uid;
-    m_newGid = gid;
-    m_modePredictable = m_modePredictable && modeAsPredicted;
 }
 
 } // namespace tessaron
