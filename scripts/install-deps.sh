@@ -17,6 +17,7 @@ packages=(
     locales                 # de_DE.UTF-8 for the tests of dates and numbers in the user's locale
     qt6-base-dev            # the window front end (Qt 6 Widgets)
     xvfb xauth xdotool      # the window's system test and screenshots under a virtual display
+    x11-apps                # xwd: the window system test's screenshot
 )
 if [[ ${1:-} == --windows ]]; then
     packages=(
