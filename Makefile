@@ -3,14 +3,18 @@
 #   make demo    installs what is missing, builds, backs up a sample tree
 #   make asan    the core tests under AddressSanitizer and UndefinedBehaviorSanitizer
 #   make deb     the Debian package (build/tessaron_*.deb), checked by scripts/check-deb.sh
+#   make fuzz    every fuzz target for a minute (fuzz-smoke: 10 seconds each), built with
+#                clang, libFuzzer, AddressSanitizer and UndefinedBehaviorSanitizer
 #   make windows        cross-builds the Windows program and tests (MinGW-w64)
 #   make check-windows  runs the Windows tests under Wine, headless
 BUILD ?= build
+FUZZ_BUILD ?= build-fuzz
 WINBUILD ?= build-windows
 JOBS ?= $(shell nproc)
 CMAKE_FLAGS ?=
 
-.PHONY: deps build check demo asan deb package format clean deps-windows windows check-windows
+.PHONY: deps build check demo asan deb package fuzz-build fuzz fuzz-smoke format clean \
+	deps-windows windows check-windows
 
 deps:
 	@scripts/install-deps.sh
@@ -36,6 +40,17 @@ deb: build
 
 package: deb
 
+fuzz-build: deps
+	cmake -S . -B $(FUZZ_BUILD) -DCMAKE_CXX_COMPILER=clang++-14 -DTESSARON_FUZZ=ON \
+		-DTESSARON_SANITIZE=ON -DTESSARON_WERROR=ON -DTESSARON_TESTS=OFF -DTESSARON_GUI=OFF
+	cmake --build $(FUZZ_BUILD) -j $(JOBS) --target tessaron_fuzzers
+
+fuzz: fuzz-build
+	fuzz/run $(FUZZ_BUILD) 60
+
+fuzz-smoke: fuzz-build
+	fuzz/run $(FUZZ_BUILD) 10
+
 deps-windows:
 	@scripts/install-deps.sh --windows
 
@@ -51,4 +66,4 @@ format:
 	clang-format -i $$(git ls-files '*.cpp' '*.h')
 
 clean:
-	rm -rf $(BUILD) $(BUILD)-asan $(WINBUILD)
+	rm -rf $(BUILD) $(BUILD)-asan $(FUZZ_BUILD) $(WINBUILD)

@@ -10,6 +10,7 @@
 #include "frmMain.h"
 
 #include "mail/clsRegSettings.h"
+#include "platform/UserLocale.h"
 
 #include <QApplication>
 #include <QTimer>
@@ -66,6 +67,7 @@ int RunMainWindow(char* programName, const std::string& commandLine) {
     int qtArgc = 1;
     char* qtArgv[] = {programName, nullptr};
     QApplication app(qtArgc, qtArgv);
+    UseUserLocale(); // Qt took the whole locale from the environment; numbers parse as in C
     gui::SetUpApplication();
     clsRegSettings settings;
     gui::frmMain window(settings);
