@@ -93,7 +93,7 @@ long long clsBinaryFile::BufferCopy(clsBinaryFile& dest, long long count, void* 
     return moved;
 }
 
-bool clsBinaryFile::GetTimes(std::timespec& atime, std::timespec& mtime) {
+bool clsBinaryFile::GetTimes(timespec& atime, timespec& mtime) {
     struct stat st {};
     if (m_fd < 0) {
         return Fail(EBADF);
@@ -106,7 +106,7 @@ bool clsBinaryFile::GetTimes(std::timespec& atime, std::timespec& mtime) {
     return true;
 }
 
-bool clsBinaryFile::SetTimes(const std::timespec& atime, const std::timespec& mtime) {
+bool clsBinaryFile::SetTimes(const timespec& atime, const timespec& mtime) {
     if (m_fd < 0) {
         return Fail(EBADF);
     }
@@ -116,8 +116,8 @@ bool clsBinaryFile::SetTimes(const std::timespec& atime, const std::timespec& mt
 
 bool clsBinaryFile::GetFileDates(DateTime& created, DateTime& accessed, DateTime& written) {
     created = accessed = written = DateTime{};
-    std::timespec atime{};
-    std::timespec mtime{};
+    timespec atime{};
+    timespec mtime{};
     if (!GetTimes(atime, mtime)) {
         return false;
     }

@@ -31,7 +31,8 @@ int CopyContent(clsBinaryFile& source, clsBinaryFile& dest) {
 bool clsFileSystem::Copy(const std::string& path1, const std::string& path2, bool DeleteExisting) {
     // A failed system call leaves only the system's text, as callers show it as it is.
     auto fail = [this](int code) {
-        LastError = GetErrorMessage(code);
+        LastErrorInfo = SysError::FromCode(code);
+        LastError = LastErrorInfo.Text();
         return false;
     };
     clsBinaryFile source;
@@ -51,13 +52,15 @@ bool clsFileSystem::Copy(const std::string& path1, const std::string& path2, boo
         return fail(dest.LastErrorCode);
     }
     int code = CopyContent(source, dest);
-    std::timespec atime{};
-    std::timespec mtime{};
+    timespec atime{};
+    timespec mtime{};
     if (code == 0 && !(source.GetTimes(atime, mtime) && dest.SetTimes(atime, mtime) &&
                        dest.SetMode(st.st_mode & 07777))) {
         code = dest.LastErrorCode != 0 ? dest.LastErrorCode : source.LastErrorCode;
     }
-    dest.CloseFile();
+    if (!dest.CloseFile() && code == 0) {
+        code = dest.LastErrorCode;
+    }
     if (code != 0) {
         ::unlink(path2.c_str());
         return fail(code);
@@ -65,8 +68,8 @@ bool clsFileSystem::Copy(const std::string& path1, const std::string& path2, boo
     return true;
 }
 
-bool clsFileSystem::SetTimes(const std::string& path, const std::timespec& atime,
-                             const std::timespec& mtime) {
+bool clsFileSystem::SetTimes(const std::string& path, const timespec& atime,
+                             const timespec& mtime) {
     struct timespec ts[2] = {atime, mtime};
     return ::utimensat(AT_FDCWD, path.c_str(), ts, AT_SYMLINK_NOFOLLOW) == 0 ||
            Fail("SetTimes", errno);
