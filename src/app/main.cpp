@@ -1,6 +1,7 @@
 // tessaron: reads the command line, loads the backup set it names and runs it in the
 // console. Exit status of a /RUN: 0 "Backup Complete", 1 "Error During Backup",
-// 2 "Backup Cancelled", 3 nothing was run.
+// 2 "Backup Cancelled", 3 nothing was run (the set could not be loaded, or it has nothing
+// that could be copied).
 
 #include "CommandLine.h"
 #include "ConsoleView.h"
@@ -8,6 +9,7 @@
 #include "Terminal.h"
 
 #include "engine/BackupEngine.h"
+#include "engine/RunChecks.h"
 #include "setfile/clsSetup.h"
 
 #include <cstdlib>
@@ -39,7 +41,7 @@ const char* const kUsage =
     "\n"
     "Switches may be written in any case and come in any order; the last /RUN or\n"
     "/LOAD decides. Exit status of /RUN: 0 Backup Complete, 1 Error During Backup,\n"
-    "2 Backup Cancelled, 3 nothing was run.\n"
+    "2 Backup Cancelled, 3 nothing was run (no set loaded, or nothing to copy).\n"
     "Environment: TESSARON_LOG_DIR names the folder for the run logs (default: Log\n"
     "beside the program, else ~/.local/state/tessaron/Log).\n";
 
@@ -54,6 +56,11 @@ ConsoleOptions DetectConsole() {
 }
 
 int RunBackup(clsSetup& setup) {
+    // A run with nothing it could copy must never end "Backup Complete".
+    if (const std::string reason = NothingToRunReason(setup); !reason.empty()) {
+        std::cerr << reason << std::endl;
+        return kNothingRun;
+    }
     ConsoleView view(std::cout, std::cerr, std::cin, DetectConsole());
     BackupEngine engine(view);
     view.WatchInterrupt(InterruptRequested, [&engine] { engine.Cancel(); });

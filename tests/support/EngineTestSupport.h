@@ -24,6 +24,8 @@ namespace tessaron::test {
 class ScriptedView : public IBackupView {
 public:
     std::vector<std::string> lines; // on-screen log without time stamps, appends applied
+    std::vector<std::string> warnings;
+    std::string reason; // LastAnswerReason: empty as if a person answered
     std::function<void()> onYield;
 
     void AddLine(const std::string& line) override {
@@ -49,6 +51,8 @@ public:
         }
     }
     void Finished(bool) override {}
+    std::string LastAnswerReason() const override { return reason; }
+    void ShowWarning(const std::string& text) override { warnings.push_back(text); }
 
     bool Shows(const std::string& text) const {
         return std::find(lines.begin(), lines.end(), text) != lines.end();
@@ -56,6 +60,13 @@ public:
     bool ShowsStart(const std::string& start) const {
         return std::any_of(lines.begin(), lines.end(),
                            [&](const std::string& s) { return s.rfind(start, 0) == 0; });
+    }
+    std::string All() const {
+        std::string all;
+        for (const std::string& line : lines) {
+            all += line + "\n";
+        }
+        return all;
     }
 
 private:
