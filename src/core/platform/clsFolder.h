@@ -112,6 +112,7 @@ private:
     bool Adopt(int fd, const std::string& path);
 
     int m_fd = -1;
+    bool m_searchOnly = false;
     std::string m_path;
     unsigned m_newUid = 0;
     unsigned m_newGid = 0;

@@ -106,7 +106,8 @@ int OpenPath(const std::string& path, int flags, bool followLast, int& code) {
 }
 
 bool ListNamesAt(int fd, std::vector<std::string>& names, int& code) {
-    const int dup = ::openat(fd, ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    // A duplicate shares the position of fd: the listing starts from the beginning.
+    const int dup = ::fcntl(fd, F_DUPFD_CLOEXEC, 0);
     DIR* dir = dup < 0 ? nullptr : ::fdopendir(dup);
     if (dir == nullptr) {
         code = errno;
@@ -115,6 +116,7 @@ bool ListNamesAt(int fd, std::vector<std::string>& names, int& code) {
         }
         return false;
     }
+    ::rewinddir(dir);
     const bool ok = ReadNames(dir, names);
     code = errno;
     ::closedir(dir);

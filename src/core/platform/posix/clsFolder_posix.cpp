@@ -18,9 +18,10 @@ constexpr int kFolderFlags = O_RDONLY | O_DIRECTORY | O_NOCTTY;
 
 // A folder that may be searched but not read is still opened (its entries can be named);
 // listing it then fails with the reason.
-int OpenFolderPath(const std::string& path, bool followLast, int& code) {
+int OpenFolderPath(const std::string& path, bool followLast, int& code, bool& searchOnly) {
     int fd = posix::OpenPath(path, kFolderFlags, followLast, code);
-    if (fd < 0 && code == EACCES) {
+    searchOnly = fd < 0 && code == EACCES;
+    if (searchOnly) {
         fd = posix::OpenPath(path, O_PATH | O_DIRECTORY, followLast, code);
     }
     return fd;
@@ -77,9 +78,12 @@ bool clsFolder::Adopt(int fd, const std::string& path) {
 bool clsFolder::Open(const std::string& path, bool followLast) {
     Close();
     int code = 0;
-    const int fd = OpenFolderPath(path, followLast, code);
+    bool searchOnly = false;
+    const int fd = OpenFolderPath(path, followLast, code, searchOnly);
     LastErrorCode = fd < 0 ? code : LastErrorCode;
-    return Adopt(fd, path);
+    const bool ok = Adopt(fd, path);
+    m_searchOnly = searchOnly;
+    return ok;
 }
 
 bool clsFolder::Create(const std::string& path) {
@@ -106,17 +110,24 @@ bool clsFolder::OpenAt(const clsFolder& parent, const std::string& name) {
                                  : parent.m_path + '/' + name;
     int fd = RetryEintr(
         [&] { return ::openat(parent.m_fd, name.c_str(), kFolderFlags | O_NOFOLLOW | O_CLOEXEC); });
-    if (fd < 0 && errno == EACCES) {
+    const bool searchOnly = fd < 0 && errno == EACCES;
+    if (searchOnly) {
         fd = ::openat(parent.m_fd, name.c_str(), O_PATH | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
     }
     if (fd < 0) {
         Fail();
     }
-    return Adopt(fd, path);
+    const bool ok = Adopt(fd, path);
+    m_searchOnly = searchOnly;
+    return ok;
 }
 
 bool clsFolder::List(std::vector<clsFSItem>& items) {
     items.clear();
+    if (m_searchOnly) {
+        LastErrorCode = EACCES; // opened without the right to read its names
+        return false;
+    }
     std::vector<std::string> names;
     int code = 0;
     if (!posix::ListNamesAt(m_fd, names, code)) {
