@@ -8,6 +8,8 @@
 
 #include <gtest/gtest.h>
 
+#include <sys/stat.h>
+
 #include <algorithm>
 #include <cstdlib>
 #include <filesystem>
@@ -72,6 +74,31 @@ public:
 private:
     int bars[2] = {0, 0};
 };
+
+// Expects the tree at copy to hold what the tree at source holds: the same names, kinds,
+// file contents, link texts and permission bits.
+inline void ExpectSameTree(const fs::path& source, const fs::path& copy) {
+    std::vector<std::string> names, copies;
+    for (const auto& e : fs::recursive_directory_iterator(source)) {
+        names.push_back(fs::relative(e.path(), source).string());
+    }
+    for (const auto& e : fs::recursive_directory_iterator(copy)) {
+        copies.push_back(fs::relative(e.path(), copy).string());
+    }
+    std::sort(names.begin(), names.end());
+    std::sort(copies.begin(), copies.end());
+    ASSERT_EQ(names, copies);
+    for (const std::string& n : names) {
+        const fs::file_status a = fs::symlink_status(source / n), b = fs::symlink_status(copy / n);
+        EXPECT_EQ(a.type(), b.type()) << n;
+        EXPECT_EQ(a.permissions(), b.permissions()) << n;
+        if (a.type() == fs::file_type::symlink) {
+            EXPECT_EQ(fs::read_symlink(source / n), fs::read_symlink(copy / n)) << n;
+        } else if (a.type() == fs::file_type::regular) {
+            EXPECT_TRUE(ReadFile(source / n) == ReadFile(copy / n)) << n;
+        }
+    }
+}
 
 // A fresh tree per test: root/src (the selection), root/out (the target), root/log.
 class EngineTest : public ::testing::Test {

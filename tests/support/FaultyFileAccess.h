@@ -154,6 +154,9 @@ public:
                real.CreateFileAt(f, dir, n, like);
     }
     long long Read(clsBinaryFile& f, void* buf, std::size_t count) override {
+        if (onCall) {
+            onCall(Op::Read, paths[&f]);
+        }
         const long long n = Allowed(Op::Read, f, static_cast<long long>(count));
         return n <= 0 ? n : Moved(f, real.Read(f, buf, static_cast<std::size_t>(n)));
     }

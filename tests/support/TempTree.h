@@ -1,14 +1,19 @@
 #pragma once
 // The tests' one temporary folder and file helpers. A TempTree is removed when it goes
-// out of scope, with owner bits restored first so that read-only folders left by a test
-// cannot block the removal.
+// out of scope, one folder at a time with its owner's bits restored first, so that
+// read-only folders and trees deeper than the system's path limit left by a test go too.
 
 #include <cstdlib>
+#include <dirent.h>
+#include <fcntl.h>
 #include <filesystem>
 #include <fstream>
 #include <random>
 #include <sstream>
 #include <string>
+#include <sys/stat.h>
+#include <unistd.h>
+#include <vector>
 
 namespace tessaron::test {
 
@@ -37,6 +42,39 @@ inline std::string Bytes(std::size_t n, unsigned seed = 1) {
     return s;
 }
 
+// The status of p itself (a link is not followed); all zero when it cannot be read.
+inline struct stat Stat(const fs::path& p) {
+    struct stat st {};
+    ::lstat(p.c_str(), &st);
+    return st;
+}
+
+// Removes name inside the folder open as dirfd (AT_FDCWD: the working folder) with
+// everything below it, working inside open folders.
+inline void RemoveTreeAt(int dirfd, const char* name) {
+    if (::unlinkat(dirfd, name, 0) == 0) {
+        return;
+    }
+    // A folder without its owner's read or search bit gets them first.
+    ::fchmodat(dirfd, name, 0700, 0);
+    const int fd = ::openat(dirfd, name, O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
+    if (fd < 0) {
+        return;
+    }
+    DIR* dir = ::fdopendir(fd);
+    std::vector<std::string> names;
+    while (const dirent* e = ::readdir(dir)) {
+        if (std::string(e->d_name) != "." && std::string(e->d_name) != "..") {
+            names.emplace_back(e->d_name);
+        }
+    }
+    for (const std::string& n : names) {
+        RemoveTreeAt(::dirfd(dir), n.c_str());
+    }
+    ::closedir(dir);
+    ::unlinkat(dirfd, name, AT_REMOVEDIR);
+}
+
 class TempTree {
 public:
     explicit TempTree(const std::string& base = fs::temp_directory_path().string())
@@ -46,14 +84,9 @@ public:
         }
     }
     ~TempTree() {
-        std::error_code ec;
-        fs::permissions(m_root, fs::perms::owner_all, fs::perm_options::add, ec);
-        for (fs::recursive_directory_iterator it(m_root, ec), end; it != end; it.increment(ec)) {
-            if (!it->is_symlink(ec)) {
-                fs::permissions(it->path(), fs::perms::owner_all, fs::perm_options::add, ec);
-            }
+        if (!m_root.empty()) {
+            RemoveTreeAt(AT_FDCWD, m_root.c_str());
         }
-        fs::remove_all(m_root, ec);
     }
     TempTree(const TempTree&) = delete;
     TempTree& operator=(const TempTree&) = delete;
