@@ -32,28 +32,11 @@ void BackupEngine::CopyFile(const std::string& source, const std::string& target
         LogError("Unable to open", source, error);
         return;
     }
-    const clsPath parts(target, kStyle);
     CopyFolder folder;
-    folder.path = clsPath::WithoutTrailingSeparators(parts.Drive + parts.Directory, kStyle);
-    if (folder.path.empty()) {
-        folder.path = ".";
+    std::string name;
+    if (FolderOfCopy(target, true, folder, name)) {
+        ok = CopyEntry(Source{nullptr, name, source, info}, Dest{folder, name, target});
     }
-    const std::string name = parts.File();
-    const bool existed = m_fa->Exists(folder.path);
-    if (!existed) {
-        AddLogLine("Creating " + folder.path + PathSeparator(kStyle) + "...", false);
-    }
-    if (!m_fa->CreateFolder(folder.folder, folder.path)) {
-        AddLogLine("Unable to create target directory - " + folder.path + " " +
-                       folder.folder.Error().Line("clsFileSystem.CreateDirectory()"),
-                   true);
-        return;
-    }
-    if (!existed) {
-        AppendLogLine("Done", false);
-        folder.fresh = true;
-    }
-    ok = CopyEntry(Source{nullptr, name, source, info}, Dest{folder, name, target});
 }
 
 bool BackupEngine::CopyEntry(const Source& s, const Dest& d) {

@@ -189,6 +189,7 @@ private:
     // Target check (BackupTarget.cpp).
     bool HasRoot(const std::string& target) const;
     bool CheckDevice(const std::string& target);
+    bool WaitForMedium(const std::string& target);
     bool ConfirmClear(const std::string& target);
     bool ClearIsSafe(const std::string& target);
     MsgAnswer AskUser(const std::string& title, const std::string& text, MsgButtons buttons);
@@ -209,6 +210,7 @@ private:
 
     // Folders of the copy (BackupFolders.cpp).
     bool UseTarget(const std::string& target);
+    bool FolderOfCopy(const std::string& copy, bool make, CopyFolder& folder, std::string& name);
     bool OpenCopyChain(const std::string& sourcePath, std::size_t count, Level& level,
                        std::deque<Ancestor>& chain);
     bool StepInto(CopyFolder& parent, const std::string& name, CopyFolder& sub);
@@ -241,6 +243,7 @@ private:
 
     // Verification (BackupVerify.cpp).
     bool VerifyEntry(const Source& s, const Dest& d);
+    bool OpenBoth(const Source& s, const Dest& d, clsBinaryFile& src, clsBinaryFile& dst);
     bool OpenCopy(const Dest& d, clsBinaryFile& file, SysError& error);
     bool VerifyLink(const Source& s, const Dest& d);
     bool CompareBlocks(clsBinaryFile& src, clsBinaryFile& dst, const std::string& source,

@@ -52,6 +52,37 @@ bool BackupEngine::UseTarget(const std::string& target) {
     return true;
 }
 
+// The folder of the copy path copy, opened (with make: made when missing, one line
+// "Creating ...Done" in the log file) and the copy's name in it. False when it cannot be
+// made (logged); a folder that cannot be opened keeps the reason for the copy's own line.
+bool BackupEngine::FolderOfCopy(const std::string& copy, bool make, CopyFolder& folder,
+                                std::string& name) {
+    const clsPath parts(copy, kStyle);
+    name = parts.File();
+    folder.path = clsPath::WithoutTrailingSeparators(parts.Drive + parts.Directory, kStyle);
+    const std::string path = folder.path.empty() ? "." : folder.path;
+    if (!make) {
+        if (!m_fa->OpenFolder(folder.folder, path)) {
+            folder.error = folder.folder.Error();
+        }
+        return true;
+    }
+    folder.fresh = !m_fa->Exists(path);
+    if (folder.fresh) {
+        AddLogLine("Creating " + folder.path + PathSeparator(kStyle) + "...", false);
+    }
+    if (!m_fa->CreateFolder(folder.folder, path)) {
+        AddLogLine("Unable to create target directory - " + folder.path + " " +
+                       folder.folder.Error().Line(kCreateSource),
+                   true);
+        return false;
+    }
+    if (folder.fresh) {
+        AppendLogLine("Done", false);
+    }
+    return true;
+}
+
 // Opens (copy phase: makes) the folders of the copy for the first count names of
 // sourcePath below the target; the last is level's copy folder (the target itself for
 // count 0). The folders on the way stay open in chain, marked when this run made them.

@@ -62,11 +62,13 @@ bool BackupEngine::CheckDevice(const std::string& target) {
         AddLogLine("Unknown Target Device - " + target, true);
         return false;
     }
-    if (type != "REMOVABLE") {
-        return true;
-    }
-    // The target folder itself may not exist yet: the file system holding its nearest
-    // existing folder answers. A medium with no free space counts as not ready.
+    return type != "REMOVABLE" || WaitForMedium(target);
+}
+
+// A removable drive is ready once it has free space (a medium with none counts as not
+// ready). The target folder itself may not exist yet: the file system holding its
+// nearest existing folder answers.
+bool BackupEngine::WaitForMedium(const std::string& target) {
     while (m_fa->GetDriveFreeSpace(target) == 0) {
         const std::string title = "Drive Not Ready";
         const MsgAnswer answer = m_setup->Quiet

@@ -1,7 +1,6 @@
 // Verification: each copy read back from the medium beside its source and compared block
 // by block.
 #include "engine/BackupParts.h"
-#include "platform/clsPath.h"
 
 #include <cstring>
 
@@ -9,7 +8,6 @@ namespace tessaron {
 
 namespace {
 
-constexpr PathStyle kStyle = NativePathStyle();
 constexpr long long kAdviseSize = 1 << 20;
 
 } // namespace
@@ -24,13 +22,9 @@ void BackupEngine::VerifyFile(const std::string& source, const std::string& targ
         LogError("Unable to open", source, error);
         return;
     }
-    const clsPath parts(target, kStyle);
     CopyFolder folder;
-    folder.path = clsPath::WithoutTrailingSeparators(parts.Drive + parts.Directory, kStyle);
-    if (!m_fa->OpenFolder(folder.folder, folder.path.empty() ? "." : folder.path)) {
-        folder.error = folder.folder.Error();
-    }
-    const std::string name = parts.File();
+    std::string name;
+    FolderOfCopy(target, false, folder, name);
     ok = VerifyEntry(Source{nullptr, name, source, info}, Dest{folder, name, target});
 }
 
@@ -40,25 +34,11 @@ bool BackupEngine::VerifyEntry(const Source& s, const Dest& d) {
         return VerifyLink(s, d);
     }
     clsBinaryFile src;
-    if (!OpenSource(s, src)) {
-        LogError("Unable to open", s.path, src.Error());
-        return false;
-    }
     clsBinaryFile dst;
-    SysError error;
-    if (!OpenCopy(d, dst, error)) {
-        LogError("Unable to open", d.path, error);
-        m_fa->Close(src);
+    if (!OpenBoth(s, d, src, dst)) {
         return false;
     }
-    // The copies were put on the medium before this phase: what memory still holds of
-    // this one is dropped, so the comparison reads what the medium returns.
-    m_fa->DropCache(dst);
     const std::int64_t size = s.info.Size;
-    if (size >= kAdviseSize) {
-        m_fa->AdviseSequential(src);
-        m_fa->AdviseSequential(dst);
-    }
     clsProgress& p = *m_progress;
     p.CurrentSize = size;
     AddLogLine("Verifying " + s.path + " (" + std::to_string(size) + " Bytes)...", false);
@@ -72,6 +52,29 @@ bool BackupEngine::VerifyEntry(const Source& s, const Dest& d) {
         p.BytesSkipped += p.CurrentSize;
     }
     return same;
+}
+
+// Opens the source and its copy for reading. The copies were put on the medium before
+// this phase: what memory still holds of this one is dropped, so the comparison reads
+// what the medium returns.
+bool BackupEngine::OpenBoth(const Source& s, const Dest& d, clsBinaryFile& src,
+                            clsBinaryFile& dst) {
+    if (!OpenSource(s, src)) {
+        LogError("Unable to open", s.path, src.Error());
+        return false;
+    }
+    SysError error;
+    if (!OpenCopy(d, dst, error)) {
+        LogError("Unable to open", d.path, error);
+        m_fa->Close(src);
+        return false;
+    }
+    m_fa->DropCache(dst);
+    if (s.info.Size >= kAdviseSize) {
+        m_fa->AdviseSequential(src);
+        m_fa->AdviseSequential(dst);
+    }
+    return true;
 }
 
 bool BackupEngine::OpenCopy(const Dest& d, clsBinaryFile& file, SysError& error) {
