@@ -1,7 +1,6 @@
 // One file's copy: the incremental rule, the block loop (holes kept), metadata, and
 // putting the copy in place without ever destroying an older good one.
 #include "engine/BackupParts.h"
-#include "platform/clsPath.h"
 #include "setfile/clsSetup.h"
 
 #include <algorithm>
@@ -10,7 +9,6 @@ namespace tessaron {
 
 namespace {
 
-constexpr PathStyle kStyle = NativePathStyle();
 constexpr long long kPageSize = 4096;
 constexpr long long kCopyUnit = 64 * 1024;
 // Files from this size on are announced to the system as read from start to end; for
