@@ -2,11 +2,14 @@
 #   make check   installs what is missing, builds, runs every test
 #   make demo    installs what is missing, builds, backs up a sample tree
 #   make asan    the core tests under AddressSanitizer and UndefinedBehaviorSanitizer
+#   make windows        cross-builds the Windows program and tests (MinGW-w64)
+#   make check-windows  runs the Windows tests under Wine, headless
 BUILD ?= build
+WINBUILD ?= build-windows
 JOBS ?= $(shell nproc)
 CMAKE_FLAGS ?=
 
-.PHONY: deps build check demo asan format clean
+.PHONY: deps build check demo asan format clean deps-windows windows check-windows
 
 deps:
 	@scripts/install-deps.sh
@@ -26,8 +29,19 @@ asan: deps
 	cmake --build $(BUILD)-asan -j $(JOBS) --target tessaron_all_core_tests
 	cd $(BUILD)-asan && ctest --output-on-failure -j $(JOBS) -L core
 
+deps-windows:
+	@scripts/install-deps.sh --windows
+
+windows: deps-windows
+	cmake -S . -B $(WINBUILD) -DCMAKE_TOOLCHAIN_FILE=cmake/MinGW64.toolchain.cmake \
+	    -DTESSARON_WERROR=ON $(CMAKE_FLAGS)
+	cmake --build $(WINBUILD) -j $(JOBS)
+
+check-windows: windows
+	scripts/check-windows.sh $(WINBUILD) $(JOBS)
+
 format:
 	clang-format -i $$(git ls-files '*.cpp' '*.h')
 
 clean:
-	rm -rf $(BUILD) $(BUILD)-asan
+	rm -rf $(BUILD) $(BUILD)-asan $(WINBUILD)

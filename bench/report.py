@@ -9,7 +9,8 @@ import subprocess
 from pathlib import Path
 from typing import Optional
 
-from tessbench import KiB, MEMORY_GROWTH, Case, median_cpu, median_peak, median_seconds
+from tessbench import (KiB, MEMORY_GROWTH, SCALE_GROWTH, Case, median_cpu, median_peak,
+                       median_seconds)
 
 
 def judge(value: Optional[float], limit: float, judged: bool) -> str:
@@ -56,21 +57,46 @@ def copy_rows(case: Case, judged: bool) -> list[list[str]]:
     return rows
 
 
-def memory_rows(case: Case, judged: bool) -> list[list[str]]:
-    """Peak resident memory at the smaller and the larger file count, and the growth."""
-    if len(case.contenders) != 2:
-        return [[f"{case.key} {case.title}", "Tessaron", "-", "-", "-", "-", "-",
-                 f"growth <= {MEMORY_GROWTH:.0%}", "not measured", "-"]]
-    low, high = (median_peak(c) for c in case.contenders)
+def growth_row(label: str, low: Optional[float], high: Optional[float], limit: float,
+               judged: bool, unit: str) -> list[str]:
+    """One row judging how much a figure grew from the smaller run to the larger one."""
     growth = (high - low) / low if low and high else None
+    return ["", label, "", "", "", "", "-" if growth is None else f"{growth:+.1%}",
+            f"{unit} growth within {limit:.0%}",
+            judge(None if growth is None else abs(growth), limit, judged), ""]
+
+
+def memory_rows(case: Case, judged: bool) -> list[list[str]]:
+    """Peak resident memory at each file count, and the growth from the first to the last."""
     rows = []
     for c in case.contenders:
         rows.append([f"{case.key} {case.title}" if not rows else "", c.name,
                      seconds_text(median_seconds(c)), mib_text(median_peak(c)), "", "", "",
                      "", "", ""])
-    rows[-1][6] = "-" if growth is None else f"{growth:+.1%}"
-    rows[-1][7] = f"growth within {MEMORY_GROWTH:.0%}"
-    rows[-1][8] = judge(None if growth is None else abs(growth), MEMORY_GROWTH, judged)
+    if len(case.contenders) < 2:
+        return rows + [growth_row("Tessaron", None, None, MEMORY_GROWTH, judged, "memory")]
+    low, high = (median_peak(c) for c in (case.contenders[0], case.contenders[-1]))
+    return rows + [growth_row("", low, high, MEMORY_GROWTH, judged, "memory")]
+
+
+def scale_rows(case: Case, judged: bool) -> list[list[str]]:
+    """The larger run against its peers, then its time per file and peak memory against
+    the run of a tenth of the files: the cost of a file must not grow with their number."""
+    tess = [c for c in case.contenders if c.name.startswith("Tessaron")]
+    peers = [c for c in case.contenders if not c.name.startswith("Tessaron")]
+    if len(tess) != 2:
+        return [[f"{case.key} {case.title}", "Tessaron", "-", "-", "-", "-", "-", "-",
+                 "not measured", "-"]]
+    small, large = tess
+    rows = copy_rows(Case(case.key, case.title, [large] + peers, case.targets), judged)
+    rows.append(["", small.name, seconds_text(median_seconds(small)),
+                 mib_text(median_peak(small)), "", "", "", "", "", ""])
+    low_n, high_n = case.files
+    per_file = [median_seconds(c) for c in (small, large)]
+    low, high = (None if t is None else t / n for t, n in zip(per_file, (low_n, high_n)))
+    rows.append(growth_row("", low, high, SCALE_GROWTH, judged, "time per file"))
+    rows.append(growth_row("", median_peak(small), median_peak(large), MEMORY_GROWTH, judged,
+                           "memory"))
     return rows
 
 
@@ -93,7 +119,8 @@ def render(rows: list[list[str]]) -> str:
 def table(cases: list[Case], judged: bool) -> str:
     rows: list[list[str]] = []
     for case in cases:
-        rows += memory_rows(case, judged) if not case.targets else copy_rows(case, judged)
+        rows += {"memory": memory_rows, "scale": scale_rows}.get(case.kind, copy_rows)(
+            case, judged)
     return render(rows)
 
 

@@ -10,7 +10,6 @@ Only the standard library is used, so a fresh machine needs nothing but python3.
 from __future__ import annotations
 
 import os
-import random
 import stat
 import statistics
 import subprocess
@@ -19,32 +18,21 @@ from dataclasses import dataclass, field
 from pathlib import Path
 from typing import Callable, Optional
 
-KiB = 1 << 10
-MiB = 1 << 20
-GiB = 1 << 30
-BLOCK = 4096  # allocation unit assumed when estimating the space a tree takes
-SPACE_MARGIN = 512 * MiB
+import sys
+
+from datasets import (BLOCK, FULL_SIZES, GiB, KiB, MiB, QUICK_SIZES,  # noqa: F401
+                      SPACE_MARGIN, Sizes, make_large, make_mixed, make_small, small_layout,
+                      space_needed, tree_bytes)
+
+DROP_CACHE = Path(__file__).resolve().parent / "dropcache.py"
 LOG_MARK_BYTES = 64 * KiB  # how much of a log file is searched for the scratch path
 
-
-@dataclass(frozen=True)
-class Sizes:
-    large_files: int
-    large_size: int
-    small_files: int
-    small_dirs: int
-    small_size: int
-    memory_files: tuple[int, int]  # file counts compared by the memory case
-    reps: int
-
-
-FULL_SIZES = Sizes(8, 256 * MiB, 20000, 200, 4 * KiB, (20000, 80000), 5)
-# Odd sizes in quick mode so that a short last block is exercised.
-QUICK_SIZES = Sizes(2, MiB + 123, 200, 10, 4 * KiB, (200, 800), 1)
-
-# "well below rsync -a" for many small files
-SMALL_VS_RSYNC = 0.75
-MEMORY_GROWTH = 0.10
+# Targets: Tessaron's time over the peer's.
+SMALL_VS_CP = 0.85  # many small files: well below cp -a
+SMALL_VS_RSYNC = 0.60  # and well below rsync -a
+INCREMENTAL_VS_RSYNC = 0.80  # nothing changed: well below rsync -a
+MEMORY_GROWTH = 0.10  # peak memory may grow this much with ten times the files
+SCALE_GROWTH = 0.10  # and the time per file this much
 
 
 # ----------------------------------------------------------------------------------------
@@ -73,70 +61,6 @@ def set_file_text(target: str, sources: list[str], backup_type: str = "FULL",
              f"Verify = {word(verify)}", "EjectMedia = False", "EMail = False", "EMailTo = "]
     text = "".join(line + "\r\n" for line in lines) + "Selections = "
     return text + selections_text(sources)
-
-
-# ----------------------------------------------------------------------------------------
-# Data sets
-# ----------------------------------------------------------------------------------------
-
-
-def make_large(root: Path, count: int, size: int, seed: int = 1) -> None:
-    """count files of size bytes; every MiB block differs by a header."""
-    root.mkdir(parents=True)
-    block = random.Random(seed).randbytes(MiB)
-    for i in range(count):
-        with open(root / f"file{i:02}.bin", "wb") as f:
-            left, n = size, 0
-            while left > 0:
-                chunk = (i.to_bytes(8, "little") + n.to_bytes(8, "little") + block[16:])[:left]
-                f.write(chunk)
-                left -= len(chunk)
-                n += 1
-
-
-def small_layout(files: int, dirs: int) -> int:
-    """Files per folder of the small-file sets; kept when the file count grows."""
-    return max(1, -(-files // dirs))
-
-
-def make_small(root: Path, files: int, per_dir: int, size: int, seed: int = 2) -> None:
-    """files files of size bytes, per_dir to a folder, each with its own content."""
-    root.mkdir(parents=True)
-    pool = random.Random(seed).randbytes(size * 64)
-    folder = root
-    for i in range(files):
-        if i % per_dir == 0:
-            folder = root / f"dir{i // per_dir:04}"
-            folder.mkdir()
-        off = (i * 97) % (len(pool) - size)
-        data = (i.to_bytes(8, "little") + pool[off + 8:off + size])[:size]
-        with open(folder / f"f{i:06}.dat", "wb") as f:
-            f.write(data)
-
-
-def tree_bytes(files: int, size: int, dirs: int) -> int:
-    """Space a tree takes on disk, rounded up to whole blocks."""
-    return files * (-(-size // BLOCK) * BLOCK) + (dirs + 1) * BLOCK
-
-
-def space_needed(s: Sizes) -> tuple[int, int]:
-    """(bytes, inodes) of the busiest phase: the large set with one copy at a time, or the
-    small sets with every copy made of them, since those wait in the trash until the end
-    (cases 2 and 4: five a repetition; case 3: two; case 5: one of each memory set)."""
-    per = small_layout(s.small_files, s.small_dirs)
-    counts = [s.small_files] + [n for n in s.memory_files if n != s.small_files]
-
-    def tree(n: int) -> tuple[int, int]:
-        dirs = -(-n // per)
-        return tree_bytes(n, s.small_size, dirs), n + dirs + 1
-
-    copies = {s.small_files: 1 + 5 * s.reps + 2}  # the source, then the copies
-    for n in s.memory_files:
-        copies[n] = copies.get(n, 1) + s.reps
-    need = [tuple(c * x for x in tree(n)) for n, c in copies.items() if n in counts]
-    small_bytes, inodes = sum(b for b, _ in need), sum(i for _, i in need)
-    large = tree_bytes(s.large_files, s.large_size, 0)
-    return max(2 * large, small_bytes) + SPACE_MARGIN, inodes + 1000
 
 
 def check_space(folder: Path, need: tuple[int, int]) -> Optional[str]:
@@ -192,12 +116,17 @@ def compare_entry(rel: str, src: Path, dst: Path, s: os.stat_result,
                   d: os.stat_result) -> Optional[str]:
     """What is wrong with one copied entry, or None. Files must match in content, size,
     permission bits and modification time to the second (what an incremental run
-    compares); links in their target text."""
+    compares); folders in permission bits and modification time; links in their target
+    text."""
     ks, kd = _kind(s.st_mode), _kind(d.st_mode)
     if ks != kd:
         return f"{rel}: a {ks} was copied as a {kd}"
     if ks == "link" and os.readlink(src / rel) != os.readlink(dst / rel):
         return f"{rel}: link target differs"
+    if ks == "folder" and stat.S_IMODE(s.st_mode) != stat.S_IMODE(d.st_mode):
+        return f"{rel}: folder mode {stat.S_IMODE(d.st_mode):o}, source has {stat.S_IMODE(s.st_mode):o}"
+    if ks == "folder" and s.st_mtime_ns // 10**9 != d.st_mtime_ns // 10**9:
+        return f"{rel}: folder modification time differs"
     if ks != "file":
         return None
     if s.st_size != d.st_size:
@@ -327,6 +256,11 @@ class Trash:
         self.count += 1
         path.rename(self.folder / str(self.count))
 
+    def empty(self) -> None:
+        """Deletes what was put aside (untimed, between phases; the next phase waits for
+        the file system to settle before it times anything)."""
+        remove_tree(self.folder)
+
 
 def creation_cost(folder: Path, files: int = 500) -> float:
     """Microseconds it takes to create one empty file in a new folder below folder."""
@@ -394,6 +328,9 @@ class Case:
     targets: list[Target]
     setup: Callable[[], list[str]] = lambda: []  # untimed, once before the repetitions
     discard: Callable[[Path], None] = remove_tree  # how an output folder is got rid of
+    kind: str = "copy"  # "copy": Tessaron against peers; "memory"; "scale" (see report)
+    cold: bool = False  # the page cache is dropped before every run of this case
+    files: tuple[int, ...] = ()  # file counts of a memory or scale case's Tessaron runs
 
 
 def median_seconds(c: Contender) -> Optional[float]:
@@ -428,7 +365,7 @@ def run_case(case: Case, reps: int, drop_caches: bool, scratch: Path, say) -> No
         for c in rotated(case.contenders, rep):
             if c.problems:
                 continue
-            run_one(c, rep, drop_caches, scratch / "output.txt", case.discard)
+            run_one(c, rep, drop_caches or case.cold, scratch / "output.txt", case.discard)
             last = c.results[-1]
             say(f"  {c.name:<22} run {rep + 1}: {last.seconds:7.3f} s, "
                 f"cpu {last.cpu:6.3f} s, {last.peak_kib / KiB:7.1f} MiB" + ("" if last.rc == 0 else f", exit {last.rc}"))
@@ -601,29 +538,36 @@ class Bench:
         return Contender(label, [self.tess.run_set(set_path)], out,
                          lambda: compare_trees(src, copy), env=self.tess.env)
 
-    def peer(self, key: str, tool: str, src: Path, diff: bool = False) -> Contender:
+    def peer(self, key: str, tool: str, src: Path, verify: bool = False) -> Contender:
+        """cp -a or rsync -a; with verify, then what a verification that reads the medium
+        does: the copy written to disk (sync of its file system), its cached pages dropped,
+        and diff -rq, which so reads the copy back from the disk."""
         out = self.out / f"{key}-{tool}"
         copy = [["cp", "-a"], ["rsync", "-a"]][tool == "rsync"] + [str(src), f"{out}/"]
-        steps = [copy] + ([["diff", "-rq", str(src), str(out / src.name)]] if diff else [])
-        name = f"{tool} -a" + (" + diff -rq" if diff else "")
+        steps = [copy]
+        if verify:
+            steps += [["sync", "-f", str(out)], [sys.executable, str(DROP_CACHE), str(out)],
+                      ["diff", "-rq", str(src), str(out / src.name)]]
+        name = f"{tool} -a" + (" + sync, drop, diff -rq" if verify else "")
         return Contender(name, steps, out, lambda: compare_trees(src, out / src.name))
 
-    def copy_case(self, key: str, title: str, src: Path, small: bool) -> Case:
+    def copy_case(self, key: str, title: str, src: Path, small: bool, cold: bool = False,
+                  cp_limit: float = 1.0, rsync_limit: Optional[float] = None) -> Case:
         """Small: many files, whose output folders go to the trash."""
-        rsync_limit = SMALL_VS_RSYNC if small else None
-        targets = [Target("cp -a", 1.0, "<= 1.0 x cp -a")]
+        targets = [Target("cp -a", cp_limit, f"<= {cp_limit} x cp -a")]
         if rsync_limit:
             targets.append(Target("rsync -a", rsync_limit, f"<= {rsync_limit} x rsync -a"))
         contenders = [self.tessaron(key, src), self.peer(key, "cp", src),
                       self.peer(key, "rsync", src)]
         discard = self.trash.discard if small else remove_tree
-        return Case(key, title, [c for c in contenders if c], targets, discard=discard)
+        return Case(key, title, [c for c in contenders if c], targets, discard=discard,
+                    cold=cold)
 
     def verify_case(self, key: str, title: str, src: Path, small: bool) -> Case:
         contenders = [self.tessaron(key, src, "Tessaron, verify", verify=True),
-                      self.peer(key, "cp", src, diff=True)]
+                      self.peer(key, "cp", src, verify=True)]
         return Case(key, title, [c for c in contenders if c],
-                    [Target("cp -a + diff -rq", 1.0, "<= 1.0 x")],
+                    [Target(contenders[-1].name, 1.0, "<= 1.0 x")],
                     discard=self.trash.discard if small else remove_tree)
 
     def incremental_case(self, key: str, title: str, src: Path) -> Case:
@@ -640,7 +584,8 @@ class Bench:
         for c in contenders:
             c.keep_output = True
             c.check = self.unchanged_check(c, src, copies[c.name][1])
-        return Case(key, title, contenders, [Target("rsync -a", 1.0, "<= 1.0 x rsync -a")],
+        limit = INCREMENTAL_VS_RSYNC
+        return Case(key, title, contenders, [Target("rsync -a", limit, f"<= {limit} x rsync -a")],
                     setup=lambda: self.make_up_to_date(contenders, copies),
                     discard=self.trash.discard)
 
@@ -670,4 +615,16 @@ class Bench:
     def memory_case(self, key: str, title: str, sets: list[tuple[int, Path]]) -> Case:
         contenders = [self.tessaron(f"{key}-{n}", src, f"Tessaron, {n:,} files")
                       for n, src in sets]
-        return Case(key, title, contenders, [], discard=self.trash.discard)
+        return Case(key, title, contenders, [], discard=self.trash.discard, kind="memory",
+                    files=tuple(n for n, _ in sets))
+
+    def scale_case(self, key: str, title: str, sets: list[tuple[int, Path]]) -> Case:
+        """Tessaron on a smaller and a ten times larger set (cost per file and peak memory
+        compared), and the peers on the larger one."""
+        (low, low_src), (high, high_src) = sets
+        contenders = [self.tessaron(f"{key}-{low}", low_src, f"Tessaron, {low:,} files"),
+                      self.tessaron(f"{key}-{high}", high_src, f"Tessaron, {high:,} files"),
+                      self.peer(key, "cp", high_src), self.peer(key, "rsync", high_src)]
+        targets = [Target("cp -a", 1.0, "<= 1.0 x cp -a")]
+        return Case(key, title, [c for c in contenders if c], targets,
+                    discard=self.trash.discard, kind="scale", files=(low, high))

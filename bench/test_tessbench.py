@@ -76,6 +76,8 @@ class CompareTrees(unittest.TestCase):
             ("link target", lambda: (os.unlink(self.dst / "link"),
                                      os.symlink("sub", self.dst / "link"))),
             ("copied as a", lambda: (small.unlink(), small.mkdir())),
+            ("folder mode", lambda: (self.dst / "sub").chmod(0o700)),
+            ("folder modification time", lambda: later(self.dst / "sub", 5)),
         ]
         for expected, damage in faults:
             with self.subTest(expected):
@@ -191,10 +193,12 @@ class Cases(unittest.TestCase):
 
 
 class Sizing(unittest.TestCase):
-    def test_full_run_needs_room_for_source_and_copy_of_the_large_set(self):
-        need, _ = tb.space_needed(tb.FULL_SIZES)
-        self.assertGreaterEqual(need, 4 * tb.GiB + tb.SPACE_MARGIN)
-        self.assertLess(need, 5 * tb.GiB)
+    def test_full_run_needs_room_for_its_busiest_phase(self):
+        need, inodes = tb.space_needed(tb.FULL_SIZES)
+        # The scaling phase: ten trees of 200,000 files of one block each, at least.
+        self.assertGreaterEqual(need, 10 * 200000 * tb.BLOCK + tb.SPACE_MARGIN)
+        self.assertLess(need, 12 * tb.GiB)
+        self.assertGreaterEqual(inodes, 10 * 200000)
 
     def test_short_space_is_refused_with_a_reason(self):
         with tempfile.TemporaryDirectory() as d:
@@ -249,8 +253,40 @@ class Verdicts(unittest.TestCase):
                                     (10000, 8000, "missed")]:
             with self.subTest(high=high):
                 case = tb.Case("5", "memory", [self.contender("a", [1.0], low),
-                                               self.contender("b", [1.0], high)], [])
+                                               self.contender("b", [1.0], high)], [],
+                               kind="memory")
                 self.assertEqual(report.memory_rows(case, judged=True)[-1][8], expected)
+
+    def test_scaling_judges_time_per_file_and_memory(self):
+        # 10 times the files in 10.5 times the time: +5% a file; memory +20%.
+        case = tb.Case("6", "scale", [self.contender("Tessaron, 20", [2.0], 1000),
+                                      self.contender("Tessaron, 200", [21.0], 1200),
+                                      self.contender("cp -a", [30.0])],
+                       [tb.Target("cp -a", 1.0, "x")], kind="scale", files=(20, 200))
+        rows = report.scale_rows(case, judged=True)
+        self.assertEqual(rows[0][6:9], ["0.70", "x", "held"])
+        self.assertEqual(rows[-2][6:9], ["+5.0%", "time per file growth within 10%", "held"])
+        self.assertEqual(rows[-1][6:9], ["+20.0%", "memory growth within 10%", "missed"])
+
+
+class MixedTree(unittest.TestCase):
+    def test_same_seed_same_tree_with_long_tail_links_and_empty_folders(self):
+        with tempfile.TemporaryDirectory() as d:
+            totals = [tb.make_mixed(Path(d) / name, 600, 1, tb.MiB) for name in "ab"]
+            self.assertEqual(totals[0], totals[1])
+
+            def shape(top):
+                return {rel: (tb._kind(st.st_mode), st.st_size if os.path.isfile(top / rel)
+                              else 0) for rel, st in tb.scan_tree(top).items()}
+            self.assertEqual(shape(Path(d) / "a"), shape(Path(d) / "b"))
+            sizes = sorted(p.stat().st_size for p in Path(d, "a").rglob("f*.dat"))
+            self.assertLess(sizes[len(sizes) // 2], 4 * tb.KiB)  # most files are small
+            self.assertGreater(sizes[-1], 20 * sizes[len(sizes) // 2])  # and the tail is long
+            depth = max(len(p.relative_to(Path(d, "a")).parts) for p in Path(d, "a").rglob("*"))
+            self.assertGreaterEqual(depth, 5)
+            entries = list(Path(d, "a").rglob("*"))
+            self.assertTrue(any(p.is_symlink() for p in entries))
+            self.assertTrue(any(p.is_dir() and not any(p.iterdir()) for p in entries))
 
 
 if __name__ == "__main__":

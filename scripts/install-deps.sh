@@ -1,6 +1,8 @@
 #!/usr/bin/env bash
 # Installs the Debian packages that building and testing Tessaron need, when missing.
 # Runs apt-get as root, or through sudo otherwise. Safe to run again.
+#   scripts/install-deps.sh            what the Linux build and its tests need
+#   scripts/install-deps.sh --windows  what the Windows cross build and its tests need
 set -euo pipefail
 
 packages=(
@@ -11,7 +13,18 @@ packages=(
     time                    # /usr/bin/time -v for the benchmark's memory figures
     rsync                   # the benchmark's peer
     python3                 # runs the benchmark harness (bench/run)
+    qt6-base-dev            # the window front end (Qt 6 Widgets)
+    xvfb xauth xdotool      # the window's system test and screenshots under a virtual display
+    x11-apps                # xwd: the window system test's screenshot
 )
+if [[ ${1:-} == --windows ]]; then
+    packages=(
+        cmake make
+        g++-mingw-w64-x86-64-posix  # the Windows cross compiler (posix threads: std::mutex)
+        googletest                  # GoogleTest sources, built with the cross compiler
+        wine wine64                 # runs the Windows tests
+    )
+fi
 
 missing=()
 for p in "${packages[@]}"; do

@@ -1,17 +1,20 @@
-// tessaron: reads the command line, loads the backup set it names and runs it in the
-// console. Exit status of a /RUN: 0 "Backup Complete", 1 "Error During Backup",
-// 2 "Backup Cancelled", 3 nothing was run (the set could not be loaded, or it has nothing
-// that could be copied).
+// tessaron: with no arguments or /LOAD it opens the main window (when the build has it and
+// there is a display); /RUN loads the backup set it names and runs it in the console.
+// Exit status of a /RUN: 0 "Backup Complete", 1 "Error During Backup", 2 "Backup
+// Cancelled", 3 nothing was run (the set could not be loaded, or it has nothing that could
+// be copied).
 
 #include "CommandLine.h"
 #include "ConsoleView.h"
 #include "SetupFile.h"
 #include "Terminal.h"
+#include "WindowFrontEnd.h"
 
 #include "engine/BackupEngine.h"
 #include "engine/RunChecks.h"
 #include "setfile/clsSetup.h"
 
+#include <clocale>
 #include <cstdlib>
 #include <iostream>
 #include <string>
@@ -30,8 +33,10 @@ const char* const kUsage =
     "Usage: tessaron [/RUN file.set | /LOAD file.set] [/QUIET] [/LOGPATH dir]\n"
     "                [/BLOCKSIZE n] [/CONSOLE]\n"
     "\n"
+    "  (none)          open the main window\n"
     "  /RUN file.set   load the backup set, run it in the console and exit\n"
-    "  /LOAD file.set  load the backup set, check it and print its summary\n"
+    "  /LOAD file.set  open the main window with the backup set loaded (without a\n"
+    "                  display: check the set and print its summary)\n"
     "  /QUIET          ask no questions during the run (a target that is a whole\n"
     "                  drive is still confirmed before it is cleared)\n"
     "  /LOGPATH dir    kept with the set; the run log always goes to the log folder\n"
@@ -80,20 +85,33 @@ int RunBackup(clsSetup& setup) {
     return engine.Cancelled() ? kCancelled : kError;
 }
 
+// Whether the command line is for the window: it runs nothing (a /RUN stays a console run
+// for now), does not ask for the console, and a window can be shown.
+bool ForTheWindow(const std::string& text) {
+    clsSetup scratch;
+    const CommandLine probe =
+        ReadCommandLine(text, scratch, [](const std::string&) { return true; });
+    return probe.Action != "/RUN" && !probe.Console && WindowAvailable();
+}
+
 } // namespace
 
 int main(int argc, char** argv) {
+    std::setlocale(LC_ALL, "");
     std::vector<std::string> args(argv + (argc > 0 ? 1 : 0), argv + argc);
     std::string text = JoinArguments(args);
     if (WantsHelp(text)) {
         std::cout << kUsage;
         return kComplete;
     }
+    if (ForTheWindow(text)) {
+        static char programName[] = "tessaron";
+        return RunMainWindow(argc > 0 ? argv[0] : programName, text);
+    }
     clsSetup setup;
     CommandLine cl = ReadCommandLine(text, setup, [&setup](const std::string& file) {
         return LoadSetup(file, setup, std::cerr);
     });
-    // There is no window front end in this build: every run happens in the console.
     if (cl.Action == "/RUN") {
         return RunBackup(setup);
     }
@@ -102,9 +120,7 @@ int main(int argc, char** argv) {
         return kComplete;
     }
     if (cl.Loads == 0) {
-        std::cerr << "The window front end is not part of this build; use /RUN to run a "
-                     "backup set in the console.\n\n"
-                  << kUsage;
+        std::cerr << WhyNoWindow() << " Use /RUN to run a backup set in the console.\n\n" << kUsage;
     }
     return kNothingRun;
 }

@@ -3,6 +3,7 @@
 // out of scope, one folder at a time with its owner's bits restored first, so that
 // read-only folders and trees deeper than the system's path limit left by a test go too.
 
+#include <chrono>
 #include <cstdlib>
 #include <dirent.h>
 #include <fcntl.h>
@@ -77,10 +78,19 @@ inline void RemoveTreeAt(int dirfd, const char* name) {
 
 class TempTree {
 public:
-    explicit TempTree(const std::string& base = fs::temp_directory_path().string())
-        : m_root(base + "/tessaron-test-XXXXXX") {
-        if (::mkdtemp(m_root.data()) == nullptr) {
-            m_root.clear();
+    explicit TempTree(const std::string& base = fs::temp_directory_path().string()) {
+        // A new folder of a random name, made by this process (create_directory fails
+        // for a name that exists).
+        std::random_device seed;
+        std::mt19937_64 gen(seed() ^ static_cast<unsigned long long>(
+                                         std::chrono::steady_clock::now().time_since_epoch().count()));
+        const std::string folder = base.ends_with('/') || base.ends_with('\\') ? base : base + "/";
+        for (int attempt = 0; attempt < 100 && m_root.empty(); ++attempt) {
+            std::string candidate = folder + "tessaron-test-" + std::to_string(gen() % 1000000000);
+            std::error_code ec;
+            if (fs::create_directory(candidate, ec)) {
+                m_root = candidate;
+            }
         }
     }
     ~TempTree() {

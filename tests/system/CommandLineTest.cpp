@@ -1,4 +1,5 @@
 #include "CommandLine.h"
+#include "TestNames.h"
 
 #include "setfile/clsParser.h"
 #include "setfile/clsSetup.h"
@@ -126,7 +127,8 @@ INSTANTIATE_TEST_SUITE_P(
         LineCase{"stray /NOPE /Quiet extra", "", {}, true, kU, -7, false},
         LineCase{"/LOGPATH", "", {}, false, "", -7, false},
         LineCase{"/RUN", "", {""}, false, kU, -7, false},
-        LineCase{"/console /RUN a.set", "/RUN", {"a.set"}, false, kU, -7, true}));
+        LineCase{"/console /RUN a.set", "/RUN", {"a.set"}, false, kU, -7, true}),
+    [](const auto& tc) { return test::NameOf(tc.param.text); });
 
 TEST(WantsHelp, HelpSwitchesAnywhereInAnyCase) {
     for (const char* yes : {"/?", "-h", "-H", "--help", "--HELP", "/RUN a.set -h"}) {

@@ -54,15 +54,17 @@ std::string ReadDeep(const fs::path& dir) {
     return std::string(buf, n > 0 ? static_cast<std::size_t>(n) : 0);
 }
 
-// Every line of a text (CR LF or LF ends) is a log line: it starts with its date.
+// Every line of a text (CR LF or LF ends) is a log line: it starts with the first line's
+// date.
 bool OneLogLinePerLine(const std::string& text) {
+    const std::string date = text.substr(0, text.find(' ') + 1);
     std::istringstream in(text);
     for (std::string line; std::getline(in, line);) {
-        if (!line.empty() && line != "\r" && line.rfind("20", 0) != 0) {
+        if (!line.empty() && line != "\r" && line.rfind(date, 0) != 0) {
             return false;
         }
     }
-    return true;
+    return !date.empty();
 }
 
 struct TreeCase {
@@ -128,9 +130,9 @@ const TreeCase kTrees[] = {
          for (const char* name : {"line\nbreak.txt", "tab\there.txt", "esc\x1b[31m.txt"}) {
              WriteFile(b.src / name, "odd");
          }
-         s.Selections.push_back((b.root / "gone\rname").string());
+         s.Selections.push_back((b.root / "gone\x1b[2Jname").string());
      },
-     false, 1, "/gone\\rname, Error: (2) No such file or directory",
+     false, 1, "/gone\\x1B[2Jname, Error: (2) No such file or directory",
      [](Sandbox& b, SetFile&) {
          EXPECT_EQ(ReadFile(CopyOf(b.dst, b.src / "line\nbreak.txt")), "odd");
          const std::string log = b.LastLog();

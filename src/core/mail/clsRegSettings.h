@@ -1,7 +1,7 @@
 #pragma once
 // clsRegSettings: a small string-only settings store addressed by section and key, laid
 // out like the registry (a root, key paths below "Software\Company\AppName").
-// On POSIX every root is an INI-style text file: sections are full key paths below the
+// On Windows the store is the registry. On POSIX every root is an INI-style text file: sections are full key paths below the
 // root ("[Software\VELQO\Tessaron\Settings]"), lines are "name=value", the unnamed
 // default value is written "@". Every write rewrites the file atomically (temporary
 // file, then rename), so a value saved by one process is read by the next.
@@ -62,8 +62,12 @@ public:
     // ${XDG_CONFIG_HOME:-~/.config}/tessaron/settings.ini (XDG_CONFIG_HOME read at each
     // access), for HKeyLocalMachine /etc/tessaron/settings.ini; or the file given to
     // SettingsFile(root, path).
+    // On Windows the store is the registry itself (REG_SZ values, "*" the key's default
+    // value): this names the root ("HKEY_CURRENT_USER"), or the stand-in key below.
     std::string SettingsFile() const;
     // Points a root at another file (tests, portable installs); "" restores the default.
+    // On Windows a non-empty path is a key path below HKEY_CURRENT_USER that stands in
+    // for the root.
     void SettingsFile(std::uint32_t root, const std::string& path);
 
     const std::string& LastError() const { return lastError_; }

@@ -1,19 +1,9 @@
+// The parts of DateTime that do not depend on the operating system.
 #include "platform/DateTime.h"
 
-#include <clocale>
 #include <cstdio>
-#include <cstring>
 
 namespace tessaron {
-
-namespace {
-
-bool CLocaleTime() {
-    const char* name = std::setlocale(LC_TIME, nullptr);
-    return name == nullptr || std::strcmp(name, "C") == 0 || std::strcmp(name, "POSIX") == 0;
-}
-
-} // namespace
 
 std::tm DateTime::ToTm() const {
     std::tm tm{};
@@ -27,38 +17,33 @@ std::tm DateTime::ToTm() const {
     return tm;
 }
 
-DateTime DateTime::Now() {
-    return FromTimeT(std::time(nullptr));
+namespace {
+
+// Days from 1970-01-01 to a date of the proleptic Gregorian calendar (H. Hinnant's
+// days_from_civil); month may be any number, it carries into the year.
+long long DaysFromCivil(long long y, long long m, long long d) {
+    y += (m - 1) / 12;
+    m = (m - 1) % 12 + 1;
+    if (m <= 0) {
+        m += 12;
+        --y;
+    }
+    y -= m <= 2 ? 1 : 0;
+    const long long era = (y >= 0 ? y : y - 399) / 400;
+    const long long yoe = y - era * 400;
+    const long long doy = (153 * (m > 2 ? m - 3 : m + 9) + 2) / 5;
+    const long long doe = yoe * 365 + yoe / 4 - yoe / 100 + doy;
+    return era * 146097 + doe - 719468 + (d - 1);
 }
 
-DateTime DateTime::FromTimeT(std::time_t t) {
-    if (t == 0) {
-        return {};
-    }
-    std::tm tm{};
-    if (localtime_r(&t, &tm) == nullptr) {
-        return {};
-    }
-    return {tm.tm_year + 1900, tm.tm_mon + 1, tm.tm_mday, tm.tm_hour, tm.tm_min, tm.tm_sec};
-}
+} // namespace
 
-DateTime DateTime::FromTimeTUtc(std::time_t t) {
-    if (t == 0) {
-        return {};
-    }
-    std::tm tm{};
-    if (gmtime_r(&t, &tm) == nullptr) {
-        return {};
-    }
-    return {tm.tm_year + 1900, tm.tm_mon + 1, tm.tm_mday, tm.tm_hour, tm.tm_min, tm.tm_sec};
-}
-
-std::time_t DateTime::ToTimeT() const {
+std::time_t DateTime::ToTimeTUtc() const {
     if (IsEmpty()) {
         return 0;
     }
-    std::tm tm = ToTm();
-    return std::mktime(&tm);
+    const long long days = DaysFromCivil(Year, Month, Day);
+    return static_cast<std::time_t>(days * 86400LL + Hour * 3600LL + Minute * 60LL + Second);
 }
 
 long long DateTime::SecondsUntil(const DateTime& other) const {
@@ -76,19 +61,6 @@ std::string DateTime::FormatDate() const {
     char buf[32];
     std::snprintf(buf, sizeof buf, "%04d-%02d-%02d", Year, Month, Day);
     return buf;
-}
-
-std::string DateTime::Format() const {
-    if (IsEmpty()) {
-        return {};
-    }
-    if (CLocaleTime()) {
-        return FormatIso();
-    }
-    std::tm tm = ToTm();
-    char buf[128];
-    size_t n = std::strftime(buf, sizeof buf, "%x %X", &tm);
-    return n == 0 ? FormatIso() : std::string(buf, n);
 }
 
 } // namespace tessaron

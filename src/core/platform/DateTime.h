@@ -30,6 +30,9 @@ struct DateTime {
     // The moment of this local date and time (mktime rules: an hour that a daylight
     // change skips is moved on); 0 for the empty date.
     std::time_t ToTimeT() const;
+    // The moment of these fields read as UTC; fields out of range carry over (a 32nd day
+    // is the next month's 1st), as timegm does. 0 for the empty date.
+    std::time_t ToTimeTUtc() const;
     // The fields as a calendar record (tm_isdst = -1: let the C library decide).
     std::tm ToTm() const;
     // Whole seconds from this to other (negative when other is earlier).

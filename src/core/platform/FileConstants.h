@@ -8,6 +8,14 @@
 
 namespace tessaron {
 
+// An open file or folder of the system: a descriptor on POSIX, a HANDLE (held as an
+// integer) on Windows. -1 means none on both (it is INVALID_HANDLE_VALUE there).
+#ifdef _WIN32
+using NativeHandle = std::intptr_t;
+#else
+using NativeHandle = int;
+#endif
+
 // Desired access of clsBinaryFile::OpenFile.
 namespace FileAccess {
 constexpr std::int64_t Read = 0x80000000;

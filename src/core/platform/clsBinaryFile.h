@@ -45,8 +45,8 @@ public:
     std::int64_t Attributes = FileAttr::Normal;
 
     // The open descriptor, -1 when closed.
-    int Handle() const { return m_fd; }
-    bool IsOpen() const { return m_fd >= 0; }
+    NativeHandle Handle() const { return m_fd; }
+    bool IsOpen() const { return m_fd != -1; }
 
     // Opens name (O_CLOEXEC always; a link is followed as open(2) does, so callers check
     // with clsFileSystem::GetInfo first). Each parameter that is not -1 replaces the
@@ -163,7 +163,7 @@ private:
     long long BufferCopy(clsBinaryFile& dest, long long count, void* buffer,
                          std::size_t bufferSize);
     void LearnCreated(clsFolder& folder, unsigned created);
-    int m_fd = -1;
+    NativeHandle m_fd = -1;
     bool m_kernelCopy = true;
     // What a file made by CreateFileAt has already (-1: unknown, set it).
     long long m_knownMode = -1;

@@ -7,6 +7,7 @@
 #include <cmath>
 #include <cstdio>
 #include <random>
+#include <thread>
 
 namespace tessaron {
 
@@ -21,7 +22,62 @@ std::string Trim(const std::string& text) {
     return text.substr(first, last - first + 1);
 }
 
+bool IsSeparator(char c) {
+    return c == '/' || (NativePathStyle() == PathStyle::Windows && c == '\\');
+}
+
 } // namespace
+
+std::string clsFileSystem::WithoutTrailingSeparator(const std::string& path) {
+    const bool root = path.size() == 1 || (NativePathStyle() == PathStyle::Windows &&
+                                           path.size() == 3 && path[1] == ':');
+    if (!path.empty() && IsSeparator(path.back()) && !root) {
+        return path.substr(0, path.size() - 1);
+    }
+    return path;
+}
+
+bool clsFileSystem::WaitUntilGone(const std::string& path) {
+    for (int check = 0; check < 10; ++check) {
+        if (!Exists(path)) {
+            return true;
+        }
+        std::this_thread::sleep_for(std::chrono::milliseconds(100));
+    }
+    return false;
+}
+
+std::vector<std::string> clsFileSystem::ListFiles(const std::string& path) {
+    const char sep = PathSeparator(NativePathStyle());
+    const std::string dir = WithoutTrailingSeparator(path);
+    std::vector<std::string> result{std::string()};
+    std::vector<std::string> names;
+    int code = 0;
+    if (dir.empty() || !IsDirectory(dir)) {
+        return result;
+    }
+    if (!ListFolderNames(dir, names, code)) {
+        Fail("ListFiles", code);
+        return result;
+    }
+    result.clear();
+    const std::string base = IsSeparator(dir.back()) ? dir : dir + sep;
+    for (const std::string& name : names) {
+        result.push_back(name);
+        if (IsDirectory(base + name)) {
+            std::vector<std::string> below = ListFiles(base + name);
+            if (!below.front().empty()) {
+                for (const std::string& entry : below) {
+                    result.push_back(name + sep + entry);
+                }
+            }
+        }
+    }
+    if (result.empty()) {
+        result.emplace_back();
+    }
+    return result;
+}
 
 std::string clsFileSystem::GetTempFile(const std::string& TempPath, const std::string& Prefix,
                                        const std::string& FileType) {

@@ -175,6 +175,12 @@ public:
 
 private:
     bool Fail(const char* member, int code);
+    // path without one trailing separator, unless it is a root ("/", "C:\").
+    static std::string WithoutTrailingSeparator(const std::string& path);
+    // The entry names of the directory path (not a link), other than "." and "..",
+    // sorted by byte order; false (code set) when it cannot be read.
+    static bool ListFolderNames(const std::string& path, std::vector<std::string>& names,
+                                int& code);
     bool WaitUntilGone(const std::string& path);
     void Yield();
     bool ResolveForDrive(const std::string& path, std::string& resolved);

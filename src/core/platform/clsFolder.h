@@ -49,7 +49,7 @@ public:
     bool IsOpen() const { return m_fd != -1; }
     // The path given to the last Open ("" after Close).
     const std::string& Path() const { return m_path; }
-    int Handle() const { return m_fd; }
+    NativeHandle Handle() const { return m_fd; }
 
     // One record per entry, sorted by name (byte order), each examined inside the folder
     // without following links (see clsFSItem::Info and Error). An entry that vanished
@@ -109,9 +109,9 @@ public:
 
 private:
     bool Fail();
-    bool Adopt(int fd, const std::string& path);
+    bool Adopt(NativeHandle fd, const std::string& path);
 
-    int m_fd = -1;
+    NativeHandle m_fd = -1;
     bool m_searchOnly = false;
     std::string m_path;
     unsigned m_newUid = 0;

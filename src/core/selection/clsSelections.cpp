@@ -1,5 +1,6 @@
 #include "selection/clsSelections.h"
 
+#include "setfile/LineBreaks.h"
 #include "setfile/clsParser.h"
 
 #include <algorithm>
@@ -22,12 +23,10 @@ std::string JoinContinuationLines(std::string_view text) {
     std::string joined;
     size_t pos = 0;
     for (;;) {
-        size_t brk = text.find("\r\n", pos);
-        if (brk == std::string_view::npos) {
-            brk = text.size();
-        }
+        size_t length = 0;
+        const size_t brk = FindLineBreak(text, pos, length);
         joined.append(text.substr(pos, brk - pos));
-        const size_t next = brk + 2;
+        const size_t next = brk + length;
         if (next >= text.size() || (text[next] != '\t' && text[next] != ' ')) {
             return joined;
         }

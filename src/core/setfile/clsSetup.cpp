@@ -1,4 +1,5 @@
 #include "setfile/clsSetup.h"
+#include "setfile/LineBreaks.h"
 
 #include <algorithm>
 
@@ -72,17 +73,15 @@ bool ToBool(std::string_view s, bool& value) {
     return ParseDecimalBool(s, value);
 }
 
-// One logical line from pos: physical lines end at CR LF; a line that starts with a tab
-// or a space continues the one before, that character becoming one space.
+// One logical line from pos: physical lines end at CR LF, LF or CR; a line that starts
+// with a tab or a space continues the one before, that character becoming one space.
 std::string NextLogicalLine(std::string_view text, size_t& pos) {
     std::string line;
     for (;;) {
-        size_t brk = text.find(kCrLf, pos);
-        if (brk == std::string_view::npos) {
-            brk = text.size();
-        }
+        size_t length = 0;
+        const size_t brk = FindLineBreak(text, pos, length);
         line.append(text.substr(pos, brk - pos));
-        pos = std::min(brk + kCrLf.size(), text.size());
+        pos = brk + length;
         if (pos >= text.size() || (text[pos] != '\t' && text[pos] != ' ')) {
             return line;
         }
@@ -125,6 +124,7 @@ std::string clsSetup::Format() const {
 
 bool clsSetup::Parse(std::string_view Text) {
     LastError.clear();
+    Text = WithoutByteOrderMark(Text);
     size_t pos = 0;
     while (pos < Text.size()) {
         if (!ApplyLine(NextLogicalLine(Text, pos))) {

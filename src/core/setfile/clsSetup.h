@@ -2,8 +2,8 @@
 // clsSetup: one backup set (target, type, switches, mail recipient, selections) and the
 // text of a backup set file (*.set) that stores it.
 //
-// The file is ten "Key = value" lines ended by CR LF; a line starting with a tab or a
-// space continues the line before (the Selections value uses that for one entry per
+// The file is ten "Key = value" lines ended by CR LF (LF and CR are read too); a line starting with
+// a tab or a space continues the line before (the Selections value uses that for one entry per
 // line). LogPath, Quiet and BlockSize come from the command line and are never stored.
 
 #include "selection/clsSelections.h"
@@ -50,7 +50,8 @@ public:
     std::string Format() const;
 
     // Reads a file text into the fields without clearing them first (callers Clear).
-    // Line breaks are CR LF only; keys are matched in any letter case; only spaces are
+    // Line breaks are CR LF, LF or CR (a UTF-8 byte order mark at the start is skipped);
+    // keys are matched in any letter case; only spaces are
     // trimmed around keys and values; unknown keys and lines without "=" are ignored; a
     // later key wins, except that every Selections line appends entries.
     // Booleans are "True"/"False" in any case or a decimal number (optional sign, digits

@@ -124,7 +124,7 @@ TEST(Robustness, FormatThenClearAndParseRestoresRecords) {
         const PathStyle style = round % 2 ? PathStyle::Windows : PathStyle::Posix;
         clsSetup s(style);
         s.Target = in.Text(12); // quoted: blanks and quotes at either end survive
-        std::erase_if(s.Target, [](char c) { return c == '\n'; });
+        std::erase_if(s.Target, [](char c) { return c == '\n' || c == '\r'; });
         s.BackupType = storedValue();
         s.EmailTo = storedValue();
         for (bool clsSetup::*flag :

@@ -1,4 +1,5 @@
 #include "SelectionScripts.h"
+#include "TestNames.h"
 #include "selection/clsSelections.h"
 
 #include <gtest/gtest.h>
@@ -99,7 +100,8 @@ INSTANTIATE_TEST_SUITE_P(Selections, SelectionQueryTest,
                                            QueryCase{"C:\\DataX", false, false, false},
                                            QueryCase{"c:\\data", false, false, false},
                                            QueryCase{"D:\\Mail\\a", true, true, false},
-                                           QueryCase{"", false, false, false}));
+                                           QueryCase{"", false, false, false}),
+                         [](const auto& tc) { return test::NameOf(tc.param.path); });
 
 TEST(SelectionsFormat, WritesQuotedEntriesWithExceptionsAndTabs) {
     clsSelections sel(PathStyle::Windows);
@@ -142,8 +144,10 @@ INSTANTIATE_TEST_SUITE_P(
         ParseCase{"UnquotedWordsArePaths", "a b", {{"a", {}}, {"b", {}}}},
         ParseCase{"SpaceContinues", "\"a\"\r\n \"b\"", {{"a", {}}, {"b", {}}}},
         ParseCase{"UncontinuedLineIgnored", "\"a\"\r\n\t\"b\"\r\n\"c\"", {{"a", {}}, {"b", {}}}},
-        // A bare line feed is trimmed white space, and the quote after it is ordinary text.
-        ParseCase{"BareLineFeedJoins", "\"a\"\n\"b\"", {{"a\"b\"", {}}}},
+        // LF and CR end lines like CR LF.
+        ParseCase{"LineFeedEndsLine", "\"a\"\n\"b\"", {{"a", {}}}},
+        ParseCase{
+            "LineFeedAndCrContinue", "\"a\"\n\t\"b\"\r \"c\"", {{"a", {}}, {"b", {}}, {"c", {}}}},
         ParseCase{"BlanksInsideQuotes", "\"C:\\My Files\\ x \"", {{"C:\\My Files\\ x ", {}}}}),
     [](const auto& tc) { return std::string(tc.param.name); });
 

@@ -80,9 +80,6 @@ INSTANTIATE_TEST_SUITE_P(
         StringFieldCase{"ValueHoldsFurtherEquals", "EMailTo = a=b", "old", "old", "a=b"},
         StringFieldCase{"ContinuationJoinsWithSpace", "EMailTo = a\r\n\tb\r\n c", "old", "old",
                         "a b c"},
-        // Only CR LF ends a line.
-        StringFieldCase{"BareLineFeedIsOneLine", "BackupType = FULL\nEMailTo = x", "old",
-                        "FULL\nEMailTo = x", "old"},
         StringFieldCase{"UnknownKeysAndPlainLinesIgnored", "Colour = red\r\nno equals\r\n\r\n",
                         "old", "old", "old"},
         StringFieldCase{"EmptyKey", " = x", "old", "old", "old"}),
@@ -127,6 +124,30 @@ TEST(SetupParse, TypeMismatchStopsAtThatLine) {
     EXPECT_TRUE(s.Parse("Verify = 1"));
     EXPECT_EQ(s.LastError, "");
 }
+
+// Files saved on any system read alike: CR LF, LF and CR end lines, a byte order mark
+// is not part of the first key, continuation lines work with every line end.
+class SetupLineEndsTest : public ::testing::TestWithParam<const char*> {};
+
+TEST_P(SetupLineEndsTest, ReadLikeCrLf) {
+    std::string text = "\xEF\xBB\xBFTarget = \"E:\\B\"\r\nBackupType = FULL\r\n"
+                       "Verify = True\r\nSelections = \"C:\\A\"\r\n\t\"D:\\M\"\r\n";
+    for (size_t at = text.find("\r\n"); at != std::string::npos; at = text.find("\r\n", at)) {
+        text.replace(at, 2, GetParam());
+        at += std::string_view(GetParam()).size();
+    }
+    clsSetup s(PathStyle::Windows);
+    EXPECT_TRUE(s.Parse(text));
+    EXPECT_EQ(std::tie(s.Target, s.BackupType), std::make_tuple("E:\\B", "FULL"));
+    EXPECT_TRUE(s.Verify);
+    EXPECT_EQ(EntriesOf(s.Sel), (Entries{{"C:\\A", {}}, {"D:\\M", {}}}));
+}
+
+INSTANTIATE_TEST_SUITE_P(Setup, SetupLineEndsTest, ::testing::Values("\r\n", "\n", "\r"),
+                         [](const auto& tc) {
+                             const std::string_view e = tc.param;
+                             return std::string(e == "\n" ? "LF" : e == "\r" ? "CR" : "CRLF");
+                         });
 
 TEST(SetupParse, SelectionLinesAppend) {
     clsSetup s(PathStyle::Windows);

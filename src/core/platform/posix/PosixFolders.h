@@ -36,6 +36,11 @@ bool RemoveEntryAt(int dirfd, const std::string& name, const std::function<void(
 // Removes everything inside the folder open as dirfd (which it takes over and closes).
 bool EmptyFolder(int dirfd, const std::function<void()>& yield, int& code);
 
+// True when files created in the folder open as fd get a default ACL, which replaces the
+// umask (and when that cannot be told): then the first file's mode says nothing about the
+// next one's.
+bool HasDefaultAcl(int fd);
+
 // path made absolute (from the working folder) with "." , ".." and repeated separators
 // handled as text; "" for an empty path or when the working folder cannot be read.
 std::string AbsolutePath(const std::string& path);

@@ -10,6 +10,7 @@
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <sys/sysmacros.h>
+#include <sys/xattr.h>
 #include <unistd.h>
 
 namespace tessaron::posix {
@@ -142,6 +143,18 @@ bool FillItem(int dirfd, const std::string& name, clsFSItem& item) {
     item.Created = DateTime::FromTimeTUtc(created);
     item.Modified = DateTime::FromTimeTUtc(item.Info.MTime.tv_sec);
     return true;
+}
+
+bool HasDefaultAcl(int fd) {
+#ifdef __linux__
+    if (::fgetxattr(fd, "system.posix_acl_default", nullptr, 0) >= 0) {
+        return true;
+    }
+    return errno != ENODATA && errno != ENOTSUP && errno != EOPNOTSUPP;
+#else
+    (void)fd;
+    return true;
+#endif
 }
 
 bool RemoveEntryAt(int dirfd, const std::string& name, const std::function<void()>& yield,

@@ -12,8 +12,6 @@ namespace tessaron {
 
 namespace {
 
-constexpr std::size_t kFallbackBuffer = 1 << 20;
-
 // Errors after which copy_file_range will not work for this pair of files, but plain
 // reading and writing may.
 bool KernelCopyUnsupported(int code) {
@@ -69,30 +67,6 @@ long long clsBinaryFile::KernelCopy(clsBinaryFile& dest, long long count, bool& 
     return moved;
 }
 
-long long clsBinaryFile::BufferCopy(clsBinaryFile& dest, long long count, void* buffer,
-                                    std::size_t bufferSize) {
-    if (buffer == nullptr || bufferSize == 0) {
-        if (m_copyBuffer.empty()) {
-            m_copyBuffer.resize(kFallbackBuffer);
-        }
-        buffer = m_copyBuffer.data();
-        bufferSize = m_copyBuffer.size();
-    }
-    long long moved = 0;
-    while (moved < count) {
-        std::size_t chunk = std::min(bufferSize, static_cast<std::size_t>(count - moved));
-        long long n = ReadBlock(buffer, chunk);
-        if (n < 0 || (n > 0 && !dest.WriteBlock(buffer, static_cast<std::size_t>(n)))) {
-            return -1;
-        }
-        moved += n;
-        if (static_cast<std::size_t>(n) < chunk) {
-            break;
-        }
-    }
-    return moved;
-}
-
 bool clsBinaryFile::GetTimes(timespec& atime, timespec& mtime) {
     struct stat st {};
     if (m_fd < 0) {
@@ -133,35 +107,9 @@ bool clsBinaryFile::GetFileDates(DateTime& created, DateTime& accessed, DateTime
     return true;
 }
 
-DateTime clsBinaryFile::CreateTime() {
-    DateTime c, a, w;
-    GetFileDates(c, a, w);
-    return c;
-}
-
-DateTime clsBinaryFile::LastAccessTime() {
-    DateTime c, a, w;
-    GetFileDates(c, a, w);
-    return a;
-}
-
-DateTime clsBinaryFile::LastWriteTime() {
-    DateTime c, a, w;
-    GetFileDates(c, a, w);
-    return w;
-}
-
 bool clsBinaryFile::SetCreateTime(const DateTime&) {
     // A creation time cannot be set on POSIX; succeeding keeps a copy from failing on it.
     return m_fd >= 0 || Fail(EBADF);
-}
-
-bool clsBinaryFile::SetLastAccessTime(const DateTime& value) {
-    return SetFileDates(DateTime{}, value, DateTime{});
-}
-
-bool clsBinaryFile::SetLastWriteTime(const DateTime& value) {
-    return SetFileDates(DateTime{}, DateTime{}, value);
 }
 
 bool clsBinaryFile::SetFileDates(const DateTime&, const DateTime& accessed,

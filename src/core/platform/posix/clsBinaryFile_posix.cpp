@@ -1,6 +1,7 @@
 #include "platform/clsBinaryFile.h"
 
 #include "platform/clsFolder.h"
+#include "platform/posix/PosixFolders.h"
 #include "platform/posix/PosixSupport.h"
 
 #include <algorithm>
@@ -15,7 +16,6 @@ using posix::RetryEintr;
 
 namespace {
 
-constexpr std::size_t kContentsChunk = 1 << 16;
 constexpr long long kMaxSpecialBlock = 16 << 20;
 
 int AccessFlags(std::int64_t access) {
@@ -46,15 +46,6 @@ int DispositionFlags(std::int64_t openMode) {
 }
 
 } // namespace
-
-clsBinaryFile::~clsBinaryFile() {
-    CloseFile();
-}
-
-bool clsBinaryFile::Fail(int code) {
-    LastErrorCode = code;
-    return false;
-}
 
 bool clsBinaryFile::Fail() {
     return Fail(errno);
@@ -154,7 +145,9 @@ void clsBinaryFile::LearnCreated(clsFolder& folder, unsigned created) {
         if (::fstat(m_fd, &st) != 0) {
             return;
         }
-        folder.FirstFileGot(st.st_uid, st.st_gid, (st.st_mode & 07777) == (created & ~umask));
+        const bool asPredicted =
+            (st.st_mode & 07777) == (created & ~umask) && !posix::HasDefaultAcl(folder.Handle());
+        folder.FirstFileGot(st.st_uid, st.st_gid, asPredicted);
     }
     m_knownUid = folder.NewFileUid();
     m_knownGid = folder.NewFileGid();
@@ -219,14 +212,6 @@ long long clsBinaryFile::ReadBlock(void* buf, std::size_t count) {
     return static_cast<long long>(done);
 }
 
-bool clsBinaryFile::WriteBlock(const void* buf, std::size_t count) {
-    return WriteAll(buf, count, -1);
-}
-
-bool clsBinaryFile::WriteBlockAt(const void* buf, std::size_t count, long long offset) {
-    return WriteAll(buf, count, offset);
-}
-
 // Writes all count bytes, at the file position (offset < 0) or at offset; a short write
 // goes on with the rest.
 bool clsBinaryFile::WriteAll(const void* buf, std::size_t count, long long offset) {
@@ -279,41 +264,6 @@ bool clsBinaryFile::ReadFile(std::vector<unsigned char>& buf, long long count) {
     return n >= 0;
 }
 
-std::string clsBinaryFile::ReadFileText(long long count) {
-    std::vector<unsigned char> buf;
-    if (!ReadFile(buf, count)) {
-        return {};
-    }
-    return std::string(buf.begin(), buf.end());
-}
-
-std::string clsBinaryFile::GetFileContents() {
-    if (m_fd < 0) {
-        Fail(EBADF);
-        return {};
-    }
-    std::string text;
-    char chunk[kContentsChunk];
-    for (;;) {
-        long long n = ReadBlock(chunk, sizeof chunk);
-        if (n < 0) {
-            return {};
-        }
-        text.append(chunk, static_cast<std::size_t>(n));
-        if (n < static_cast<long long>(sizeof chunk)) {
-            return text;
-        }
-    }
-}
-
-bool clsBinaryFile::WriteFile(const std::vector<unsigned char>& buf) {
-    return WriteBlock(buf.data(), buf.size());
-}
-
-bool clsBinaryFile::WriteFileText(std::string_view text) {
-    return WriteBlock(text.data(), text.size());
-}
-
 bool clsBinaryFile::SeekFile(long long position) {
     if (m_fd < 0) {
         return Fail(EBADF);
@@ -355,12 +305,6 @@ long long clsBinaryFile::FilePointer() {
         Fail();
     }
     return static_cast<long long>(pos);
-}
-
-bool clsBinaryFile::Eof() {
-    long long pos = FilePointer();
-    long long size = FileSize();
-    return pos < 0 || size < 0 || pos >= size;
 }
 
 bool clsBinaryFile::SetMode(unsigned mode) {

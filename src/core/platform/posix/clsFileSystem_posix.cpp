@@ -47,14 +47,6 @@ int AttributesOf(const std::string& name, mode_t mode) {
     return attr;
 }
 
-// Drops one trailing "/" unless the path is the root.
-std::string DropTrailingSeparator(const std::string& path) {
-    if (path.size() > 1 && path.back() == '/') {
-        return path.substr(0, path.size() - 1);
-    }
-    return path;
-}
-
 } // namespace
 
 bool clsFileSystem::Fail(const char* member, int code) {
@@ -139,16 +131,6 @@ bool clsFileSystem::GetInfo(const std::string& path, FileInfo& out, bool followL
     }
     posix::InfoFromStat(st, out);
     return true;
-}
-
-bool clsFileSystem::WaitUntilGone(const std::string& path) {
-    for (int check = 0; check < 10; ++check) {
-        if (!Exists(path)) {
-            return true;
-        }
-        std::this_thread::sleep_for(std::chrono::milliseconds(100));
-    }
-    return false;
 }
 
 bool clsFileSystem::Delete(const std::string& path, bool Wait) {
@@ -245,10 +227,8 @@ std::string clsFileSystem::GetTempDir() {
 
 namespace tessaron {
 
-namespace {
-
-// The sorted entry names of a directory that is not a link; false when it cannot be read.
-bool ListNames(const std::string& path, std::vector<std::string>& names, int& code) {
+bool clsFileSystem::ListFolderNames(const std::string& path, std::vector<std::string>& names,
+                                    int& code) {
     int fd = ::open(path.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
     if (fd < 0) {
         code = errno;
@@ -259,42 +239,9 @@ bool ListNames(const std::string& path, std::vector<std::string>& names, int& co
     return ok;
 }
 
-} // namespace
-
-std::vector<std::string> clsFileSystem::ListFiles(const std::string& path) {
-    std::string dir = DropTrailingSeparator(path);
-    std::vector<std::string> result{std::string()};
-    std::vector<std::string> names;
-    int code = 0;
-    if (dir.empty() || !IsDirectory(dir)) {
-        return result;
-    }
-    if (!ListNames(dir, names, code)) {
-        Fail("ListFiles", code);
-        return result;
-    }
-    result.clear();
-    const std::string base = dir == "/" ? dir : dir + "/";
-    for (const std::string& name : names) {
-        result.push_back(name);
-        if (IsDirectory(base + name)) {
-            std::vector<std::string> below = ListFiles(base + name);
-            if (!below.front().empty()) {
-                for (const std::string& entry : below) {
-                    result.push_back(name + "/" + entry);
-                }
-            }
-        }
-    }
-    if (result.empty()) {
-        result.emplace_back();
-    }
-    return result;
-}
-
 int clsFileSystem::GetDirectory(const std::string& path) {
     Items.clear();
-    std::string dir = DropTrailingSeparator(path);
+    std::string dir = WithoutTrailingSeparator(path);
     if (dir.empty()) {
         return 0;
     }

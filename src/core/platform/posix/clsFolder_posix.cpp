@@ -5,7 +5,6 @@
 
 #include <fcntl.h>
 #include <sys/stat.h>
-#include <sys/xattr.h>
 #include <unistd.h>
 
 namespace tessaron {
@@ -27,25 +26,7 @@ int OpenFolderPath(const std::string& path, bool followLast, int& code, bool& se
     return fd;
 }
 
-// True when files created in the folder get a default ACL, which replaces the umask (and
-// when that cannot be told): then the first file's mode proves nothing about the next.
-bool HasDefaultAcl(int fd) {
-#ifdef __linux__
-    if (::fgetxattr(fd, "system.posix_acl_default", nullptr, 0) >= 0) {
-        return true;
-    }
-    return errno != ENODATA && errno != ENOTSUP && errno != EOPNOTSUPP;
-#else
-    (void)fd;
-    return true;
-#endif
-}
-
 } // namespace
-
-clsFolder::~clsFolder() {
-    Close();
-}
 
 void clsFolder::Close() {
     if (m_fd >= 0) {
@@ -63,7 +44,7 @@ bool clsFolder::Fail() {
 bool clsFolder::Adopt(int fd, const std::string& path) {
     m_path = path;
     m_checked = false;
-    m_modePredictable = false;
+    m_modePredictable = true; // until the first file made here proves otherwise
     if (fd < 0) {
         return false;
     }
@@ -254,13 +235,6 @@ bool clsFolder::Sync() {
     ::sync();
     return true;
 #endif
-}
-
-void clsFolder::FirstFileGot(unsigned uid, unsigned gid, bool modeAsPredicted) {
-    m_checked = true;
-    m_newUid = uid;
-    m_newGid = gid;
-    m_modePredictable = modeAsPredicted && !HasDefaultAcl(m_fd);
 }
 
 } // namespace tessaron

@@ -1,0 +1,38 @@
+#pragma once
+// How the main window hands work to the other windows: the run window that carries out a
+// backup, and the windows its Action and Help menus open. The main window holds one
+// MainWindowHooks; the program fills it with StandardHooks(), tests with their own.
+
+#include <functional>
+
+class QWidget;
+
+namespace tessaron {
+class clsSetup;
+}
+
+namespace tessaron::gui {
+
+// Runs the backup set in the run window, owned by mainWindow, and returns when the run
+// window has closed. unloadOnExit is true for a run started from the command line: the
+// run window then closes itself when the run ends. The result is the program's exit
+// status for the run: 0 "Backup Complete", 1 "Error During Backup", 2 "Backup
+// Cancelled", 3 nothing was run. The set is not owned; the run may change its
+// BackupType (see BackupEngine::Setup).
+using RunStarter = std::function<int(QWidget* mainWindow, clsSetup& setup, bool unloadOnExit)>;
+
+// Opens a window or document over mainWindow ("Email Setup", "Contents...", "About...").
+using MenuHook = std::function<void(QWidget* mainWindow)>;
+
+struct MainWindowHooks {
+    RunStarter StartRun; // Start and Start Backup, after the checks passed
+    MenuHook EmailSetup; // Action > Email Setup: the mail settings dialog, modal
+    MenuHook Contents;   // Help > Contents...: the manual
+    MenuHook About;      // Help > About...: the about box
+};
+
+// The hooks of this build. A window that is not part of the build yet is stood in for by
+// a box that says so (the run then counts as not run: 3).
+MainWindowHooks StandardHooks();
+
+} // namespace tessaron::gui
