@@ -5,16 +5,19 @@
 
 #include <chrono>
 #include <cstdlib>
-#include <dirent.h>
-#include <fcntl.h>
 #include <filesystem>
 #include <fstream>
 #include <random>
 #include <sstream>
 #include <string>
+#include <vector>
+
+#ifndef _WIN32
+#include <dirent.h>
+#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
-#include <vector>
+#endif
 
 namespace tessaron::test {
 
@@ -43,6 +46,7 @@ inline std::string Bytes(std::size_t n, unsigned seed = 1) {
     return s;
 }
 
+#ifndef _WIN32
 // The status of p itself (a link is not followed); all zero when it cannot be read.
 inline struct stat Stat(const fs::path& p) {
     struct stat st {};
@@ -75,6 +79,23 @@ inline void RemoveTreeAt(int dirfd, const char* name) {
     ::closedir(dir);
     ::unlinkat(dirfd, name, AT_REMOVEDIR);
 }
+#endif
+
+// Removes the tree at root, giving its folders their owner's bits back first.
+inline void RemoveTree(const std::string& root) {
+#ifndef _WIN32
+    RemoveTreeAt(AT_FDCWD, root.c_str()); // one folder at a time: any depth
+#else
+    std::error_code ec;
+    fs::permissions(root, fs::perms::owner_all, fs::perm_options::add, ec);
+    for (fs::recursive_directory_iterator it(root, ec), end; it != end; it.increment(ec)) {
+        if (!it->is_symlink(ec)) {
+            fs::permissions(it->path(), fs::perms::owner_all, fs::perm_options::add, ec);
+        }
+    }
+    fs::remove_all(root, ec);
+#endif
+}
 
 class TempTree {
 public:
@@ -95,7 +116,7 @@ public:
     }
     ~TempTree() {
         if (!m_root.empty()) {
-            RemoveTreeAt(AT_FDCWD, m_root.c_str());
+            RemoveTree(m_root);
         }
     }
     TempTree(const TempTree&) = delete;
