@@ -85,7 +85,7 @@ bool BackupEngine::FolderOfCopy(const std::string& copy, bool make, CopyFolder& 
 
 // Opens (copy phase: makes) the folders of the copy for the first count names of
 // sourcePath below the target; the last is level's copy folder (the target itself for
-// count 0). The folders on the way stay open in chain, marked when this run made them.
+// count 0). The folders on the way stay open in chain.
 bool BackupEngine::OpenCopyChain(const std::string& sourcePath, std::size_t count, Level& level,
                                  std::deque<Ancestor>& chain) {
     if (count == 0) {
@@ -105,9 +105,6 @@ bool BackupEngine::OpenCopyChain(const std::string& sourcePath, std::size_t coun
         }
         if (!StepInto(*parent, parts[i], *into)) {
             return false;
-        }
-        if (i + 1 < count) {
-            chain.back().made = into->fresh;
         }
         parent = into;
     }
@@ -192,14 +189,15 @@ bool BackupEngine::FinishCopyFolder(CopyFolder& dst, const FileInfo& like) {
     return true;
 }
 
-// The folders above an entry's copy that this run made, deepest first, get the metadata
-// of the source folders they stand for.
+// The folders above an entry's copy, deepest first, get the metadata of the source
+// folders they stand for (also those made before: they may have been opened up for
+// writing on the way).
 bool BackupEngine::FinishAncestors(std::deque<Ancestor>& chain) {
     bool ok = true;
     for (auto it = chain.rbegin(); it != chain.rend(); ++it) {
         FileInfo like;
         SysError error;
-        if (it->made && m_fa->GetPathInfo(it->source, like, error) && like.Exists) {
+        if (m_fa->GetPathInfo(it->source, like, error) && like.Kind == FileKind::Directory) {
             ok = FinishCopyFolder(it->dst, like) && ok;
         }
     }

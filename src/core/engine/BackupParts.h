@@ -54,12 +54,11 @@ struct BackupEngine::FileCopy {
     bool ended = false;   // the source ended before its examined size
 };
 
-// A folder above a selection entry's copy that this run made; it gets the metadata of
-// the source folder it stands for once the entry is done.
+// A folder above a selection entry's copy; it gets the metadata of the source folder it
+// stands for once the entry is done.
 struct BackupEngine::Ancestor {
     CopyFolder dst;
     std::string source;
-    bool made = false;
 };
 
 } // namespace tessaron
