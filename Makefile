@@ -2,14 +2,18 @@
 #   make check   installs what is missing, builds, runs every test
 #   make demo    installs what is missing, builds, backs up a sample tree
 #   make asan    the core tests under AddressSanitizer and UndefinedBehaviorSanitizer
+#   make fuzz    every fuzz target for a minute (fuzz-smoke: 10 seconds each), built with
+#                clang, libFuzzer, AddressSanitizer and UndefinedBehaviorSanitizer
 #   make windows        cross-builds the Windows program and tests (MinGW-w64)
 #   make check-windows  runs the Windows tests under Wine, headless
 BUILD ?= build
+FUZZ_BUILD ?= build-fuzz
 WINBUILD ?= build-windows
 JOBS ?= $(shell nproc)
 CMAKE_FLAGS ?=
 
-.PHONY: deps build check demo asan format clean deps-windows windows check-windows
+.PHONY: deps build check demo asan fuzz-build fuzz fuzz-smoke format clean deps-windows windows \
+	check-windows
 
 deps:
 	@scripts/install-deps.sh
@@ -29,6 +33,17 @@ asan: deps
 	cmake --build $(BUILD)-asan -j $(JOBS) --target tessaron_all_core_tests
 	cd $(BUILD)-asan && ctest --output-on-failure -j $(JOBS) -L core
 
+fuzz-build: deps
+	cmake -S . -B $(FUZZ_BUILD) -DCMAKE_CXX_COMPILER=clang++-14 -DTESSARON_FUZZ=ON \
+		-DTESSARON_SANITIZE=ON -DTESSARON_WERROR=ON -DTESSARON_TESTS=OFF -DTESSARON_GUI=OFF
+	cmake --build $(FUZZ_BUILD) -j $(JOBS) --target tessaron_fuzzers
+
+fuzz: fuzz-build
+	fuzz/run $(FUZZ_BUILD) 60
+
+fuzz-smoke: fuzz-build
+	fuzz/run $(FUZZ_BUILD) 10
+
 deps-windows:
 	@scripts/install-deps.sh --windows
 
@@ -44,4 +59,4 @@ format:
 	clang-format -i $$(git ls-files '*.cpp' '*.h')
 
 clean:
-	rm -rf $(BUILD) $(BUILD)-asan $(WINBUILD)
+	rm -rf $(BUILD) $(BUILD)-asan $(FUZZ_BUILD) $(WINBUILD)

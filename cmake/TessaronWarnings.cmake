@@ -14,6 +14,11 @@ if(TESSARON_SANITIZE)
     -fsanitize=address,undefined -fno-sanitize-recover=undefined -fno-omit-frame-pointer)
   target_link_options(tessaron_options INTERFACE -fsanitize=address,undefined)
 endif()
+# Coverage feedback for libFuzzer in every library; the fuzz executables add the
+# fuzzer's own main (fuzz/CMakeLists.txt).
+if(TESSARON_FUZZ)
+  target_compile_options(tessaron_options INTERFACE -fsanitize=fuzzer-no-link)
+endif()
 
 # tessaron_layer(NAME [HEADERS] DIRS dir... [DEPS lib...]): a static library of every .cpp
 # in the folders src/core/DIR plus their platform subfolder for this system (posix/ or

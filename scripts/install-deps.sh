@@ -13,6 +13,8 @@ packages=(
     time                    # /usr/bin/time -v for the benchmark's memory figures
     rsync                   # the benchmark's peer
     python3                 # runs the benchmark harness (bench/run)
+    clang-14 libfuzzer-14-dev   # the fuzz targets (make fuzz, make fuzz-smoke)
+    locales                 # de_DE.UTF-8 for the tests of dates and numbers in the user's locale
     qt6-base-dev            # the window front end (Qt 6 Widgets)
     xvfb xauth xdotool      # the window's system test and screenshots under a virtual display
     x11-apps                # xwd: the window system test's screenshot
@@ -32,15 +34,20 @@ for p in "${packages[@]}"; do
         missing+=("$p")
     fi
 done
-if ((${#missing[@]} == 0)); then
-    exit 0
-fi
-
 SUDO=""
 if [[ $(id -u) -ne 0 ]]; then
     SUDO="sudo"
 fi
-echo "Installing: ${missing[*]}"
-export DEBIAN_FRONTEND=noninteractive
-$SUDO apt-get update -qq
-$SUDO apt-get install -y -qq --no-install-recommends "${missing[@]}"
+if ((${#missing[@]} > 0)); then
+    echo "Installing: ${missing[*]}"
+    export DEBIAN_FRONTEND=noninteractive
+    $SUDO apt-get update -qq
+    $SUDO apt-get install -y -qq --no-install-recommends "${missing[@]}"
+fi
+
+# A German locale for the locale tests (they skip, saying so, when it is missing).
+if [[ ${1:-} != --windows ]] && ! locale -a 2>/dev/null | grep -qi '^de_DE\.utf-\?8$'; then
+    echo "Generating the locale de_DE.UTF-8"
+    $SUDO localedef -i de_DE -c -f UTF-8 -A /usr/share/locale/locale.alias de_DE.UTF-8 ||
+        echo "warning: de_DE.UTF-8 could not be generated; the locale tests will be skipped" >&2
+fi

@@ -59,17 +59,25 @@ int64_t RoundDecimal(std::string_view intDigits, std::string_view fracDigits) {
 
 std::string JoinArguments(const std::vector<std::string>& args) {
     std::string text;
-    bool glued = false; // the previous piece was an empty quoted argument
-    for (const std::string& arg : args) {
-        std::string piece = NeedsQuotes(arg) ? Quoted(arg) : arg;
-        // After an empty quoted argument the tokenizer gives an empty token for a blank
-        // that follows, so the next argument is written directly behind it; that is only
-        // safe when the next piece does not begin with a quote.
-        if (!text.empty() && !(glued && piece[0] != '"')) {
+    for (std::size_t i = 0; i < args.size(); ++i) {
+        const std::string& arg = args[i];
+        // An empty argument after the first is the empty token between two blanks. The
+        // first must be written "" (blanks before the first token are dropped), and
+        // since the scan stops right behind its closing quote, a blank there would
+        // give one more empty token: the next piece follows it directly unless it
+        // begins with a quote itself.
+        const std::string piece = arg.empty()        ? (i == 0 ? "\"\"" : "")
+                                  : NeedsQuotes(arg) ? Quoted(arg)
+                                                     : arg;
+        const bool afterEmptyFirst = i == 1 && args[0].empty();
+        if (i > 0 && !(afterEmptyFirst && (piece.empty() || piece[0] != '"'))) {
             text += ' ';
         }
         text += piece;
-        glued = arg.empty();
+    }
+    // A blank at the end gives no token of its own; a second one gives the empty token.
+    if (args.size() > 1 && args.back().empty()) {
+        text += ' ';
     }
     return text;
 }

@@ -14,10 +14,12 @@ namespace tessaron {
 class clsSetup;
 
 // The single command-line string for an argument vector (without the program name):
-// the arguments joined with one blank. An argument that is empty or holds a character the
-// tokenizer would treat specially (white space, a double quote, a parenthesis) is put in
-// double quotes with every double quote inside doubled, so that the tokens of the string
-// are the arguments again.
+// the arguments joined with one blank. An argument that holds a character the tokenizer
+// would treat specially (white space, a double quote, a parenthesis) is put in double
+// quotes with every double quote inside doubled; an empty argument is the empty token
+// between two blanks ("" when it comes first), so that the tokens of the string are the
+// arguments again. The one pair the tokenizer cannot give back is an empty first
+// argument followed by one that needs quotes: it reads with one more empty token.
 std::string JoinArguments(const std::vector<std::string>& args);
 
 // A /BLOCKSIZE argument as a number: leading blanks, an optional sign, digits with an

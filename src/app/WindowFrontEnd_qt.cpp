@@ -5,6 +5,7 @@
 #include "frmMain.h"
 
 #include "mail/clsRegSettings.h"
+#include "platform/UserLocale.h"
 #include "platform/clsPath.h"
 
 #include <QApplication>
@@ -41,6 +42,7 @@ int RunMainWindow(char* programName, const std::string& commandLine) {
     int qtArgc = 1;
     char* qtArgv[] = {programName, nullptr};
     QApplication app(qtArgc, qtArgv);
+    UseUserLocale(); // Qt took the whole locale from the environment; numbers parse as in C
     QApplication::setApplicationName("Tessaron");
     QApplication::setOrganizationName("VELQO");
     QGuiApplication::setDesktopFileName("tessaron");

@@ -12,9 +12,9 @@
 
 #include "engine/BackupEngine.h"
 #include "engine/RunChecks.h"
+#include "platform/UserLocale.h"
 #include "setfile/clsSetup.h"
 
-#include <clocale>
 #include <cstdlib>
 #include <iostream>
 #include <string>
@@ -97,7 +97,7 @@ bool ForTheWindow(const std::string& text) {
 } // namespace
 
 int main(int argc, char** argv) {
-    std::setlocale(LC_ALL, "");
+    UseUserLocale(); // log dates and grouped numbers in the user's conventions
     std::vector<std::string> args(argv + (argc > 0 ? 1 : 0), argv + argc);
     std::string text = JoinArguments(args);
     if (WantsHelp(text)) {

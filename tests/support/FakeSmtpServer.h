@@ -25,6 +25,8 @@ struct SmtpScript {
     };
     std::string CloseOn;   // close on a command starting with this
     std::size_t Flood = 0; // send this many bytes of endless data instead of any reply
+    int ReplyDelayMs = 0;  // pause before each reply
+    int DripMs = 0;        // send replies one byte at a time, this long apart
     int AcceptWaitMs = 5000;
     int DeadlineMs = 8000;
 };
@@ -114,8 +116,14 @@ private:
     void Send(const std::string& reply) {
         if (reply.empty())
             return;
+        std::this_thread::sleep_for(std::chrono::milliseconds(script_.ReplyDelayMs));
         const std::string line = reply + "\r\n";
-        send(fd_, line.data(), line.size(), MSG_NOSIGNAL);
+        const std::size_t piece = script_.DripMs > 0 ? 1 : line.size();
+        for (std::size_t at = 0; at < line.size(); at += piece) {
+            if (send(fd_, line.data() + at, piece, MSG_NOSIGNAL) < 0)
+                return;
+            std::this_thread::sleep_for(std::chrono::milliseconds(script_.DripMs));
+        }
         std::this_thread::sleep_for(std::chrono::milliseconds(60));
     }
 

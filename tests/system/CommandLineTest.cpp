@@ -18,6 +18,8 @@ TEST(JoinArguments, TokensAreTheArgumentsAgain) {
                                               {"/RUN", "/home/ann/My Sets/daily.set", "/QUIET"},
                                               {"", "x"},
                                               {"/LOGPATH", "", "/QUIET"},
+                                              {"", "", "", "b", "", ""},
+                                              {"a", "", "", "(b)", ""},
                                               {"a\"b", "\"lead", "trail\"", "\"\""},
                                               {"f(1).set", "(", ")"},
                                               {"tab\there", "line\nbreak", "  padded  "},

@@ -1,5 +1,7 @@
 #include "engine/NumberText.h"
 
+#include "platform/UserLocale.h"
+
 #include <cmath>
 #include <locale>
 #include <stdexcept>
@@ -29,13 +31,15 @@ std::string Utf8(char32_t c) {
     return s;
 }
 
-DigitGrouping ReadUserGrouping() {
+} // namespace
+
+DigitGrouping DigitGroupingOf(const std::string& localeName) {
     DigitGrouping g;
     try {
         // The wide facet carries a multi-byte separator whole, where the narrow one
         // would give only its first byte.
-        const std::locale user("");
-        const auto& punct = std::use_facet<std::numpunct<wchar_t>>(user);
+        const std::locale named(localeName);
+        const auto& punct = std::use_facet<std::numpunct<wchar_t>>(named);
         const std::string groups = punct.grouping();
         const auto sep = static_cast<char32_t>(punct.thousands_sep());
         if (!groups.empty() && groups[0] > 0 && sep != 0) {
@@ -43,15 +47,19 @@ DigitGrouping ReadUserGrouping() {
             g.Groups = groups;
         }
     } catch (const std::runtime_error&) {
-        // An unknown LANG/LC_ALL: keep the default.
+        // A locale the system does not know: keep the default.
     }
     return g;
 }
 
-} // namespace
-
 const DigitGrouping& UserDigitGrouping() {
-    static const DigitGrouping grouping = ReadUserGrouping();
+    // Per thread, so that no lock is needed; the locale is set once at start.
+    thread_local std::string name;
+    thread_local DigitGrouping grouping;
+    if (const std::string current = UserNumericLocale(); current != name) {
+        name = current;
+        grouping = DigitGroupingOf(current);
+    }
     return grouping;
 }
 

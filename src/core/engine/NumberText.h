@@ -6,12 +6,16 @@
 
 namespace tessaron {
 
-// The thousands separator and grouping of the user's locale, read once per process.
-// A locale without grouping (C, POSIX) gives "," and groups of three.
+// A thousands separator and grouping. A locale without grouping (C, POSIX) or one the
+// system does not know gives "," and groups of three.
 struct DigitGrouping {
     std::string Separator = ",";
     std::string Groups = "\3"; // as std::numpunct::grouping gives it
 };
+// The grouping of a named locale ("de_DE.UTF-8" gives "." and groups of three).
+DigitGrouping DigitGroupingOf(const std::string& localeName);
+// The grouping of the user's locale (UserNumericLocale), read again only when that
+// changes.
 const DigitGrouping& UserDigitGrouping();
 
 // n with digit grouping and no decimals: 1234567 gives "1,234,567" (with the user's

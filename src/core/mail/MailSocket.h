@@ -1,9 +1,13 @@
 #pragma once
 // MailSocket: a non-blocking TCP client socket that reports what happened to it as
 // notices (connected, data waiting, closed by the peer, error), in the manner of an
-// event-driven socket control. Nothing blocks except the name lookup in Connect.
-// Memory stays bounded: at most kMaxPending received bytes wait to be read, and
-// reading stops while they are not taken.
+// event-driven socket control. Nothing blocks but the name lookup, and on POSIX not even
+// that: it runs on a helper thread and its outcome shows in a later Poll. Memory stays
+// bounded: at most kMaxPending received bytes wait to be read, and reading stops while
+// they are not taken.
+//
+// IMailSocket is what the mailer talks to; MailSocket is the system's socket, and tests
+// and fuzzing hand the mailer scripted ones.
 
 #include <cstddef>
 #include <memory>
@@ -12,7 +16,7 @@
 
 namespace tessaron {
 
-class MailSocket {
+class IMailSocket {
 public:
     enum class Notice { Connect, DataArrival, Close, Error };
     struct Event {
@@ -22,24 +26,37 @@ public:
         std::string Description; // Error: the system's text
     };
 
+    virtual ~IMailSocket() = default;
+
+    // Starts connecting to host:port (any local port). A failure, also a name that
+    // cannot be resolved, shows as an Error notice from a later Poll.
+    virtual void Connect(const std::string& host, int port) = 0;
+    // Queues data; it goes out during later polls. Ignored when not connected.
+    virtual void SendData(const std::string& data) = 0;
+    // Takes every received byte waiting.
+    virtual std::string GetData() = 0;
+    // Closes the connection; queued and waiting data are dropped. No notice follows.
+    virtual void Close() = 0;
+    // Waits up to timeoutMs for activity and returns the notices it produced, in the
+    // order connect, data, close or error.
+    virtual std::vector<Event> Poll(int timeoutMs) = 0;
+};
+
+class MailSocket : public IMailSocket {
+public:
+    using IMailSocket::Event;
+    using IMailSocket::Notice;
+
     MailSocket();
-    ~MailSocket();
+    ~MailSocket() override;
     MailSocket(const MailSocket&) = delete;
     MailSocket& operator=(const MailSocket&) = delete;
 
-    // Starts connecting to host:port (any local port). A failure, also a name that
-    // cannot be resolved, shows as an Error notice from the next Poll.
-    void Connect(const std::string& host, int port);
-    // Queues data; it goes out during later polls. Ignored when not connected.
-    void SendData(const std::string& data);
-    // Takes every received byte waiting.
-    std::string GetData();
-    // Closes the connection; queued and waiting data are dropped. No notice follows.
-    void Close();
-
-    // Waits up to timeoutMs for activity and returns the notices it produced, in the
-    // order connect, data, close or error.
-    std::vector<Event> Poll(int timeoutMs);
+    void Connect(const std::string& host, int port) override;
+    void SendData(const std::string& data) override;
+    std::string GetData() override;
+    void Close() override;
+    std::vector<Event> Poll(int timeoutMs) override;
 
     static constexpr std::size_t kMaxPending = 64 * 1024;
 

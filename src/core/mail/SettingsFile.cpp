@@ -1,7 +1,6 @@
 #include "mail/SettingsFile.h"
 
 #include <algorithm>
-#include <cctype>
 #include <string_view>
 
 namespace tessaron {
@@ -10,8 +9,10 @@ namespace {
 
 constexpr char kHex[] = "0123456789ABCDEF";
 
+// ASCII only, whatever the locale: names are UTF-8, and no byte of a character beyond
+// ASCII may change.
 char Lower(char c) {
-    return static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+    return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
 }
 
 int HexValue(char c) {

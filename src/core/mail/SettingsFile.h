@@ -45,14 +45,19 @@ namespace settingsfile {
 // The file of a root: HKEY_CURRENT_USER in ${XDG_CONFIG_HOME:-~/.config}/tessaron/,
 // HKEY_LOCAL_MACHINE in the system configuration folder.
 std::string DefaultPath(std::uint32_t root);
-// Reads at most kMaxFile bytes. A missing file is an empty text, not a failure.
+// Reads the whole file. A missing file is an empty text, not a failure. Only a regular
+// file (or a link to one) of at most kMaxFile bytes is read: anything else there (a
+// folder, a FIFO, a device) fails at once with kNotRegularFile or EISDIR, a larger file
+// with EFBIG, and nothing in the way can make the read wait.
 bool Read(const std::string& path, std::string& text, int& errorCode);
 // Writes a temporary file beside path, flushes it and renames it over path, creating
 // the missing folders (owner-only permissions for new ones).
 bool WriteAtomic(const std::string& path, const std::string& text, int& errorCode);
 std::string ErrorText(int errorCode);
 
-inline constexpr std::size_t kMaxFile = 16 * 1024 * 1024;
+inline constexpr std::size_t kMaxFile = 1024 * 1024;
+// The error code of a path that names neither a regular file nor a folder.
+inline constexpr int kNotRegularFile = -1;
 
 } // namespace settingsfile
 } // namespace tessaron

@@ -4,7 +4,7 @@
 #include "mail/TimeZone.h"
 
 #include <array>
-#include <chrono>
+#include <string_view>
 
 namespace tessaron {
 
@@ -33,20 +33,71 @@ int ParsePort(const std::string& text) {
     return port >= 1 && port <= 65535 ? port : 0;
 }
 
-std::string Strftime(const char* format, const std::tm& tm) {
-    char buf[64];
-    const std::size_t n = std::strftime(buf, sizeof buf, format, &tm);
-    return std::string(buf, n);
-}
-
 std::string TwoDigits(int n) {
     return (n < 10 ? "0" : "") + std::to_string(n);
+}
+
+bool IsContinuationByte(char c) {
+    return (static_cast<unsigned char>(c) & 0xC0) == 0x80;
+}
+
+// Where a line longer than the limit is cut: not inside a UTF-8 character, unless the
+// text there is no UTF-8 at all.
+std::size_t FoldPoint(std::string_view line, std::size_t limit) {
+    std::size_t cut = limit;
+    for (int back = 0; back < 3 && cut > 1 && IsContinuationByte(line[cut]); ++back)
+        --cut;
+    return IsContinuationByte(line[cut]) ? limit : cut;
+}
+
+// Appends one line of the message, folded and dot-stuffed; the pieces of a folded line
+// are joined by CR LF, and the last gets one when the line had a line end.
+void AppendDataLine(std::string& out, std::string_view line, bool ended) {
+    do {
+        const bool dot = !line.empty() && line[0] == '.';
+        const std::size_t limit = clsMailer::kMaxLineLength - (dot ? 1 : 0);
+        const std::size_t take = line.size() <= limit ? line.size() : FoldPoint(line, limit);
+        if (dot)
+            out += '.';
+        out.append(line.substr(0, take));
+        line.remove_prefix(take);
+        if (ended || !line.empty())
+            out += kCrLf;
+    } while (!line.empty());
+}
+
+// Outside text as the end of one log line: a trailing line break dropped, control
+// characters shown escaped, at most kMaxReplyShown characters.
+std::string OneLine(std::string_view reply) {
+    static constexpr char kHex[] = "0123456789ABCDEF";
+    while (!reply.empty() && (reply.back() == '\n' || reply.back() == '\r'))
+        reply.remove_suffix(1);
+    std::string out;
+    for (const char c : reply.substr(0, clsMailer::kMaxReplyShown)) {
+        const auto u = static_cast<unsigned char>(c);
+        if (c == '\r') {
+            out += "\\r";
+        } else if (c == '\n') {
+            out += "\\n";
+        } else if ((u < 0x20 && c != '\t') || u == 0x7F) {
+            out += "\\x";
+            out += kHex[u >> 4];
+            out += kHex[u & 15];
+        } else {
+            out += c;
+        }
+    }
+    return reply.size() > clsMailer::kMaxReplyShown ? out + "..." : out;
 }
 
 } // namespace
 
 clsMailer::clsMailer(IMailHost& host, const clsRegSettings& settings)
-    : host_(host), settings_(settings), socket_(std::make_unique<MailSocket>()) {}
+    : clsMailer(host, settings, std::make_unique<MailSocket>()) {}
+
+clsMailer::clsMailer(IMailHost& host, const clsRegSettings& settings,
+                     std::unique_ptr<IMailSocket> socket)
+    : host_(host), settings_(settings), socket_(std::move(socket)) {}
 
 clsMailer::~clsMailer() = default;
 
@@ -66,16 +117,42 @@ void clsMailer::TimeoutSeconds(int seconds) {
     timeoutSeconds_ = seconds < 0 ? 0 : seconds;
 }
 
+void clsMailer::TimeLimitSeconds(int seconds) {
+    timeLimitSeconds_ = seconds < 0 ? 0 : seconds;
+}
+
 std::string clsMailer::FormatMailDate(std::time_t moment) {
+    static constexpr std::array<const char*, 7> kDays{"Sun", "Mon", "Tue", "Wed",
+                                                      "Thu", "Fri", "Sat"};
+    static constexpr std::array<const char*, 12> kMonths{"Jan", "Feb", "Mar", "Apr", "May", "Jun",
+                                                         "Jul", "Aug", "Sep", "Oct", "Nov", "Dec"};
     std::tm tm{};
-    if (localtime_r(&moment, &tm) == nullptr)
+    if (localtime_r(&moment, &tm) == nullptr || tm.tm_wday < 0 || tm.tm_wday > 6 || tm.tm_mon < 0 ||
+        tm.tm_mon > 11)
         return "";
-    // Weekday and month names follow the C library's time locale; the day and the
-    // hour have no leading zero.
-    return Strftime("%a", tm) + ", " + std::to_string(tm.tm_mday) + " " + Strftime("%b", tm) + " " +
+    // The day and the hour have no leading zero.
+    return std::string(kDays[static_cast<std::size_t>(tm.tm_wday)]) + ", " +
+           std::to_string(tm.tm_mday) + " " + kMonths[static_cast<std::size_t>(tm.tm_mon)] + " " +
            std::to_string(tm.tm_year + 1900) + " " + std::to_string(tm.tm_hour) + ":" +
            TwoDigits(tm.tm_min) + ":" + TwoDigits(tm.tm_sec) + " " +
            TimeZone(moment).FormatTimeZone();
+}
+
+std::string clsMailer::SmtpData(const std::string& message) {
+    std::string out;
+    out.reserve(message.size() + message.size() / 32 + 16);
+    std::size_t start = 0;
+    while (start < message.size()) {
+        const std::size_t end = message.find_first_of("\r\n", start);
+        const std::string_view line =
+            std::string_view(message).substr(start, end == std::string::npos ? end : end - start);
+        AppendDataLine(out, line, end != std::string::npos);
+        if (end == std::string::npos)
+            break;
+        // CR LF is one line end; a CR or LF alone is one too.
+        start = end + (message.compare(end, 2, kCrLf) == 0 ? 2 : 1);
+    }
+    return out;
 }
 
 std::string clsMailer::BuildMessage(const std::string& from, const std::string& to,
@@ -111,28 +188,42 @@ void clsMailer::Send_Email(const std::string& recipient, const std::string& subj
                            const std::string& body) {
     try {
         const std::string server = settings_.GetSetting(kSection, "SMTPServer", "");
+        // Without a server, say why the settings gave none (e.g. no regular file there).
+        if (server.empty() && !settings_.LastError().empty()) {
+            host_.AddLogLine("Unable to send email - " + settings_.LastError(), true);
+            return;
+        }
         const std::string from = settings_.GetSetting(kSection, "EmailFrom", "");
         if (RefuseUnsafe(from, recipient, subject))
             return;
         const std::string message =
             BuildMessage(from, recipient, subject, body, std::time(nullptr));
+        stepEnd_ = Clock::now() + std::chrono::seconds(timeLimitSeconds_);
         replyBuffer_.clear();
         connected_ = false;
+        socketFailed_ = false;
         socket_->Connect(server, Port());
-        const long long deadline = NowSeconds() + timeoutSeconds_;
-        while (!connected_) {
-            if (NowSeconds() > deadline) {
-                // The socket stays as it is; the next mail or the mailer's end closes it.
-                host_.AddLogLine("Unable to send email - Unable to connect to " + server, true);
-                return;
-            }
-            DoEvents();
+        if (!WaitForConnection()) {
+            // The socket stays as it is; the next mail or the mailer's end closes it.
+            host_.AddLogLine("Unable to send email - Unable to connect to " + server, true);
+            return;
         }
         Send_Email_Worker(from, recipient, message);
         socket_->Close();
     } catch (...) {
         // An unexpected failure ends the mail quietly; the backup's outcome stands.
     }
+}
+
+bool clsMailer::WaitForConnection() {
+    const long long deadline = NowSeconds() + timeoutSeconds_;
+    while (!connected_) {
+        // A refused connection or an unknown name cannot come up any more.
+        if (socketFailed_ || NowSeconds() > deadline || OutOfTime())
+            return false;
+        DoEvents();
+    }
+    return true;
 }
 
 bool clsMailer::Send_Email_Worker(const std::string& sender, const std::string& recipient,
@@ -142,13 +233,13 @@ bool clsMailer::Send_Email_Worker(const std::string& sender, const std::string& 
         {"MAIL FROM: " + sender, {"250", "Unable to send email - Error sending MAIL FROM - "}},
         {"RCPT TO: " + recipient, {"250", "Unable to send email - Error sending RCPT TO - "}},
         {"DATA", {"354", "Unable to send email - Error sending DATA - "}},
-        // Sent as it is: no dot doubling, so a line holding only "." ends it early.
-        {message + kCrLf + ".", {"250", "Unable to send email - Error sending message data - "}},
+        {SmtpData(message) + kCrLf + ".",
+         {"250", "Unable to send email - Error sending message data - "}},
     }};
     for (const auto& [text, step] : steps) {
         socket_->SendData(text + kCrLf);
         if (!Winsock_WaitFor(step.Code)) {
-            host_.AddLogLine(step.Failure + replyBuffer_, true);
+            host_.AddLogLine(step.Failure + OneLine(replyBuffer_), true);
             return false;
         }
     }
@@ -167,11 +258,14 @@ bool clsMailer::Winsock_WaitFor(const std::string& code) {
             replyBuffer_.clear();
             return true;
         }
+        // Once the connection is closed or has failed, no reply can arrive.
+        if (!connected_ || socketFailed_)
+            return false;
         DoEvents();
         head = replyBuffer_.substr(0, 3);
         if (head > "400")
             return false;
-        if (NowSeconds() > deadline)
+        if (NowSeconds() > deadline || OutOfTime())
             return false;
     }
 }
@@ -195,23 +289,24 @@ void clsMailer::Winsock1_DataArrival(long /*bytesTotal*/) {
 }
 
 void clsMailer::Winsock1_Error(int /*number*/, const std::string& description) {
-    host_.AddLogLine("Unable to send Email - Error: " + description, true);
+    socketFailed_ = true;
+    host_.AddLogLine("Unable to send Email - Error: " + OneLine(description), true);
     socket_->Close();
 }
 
 void clsMailer::DoEvents() {
-    for (const MailSocket::Event& e : socket_->Poll(kPollMs)) {
+    for (const IMailSocket::Event& e : socket_->Poll(kPollMs)) {
         switch (e.Kind) {
-        case MailSocket::Notice::Connect:
+        case IMailSocket::Notice::Connect:
             Winsock1_Connect();
             break;
-        case MailSocket::Notice::DataArrival:
+        case IMailSocket::Notice::DataArrival:
             Winsock1_DataArrival(e.Bytes);
             break;
-        case MailSocket::Notice::Close:
+        case IMailSocket::Notice::Close:
             Winsock1_Close();
             break;
-        case MailSocket::Notice::Error:
+        case IMailSocket::Notice::Error:
             Winsock1_Error(e.Number, e.Description);
             break;
         }

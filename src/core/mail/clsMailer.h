@@ -1,10 +1,16 @@
 #pragma once
 // clsMailer: mails the backup log as one plain-text message over a raw SMTP
-// conversation (no authentication, no TLS, no MIME, no dot doubling).
+// conversation (no authentication, no TLS, no MIME).
 // The mailer never throws and never shows anything: every outcome is a line in the run's
 // log through IMailHost::AddLogLine (display = true). It runs on the caller's thread;
 // its waits poll the socket briefly and call IMailHost::Yield on every turn, and the
 // socket's connect, data, close and error notices are handled inside those waits.
+//
+// Nothing a server or the log text holds can take the conversation over or keep it
+// going: the message travels dot-stuffed with CR LF line ends and lines of at most 998
+// characters (SmtpData), each wait is bounded, the whole mail step ends within
+// TimeLimitSeconds, and a connection that fails, closes or cannot be made ends the
+// wait at once.
 //
 // How the backup run uses it, after logging the run's result line:
 //     clsMailer mailer(host, settings);       // settings: the process's clsRegSettings
@@ -13,19 +19,22 @@
 #include "mail/IMailHost.h"
 #include "mail/clsRegSettings.h"
 
+#include <chrono>
 #include <ctime>
 #include <memory>
 #include <string>
 
 namespace tessaron {
 
-class MailSocket;
+class IMailSocket;
 
 class clsMailer {
 public:
     // host and settings must outlive the mailer. The server ("SMTPServer") and sender
     // ("EmailFrom") are read from section "Settings" at each Send_Email.
     clsMailer(IMailHost& host, const clsRegSettings& settings);
+    // Talks through the given socket instead of the system's (scripted servers).
+    clsMailer(IMailHost& host, const clsRegSettings& settings, std::unique_ptr<IMailSocket> socket);
     ~clsMailer();
     clsMailer(const clsMailer&) = delete;
     clsMailer& operator=(const clsMailer&) = delete;
@@ -38,20 +47,33 @@ public:
     // a one-second clock, so a wait ends between seconds and seconds + 1 later.
     void TimeoutSeconds(int seconds);
     int TimeoutSeconds() const { return timeoutSeconds_; }
+    // The whole mail step, from connecting to the reply to QUIT, ends at the latest this
+    // many seconds after it began (default 120), however slowly the server answers; the
+    // wait cut short logs its step's failure line.
+    void TimeLimitSeconds(int seconds);
+    int TimeLimitSeconds() const { return timeLimitSeconds_; }
 
     // Builds the message, connects, runs the dialogue and closes. All outcomes go to
     // the log. A sender or recipient holding a carriage return or line feed (or a
-    // subject holding one) is refused with a log line before any connection is made.
+    // subject holding one), or a server the settings cannot give (LastError of the
+    // settings store is logged), is refused with a log line before any connection is
+    // made. A connection that fails (refused, name not found)
+    // logs the socket's error line and "Unable to send email - Unable to connect to " + server at
+    // once.
     void Send_Email(const std::string& recipient, const std::string& subject,
                     const std::string& body);
     // The SMTP commands on an open connection: EHLO, MAIL FROM, RCPT TO, DATA, the
-    // message, QUIT. Logs the failing step with the server's reply and stops there.
-    // True when the server accepted the message.
+    // message as SmtpData, QUIT. Logs the failing step with the server's reply (on one
+    // line: a trailing line break dropped, control characters shown as \r, \n or \xHH,
+    // at most kMaxReplyShown characters) and stops there. True when the server accepted
+    // the message.
     bool Send_Email_Worker(const std::string& sender, const std::string& recipient,
                            const std::string& message);
     // Waits for a reply: true when the buffered reply begins with code, "220" or "250"
     // (the buffer is then emptied); false at once when it begins with text that sorts
-    // above "400", or when the time-out passes (the buffer is kept for the log line).
+    // above "400" or when the connection is closed or has failed (no reply can come any
+    // more), and false when the time-out or the mail step's time limit passes. The
+    // buffer is kept for the log line.
     bool Winsock_WaitFor(const std::string& code);
 
     // The socket's four notices, raised inside the mailer's waits.
@@ -66,22 +88,39 @@ public:
     static std::string BuildMessage(const std::string& from, const std::string& to,
                                     const std::string& subject, const std::string& body,
                                     std::time_t moment);
-    // The Date header's value for a moment, e.g. "Thu, 5 Nov 2026 9:07:03 -0500".
+    // The Date header's value for a moment, e.g. "Thu, 5 Nov 2026 9:07:03 -0500". The
+    // weekday and month names are English whatever the user's locale, as mail requires.
     static std::string FormatMailDate(std::time_t moment);
+    // A message as it travels after DATA, before the final CR LF "." CR LF: every line
+    // ends in CR LF (a bare CR or LF is a line end too), a line longer than
+    // kMaxLineLength characters is folded (not inside a UTF-8 character), and a line
+    // beginning with "." gets a second "." in front, so that no text ends the data
+    // early. A last line without a line end stays without one.
+    static std::string SmtpData(const std::string& message);
+
+    static constexpr std::size_t kMaxLineLength = 998;
+    static constexpr std::size_t kMaxReplyShown = 1000;
 
 private:
+    using Clock = std::chrono::steady_clock;
+
     void DoEvents();
     long long NowSeconds() const;
+    bool OutOfTime() const { return Clock::now() >= stepEnd_; }
+    bool WaitForConnection();
     bool RefuseUnsafe(const std::string& from, const std::string& recipient,
                       const std::string& subject);
 
     IMailHost& host_;
     const clsRegSettings& settings_;
-    std::unique_ptr<MailSocket> socket_;
+    std::unique_ptr<IMailSocket> socket_;
     std::string replyBuffer_;
     bool connected_ = false;
+    bool socketFailed_ = false; // an Error notice since the last connect
     int port_ = 0;
     int timeoutSeconds_ = 30;
+    int timeLimitSeconds_ = 120;
+    Clock::time_point stepEnd_ = Clock::time_point::max();
 };
 
 } // namespace tessaron

@@ -1,14 +1,15 @@
 #pragma once
 // clsRegSettings: a small string-only settings store addressed by section and key, laid
 // out like the registry (a root, key paths below "Software\Company\AppName").
-// On Windows the store is the registry. On POSIX every root is an INI-style text file: sections are full key paths below the
-// root ("[Software\VELQO\Tessaron\Settings]"), lines are "name=value", the unnamed
-// default value is written "@". Every write rewrites the file atomically (temporary
-// file, then rename), so a value saved by one process is read by the next.
-// A damaged file is read as far as it makes sense: lines outside a well-formed section,
-// lines without "=", and lines longer than 64 KiB are skipped; a rewrite drops them.
-// No member throws; reads fall back to the default, writes return false and keep the
-// reason in LastError().
+// On Windows the store is the registry. On POSIX every root is an INI-style text file: sections are
+// full key paths below the root ("[Software\VELQO\Tessaron\Settings]"), lines are "name=value", the
+// unnamed default value is written "@". Every write rewrites the file atomically (temporary file,
+// then rename), so a value saved by one process is read by the next. A damaged file is read as far
+// as it makes sense: lines outside a well-formed section, lines without "=", and lines longer than
+// 64 KiB are skipped; a rewrite drops them. Only a regular file of at most 1 MiB is read; anything
+// else in its place (a folder, a FIFO, a device) is left alone and never waited on. No member
+// throws; reads fall back to the default, writes return false. Every member sets LastError() to the
+// reason of its failure, or empties it.
 
 #include <cstdint>
 #include <string>
@@ -70,6 +71,8 @@ public:
     // for the root.
     void SettingsFile(std::uint32_t root, const std::string& path);
 
+    // Why the last member failed: "clsRegSettings.GetSetting() - Error (code) text",
+    // with the file's path for a file that could not be read; empty after a success.
     const std::string& LastError() const { return lastError_; }
 
 private:

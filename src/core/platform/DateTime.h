@@ -38,8 +38,9 @@ struct DateTime {
     // Whole seconds from this to other (negative when other is earlier).
     long long SecondsUntil(const DateTime& other) const;
 
-    // The user's locale's date and time ("%x %X"); with the C or POSIX locale
-    // "YYYY-MM-DD HH:MM:SS". The empty date formats as "".
+    // The date and time in the user's locale as the program has set it (UseUserLocale):
+    // "%x %X", e.g. "05.11.2026 09:07:03" in a German locale; with the C or POSIX locale
+    // (or none set) "YYYY-MM-DD HH:MM:SS". The empty date formats as "".
     std::string Format() const;
     // Always "YYYY-MM-DD HH:MM:SS", for tests and machine-read text.
     std::string FormatIso() const;

@@ -35,6 +35,19 @@ std::string JoinContinuationLines(std::string_view text) {
     }
 }
 
+// A path in double quotes. A POSIX name may hold a double quote: it is doubled, as the
+// tokenizer reads a doubled quote inside a quoted section as one.
+std::string Quoted(const std::string& path) {
+    std::string out = "\"";
+    for (const char c : path) {
+        out += c;
+        if (c == '"') {
+            out += '"';
+        }
+    }
+    return out + '"';
+}
+
 } // namespace
 
 clsSelItem::clsSelItem(std::string path, PathStyle style)
@@ -205,11 +218,11 @@ std::string clsSelections::Format() const {
         if (!text.empty()) {
             text += '\t';
         }
-        text += '"' + item->m_path + '"';
+        text += Quoted(item->m_path);
         if (!item->m_except.empty()) {
             text += " Except (";
             for (size_t i = 0; i < item->m_except.size(); ++i) {
-                text += (i == 0 ? "\"" : " \"") + item->m_except[i] + '"';
+                text += (i == 0 ? "" : " ") + Quoted(item->m_except[i]);
             }
             text += ')';
         }

@@ -130,7 +130,8 @@ public:
 
     // The selections text: per entry (a tab before every entry but the first) the quoted
     // path, then " Except (" with the quoted exceptions separated by one space and ")"
-    // when it has any, then CR LF. The empty set gives the empty string.
+    // when it has any, then CR LF. A double quote inside a path is doubled. The empty set
+    // gives the empty string.
     std::string Format() const;
     // Appends the entries read from a selections text (lines starting with a tab or a
     // space continue the line before), without the checks of AddSelection. Accepts any

@@ -1,5 +1,6 @@
 #include "FakeSmtpServer.h"
 #include "MailTestSupport.h"
+#include "mail/MailSocket.h"
 #include "mail/clsMailer.h"
 
 #include <gtest/gtest.h>
@@ -13,16 +14,19 @@ using Replies = std::vector<std::pair<std::string, std::string>>;
 
 const std::string kFrom = "backup@example.org";
 const std::string kTo = "admin@example.org";
-// A body line starting with "." goes out as it is: the mailer does no dot doubling.
-const std::string kBody = "line one\r\n.hidden\r\nlast line\r\n";
+const std::string kBody = "line one\r\nlast line\r\n";
 const std::string kEhlo = "EHLO mail\r\n";
 const std::string kMail = kEhlo + "MAIL FROM: backup@example.org\r\n";
 const std::string kRcpt = kMail + "RCPT TO: admin@example.org\r\n";
-const std::string kWhole = kRcpt + "DATA\r\nFrom: " + kFrom + "\r\nTo: " + kTo +
-                           "\r\nDate: *\r\nSubject: Backup Complete\r\n\r\n" +
-                           "************************ Backup Log ************************\r\n" +
-                           kBody + "\r\n.\r\nQUIT\r\n";
 const std::string kFailed = "Unable to send email - Error sending ";
+
+// What the server receives for a whole mail whose body travels as sentBody.
+std::string Whole(const std::string& sentBody) {
+    return kRcpt + "DATA\r\nFrom: " + kFrom + "\r\nTo: " + kTo +
+           "\r\nDate: *\r\nSubject: Backup Complete\r\n\r\n" +
+           "************************ Backup Log ************************\r\n" + sentBody +
+           "\r\n.\r\nQUIT\r\n";
+}
 
 std::string HideDate(std::string s) {
     if (const auto at = s.find("Date: "); at != std::string::npos)
@@ -30,14 +34,19 @@ std::string HideDate(std::string s) {
     return s;
 }
 
+// A pattern ending in "*" matches every text that begins with the rest.
+bool Matches(const std::string& text, const std::string& pattern) {
+    if (!pattern.empty() && pattern.back() == '*')
+        return text.rfind(pattern.substr(0, pattern.size() - 1), 0) == 0;
+    return text == pattern;
+}
+
 // Every command gets "250 OK" except those starting with a listed prefix.
-SmtpScript Script(Replies special, std::string greeting = "", std::string closeOn = "",
-                  int acceptWaitMs = 5000) {
+SmtpScript Script(Replies special, std::string greeting = "", std::string closeOn = "") {
     SmtpScript s;
     s.GreetingDelayMs = greeting.empty() ? 0 : 300;
     s.Greeting = std::move(greeting);
     s.CloseOn = std::move(closeOn);
-    s.AcceptWaitMs = acceptWaitMs;
     s.Reply = [special](const std::string& line) {
         for (const auto& [prefix, reply] : special) {
             if (line.rfind(prefix, 0) == 0)
@@ -48,14 +57,20 @@ SmtpScript Script(Replies special, std::string greeting = "", std::string closeO
     return s;
 }
 
+struct Limits {
+    int Timeout = 10; // seconds per wait
+    int Limit = 120;  // seconds for the whole mail step
+};
+
 struct Outcome {
     test::RecordingHost Host;
     double Seconds = 0;
 };
 
-// Sends the standard mail through a server on 127.0.0.1.
-Outcome SendMail(int port, int timeout, const std::string& from = kFrom,
-                 const std::string& to = kTo, const std::string& subject = "Backup Complete") {
+// Sends a mail through a server on 127.0.0.1 with the settings in a temporary file.
+Outcome SendMail(int port, Limits limits, const std::string& body = kBody,
+                 const std::string& from = kFrom, const std::string& to = kTo,
+                 const std::string& subject = "Backup Complete") {
     test::TempTree dir;
     clsRegSettings settings;
     settings.SettingsFile(HKeyCurrentUser, dir.Path("settings.ini"));
@@ -64,87 +79,238 @@ Outcome SendMail(int port, int timeout, const std::string& from = kFrom,
     Outcome out;
     clsMailer mailer(out.Host, settings);
     mailer.Port(port);
-    mailer.TimeoutSeconds(timeout);
+    mailer.TimeoutSeconds(limits.Timeout);
+    mailer.TimeLimitSeconds(limits.Limit);
     const auto start = std::chrono::steady_clock::now();
-    mailer.Send_Email(to, subject, kBody);
+    mailer.Send_Email(to, subject, body);
     out.Seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
     return out;
 }
 
-TEST(Mailer, SendsWhatTheServerAllowsAndLogsTheOutcome) {
-    struct Case {
-        std::string Name;
-        SmtpScript Script; // AcceptWaitMs 0: nobody listens, the connection is refused
-        std::string Received;
-        std::string Log;      // the log lines, each followed by "|"
-        bool WaitsForTimeout; // of 1 s; else the time-out is 10 s and the send ends well before
-    };
-    const Case cases[]{
-        {"Every250", Script({}), kWhole, "", false},
-        // The greeting arrives after EHLO and is taken as its reply: the client runs one
-        // reply behind the server to the end and still completes.
-        {"GreetingAfterEhlo",
-         Script({{"EHLO", "250 hi"}, {"DATA", "354 go"}, {"QUIT", "221 bye"}}, "220 ok"), kWhole,
-         "", false},
-        // A 5xx fails at once and DATA is never sent.
-        {"Rcpt550", Script({{"RCPT", "550 no such user"}}), kRcpt,
-         kFailed + "RCPT TO - 550 no such user\r\n|", false},
-        // A 400 reply does not end the wait: the mailer waits out its time-out.
-        {"Reply400", Script({{"EHLO", "400 try later"}}), kEhlo,
-         kFailed + "EHLO - 400 try later\r\n|", true},
-        {"Silence", Script({{"", ""}}), kEhlo, kFailed + "EHLO - |", true},
-        {"ClosesMidDialogue", Script({}, "", "MAIL FROM"), kMail, kFailed + "MAIL FROM - |", true},
-        {"ConnectionRefused", Script({}, "", "", 0), "",
-         "Unable to send Email - Error: Connection refused|"
-         "Unable to send email - Unable to connect to 127.0.0.1|",
-         true},
-    };
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.Name);
-        FakeSmtpServer server(c.Script);
-        if (c.Script.AcceptWaitMs == 0)
-            server.Stop();
-        const Outcome out = SendMail(server.Port(), c.WaitsForTimeout ? 1 : 10);
-        EXPECT_EQ(HideDate(server.Received()), c.Received);
-        std::string log;
-        for (const std::string& line : out.Host.Lines)
-            log += line + "|";
-        EXPECT_EQ(log, c.Log);
-        EXPECT_TRUE(out.Host.AllDisplayed);
-        EXPECT_GT(out.Host.Yields, 0);
-        EXPECT_GE(out.Seconds, c.WaitsForTimeout ? 1 : 0);
-        EXPECT_LT(out.Seconds, c.WaitsForTimeout ? 4 : 3);
-    }
+// How a server's behaviour ends the mail: what it received, the log lines, and how
+// long the mail step took.
+struct Exchange {
+    const char* Name;
+    SmtpScript Script; // AcceptWaitMs 0: nobody listens, the connection is refused
+    std::string Received;
+    std::vector<std::string> Log;
+    Limits Waits;
+    double MinSeconds, MaxSeconds;
+};
+
+void PrintTo(const Exchange& c, std::ostream* os) {
+    *os << c.Name;
 }
 
-TEST(Mailer, EndlessReplyEndsAtTheTimeoutWithABoundedLogLine) {
-    SmtpScript script;
-    script.Flood = 64 * 1024 * 1024;
-    script.DeadlineMs = 6000;
-    FakeSmtpServer server(script);
-    const Outcome out = SendMail(server.Port(), 1);
-    EXPECT_LT(out.Seconds, 4);
-    ASSERT_EQ(out.Host.Lines.size(), 1u);
-    EXPECT_EQ(out.Host.Lines[0].rfind(kFailed + "EHLO - ", 0), 0u);
-    EXPECT_LE(out.Host.Lines[0].size(), 64 * 1024 + 64);
-}
+class MailExchange : public ::testing::TestWithParam<Exchange> {};
 
-// A line break in a header value could smuggle SMTP commands.
-TEST(Mailer, LineBreakInAnAddressOrSubjectIsRefusedBeforeConnecting) {
-    const std::string cases[][4]{
-        {"a@x\r\nRCPT TO: evil@x", kTo, "Done", "sender address"},
-        {kFrom, "b@x\nDATA", "Done", "recipient address"},
-        {kFrom, kTo, "Done\r\nBcc: evil@x", "subject"},
-    };
-    for (const auto& [from, to, subject, what] : cases) {
-        FakeSmtpServer server(Script({}, "", "", 300));
-        const Outcome out = SendMail(server.Port(), 1, from, to, subject);
+TEST_P(MailExchange, EndsAsTheServerAllowsAndSaysWhy) {
+    const Exchange& c = GetParam();
+    FakeSmtpServer server(c.Script);
+    if (c.Script.AcceptWaitMs == 0)
         server.Stop();
-        EXPECT_FALSE(server.Accepted()) << what;
-        EXPECT_EQ(out.Host.Lines, std::vector<std::string>{"Unable to send email - The " + what +
-                                                           " contains a carriage return or line "
-                                                           "feed"});
+    const Outcome out = SendMail(server.Port(), c.Waits);
+    const std::string received = HideDate(server.Received());
+    EXPECT_TRUE(Matches(received, c.Received)) << received;
+    ASSERT_EQ(out.Host.Lines.size(), c.Log.size()) << ::testing::PrintToString(out.Host.Lines);
+    for (std::size_t i = 0; i < c.Log.size(); ++i) {
+        EXPECT_TRUE(Matches(out.Host.Lines[i], c.Log[i])) << out.Host.Lines[i];
+        EXPECT_LE(out.Host.Lines[i].size(), clsMailer::kMaxReplyShown + 80);
+        EXPECT_EQ(out.Host.Lines[i].find_first_of("\r\n"), std::string::npos);
     }
+    EXPECT_TRUE(out.Host.AllDisplayed);
+    EXPECT_GT(out.Host.Yields, 0);
+    EXPECT_GE(out.Seconds, c.MinSeconds);
+    EXPECT_LT(out.Seconds, c.MaxSeconds);
+}
+
+SmtpScript Refused() {
+    SmtpScript s;
+    s.AcceptWaitMs = 0;
+    return s;
+}
+
+// A server that drips an endless run of zeros, one byte at a time, in answer to EHLO.
+SmtpScript Dripping() {
+    SmtpScript s = Script({{"EHLO", std::string(400, '0')}});
+    s.DripMs = 10;
+    return s;
+}
+
+SmtpScript Slow(int delayMs) {
+    SmtpScript s;
+    s.ReplyDelayMs = delayMs;
+    return s;
+}
+
+SmtpScript Flooding() {
+    SmtpScript s;
+    s.Flood = 64 * 1024 * 1024;
+    s.DeadlineMs = 6000;
+    return s;
+}
+
+const Limits kShort{1, 120};
+
+const Exchange kExchanges[] = {
+    {"Every250", Script({}), Whole(kBody), {}, {}, 0, 3},
+    // The greeting arrives after EHLO and is taken as its reply: the client runs one reply
+    // behind the server to the end and still completes.
+    {"GreetingAfterEhlo",
+     Script({{"EHLO", "250 hi"}, {"DATA", "354 go"}, {"QUIT", "221 bye"}}, "220 ok"),
+     Whole(kBody),
+     {},
+     {},
+     0,
+     3},
+    // A 5xx fails at once and DATA is never sent.
+    {"Rcpt550",
+     Script({{"RCPT", "550 no such user"}}),
+     kRcpt,
+     {kFailed + "RCPT TO - 550 no such user"},
+     {},
+     0,
+     2},
+    // A server's reply is shown on one line, control characters escaped.
+    {"MultiLineReply",
+     Script({{"MAIL", "553-bad\r\n553 \x1b[2Jgone"}}),
+     kMail,
+     {kFailed + "MAIL FROM - 553-bad\\r\\n553 \\x1B[2Jgone"},
+     {},
+     0,
+     2},
+    // A 400 reply does not end the wait: the mailer waits out its time-out.
+    {"Reply400",
+     Script({{"EHLO", "400 try later"}}),
+     kEhlo,
+     {kFailed + "EHLO - 400 try later"},
+     kShort,
+     1,
+     3.5},
+    {"NeverAnswers", Script({{"", ""}}), kEhlo, {kFailed + "EHLO - "}, kShort, 1, 3.5},
+    {"DripsOneByteAtATime", Dripping(), kEhlo, {kFailed + "EHLO - *"}, kShort, 1, 3.5},
+    {"EndlessReply", Flooding(), kEhlo, {kFailed + "EHLO - 111*"}, kShort, 1, 3.5},
+    // Each reply comes just inside its wait, but the whole step has 2 seconds.
+    {"SlowServerMeetsTheTimeLimit", Slow(900), kMail + "*", {kFailed + "*"}, {2, 2}, 2, 3.5},
+    // Once the server has closed, no reply can come: the wait ends at once.
+    {"ClosesMidDialogue",
+     Script({}, "", "MAIL FROM"),
+     kMail,
+     {kFailed + "MAIL FROM - "},
+     {},
+     0,
+     1.5},
+    {"ConnectionRefused",
+     Refused(),
+     "",
+     {"Unable to send Email - Error: Connection refused",
+      "Unable to send email - Unable to connect to 127.0.0.1"},
+     {},
+     0,
+     1},
+};
+
+INSTANTIATE_TEST_SUITE_P(Servers, MailExchange, ::testing::ValuesIn(kExchanges),
+                         [](const auto& p) { return std::string(p.param.Name); });
+
+// The log text travels so that no line of it can end the message or break the SMTP
+// line limit, whatever file names it holds.
+struct BodyCase {
+    const char* Name;
+    std::string Body;
+    std::string Sent;
+};
+
+void PrintTo(const BodyCase& c, std::ostream* os) {
+    *os << c.Name;
+}
+
+class MailBody : public ::testing::TestWithParam<BodyCase> {};
+
+TEST_P(MailBody, TravelsDotStuffedInLinesOfAtMost998) {
+    FakeSmtpServer server(Script({}));
+    const Outcome out = SendMail(server.Port(), {}, GetParam().Body);
+    EXPECT_EQ(HideDate(server.Received()), Whole(GetParam().Sent));
+    EXPECT_TRUE(out.Host.Lines.empty()) << out.Host.Lines[0];
+}
+
+const std::string kX998(998, 'x');
+
+const BodyCase kBodies[] = {
+    // Undoubled, the "." would end the data and the next line would run as a command.
+    {"DotLine", "a\r\n.\r\nRCPT TO: eve@example.org\r\n",
+     "a\r\n..\r\nRCPT TO: eve@example.org\r\n"},
+    {"LeadingDots", "..x\r\n.y\r\n", "...x\r\n..y\r\n"},
+    {"LongLine", std::string(5000, 'x') + "\r\n",
+     kX998 + "\r\n" + kX998 + "\r\n" + kX998 + "\r\n" + kX998 + "\r\n" + kX998 +
+         "\r\nxxxxxxxxxx\r\n"},
+    {"BareLineEnds", "a\nb\rc\r\r\nd", "a\r\nb\r\nc\r\n\r\nd"},
+    // The fold moves a two-byte character to the next line whole.
+    {"FoldKeepsACharacterWhole", std::string(997, 'x') + "\xc3\xa9\r\n",
+     std::string(997, 'x') + "\r\n\xc3\xa9\r\n"},
+    // A piece that starts with "." after a fold is doubled too.
+    {"FoldedPieceStartingWithADot", kX998 + ".\r\n", kX998 + "\r\n..\r\n"},
+    {"DotLineOf998", "." + std::string(997, 'y'), ".." + std::string(996, 'y') + "\r\ny"},
+};
+
+INSTANTIATE_TEST_SUITE_P(Bodies, MailBody, ::testing::ValuesIn(kBodies),
+                         [](const auto& p) { return std::string(p.param.Name); });
+
+// A line break in a header value could smuggle SMTP commands or headers.
+struct Smuggled {
+    const char* Name;
+    std::string From, To, Subject, What;
+};
+
+void PrintTo(const Smuggled& c, std::ostream* os) {
+    *os << c.Name;
+}
+
+class LineBreakRefused : public ::testing::TestWithParam<Smuggled> {};
+
+TEST_P(LineBreakRefused, BeforeConnecting) {
+    const Smuggled& c = GetParam();
+    SmtpScript script;
+    script.AcceptWaitMs = 300;
+    FakeSmtpServer server(script);
+    const Outcome out = SendMail(server.Port(), kShort, kBody, c.From, c.To, c.Subject);
+    server.Stop();
+    EXPECT_FALSE(server.Accepted());
+    EXPECT_EQ(out.Host.Lines, std::vector<std::string>{"Unable to send email - The " + c.What +
+                                                       " contains a carriage return or line feed"});
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Headers, LineBreakRefused,
+    ::testing::Values(Smuggled{"Sender", "a@x\r\nRCPT TO: evil@x", kTo, "Done", "sender address"},
+                      Smuggled{"Recipient", kFrom, "b@x\nDATA", "Done", "recipient address"},
+                      Smuggled{"Subject", kFrom, kTo, "Done\r\nBcc: evil@x", "subject"}),
+    [](const auto& p) { return std::string(p.param.Name); });
+
+// A socket whose connection fails with a system text that ends in a line break, as the
+// texts of some systems do.
+class FailingSocket : public IMailSocket {
+public:
+    void Connect(const std::string&, int) override {}
+    void SendData(const std::string&) override {}
+    std::string GetData() override { return {}; }
+    void Close() override {}
+    std::vector<Event> Poll(int) override {
+        Event e;
+        e.Description = "No connection could be made\r\n";
+        return {e};
+    }
+};
+
+TEST(Mailer, SocketErrorTextStaysOnOneLogLine) {
+    test::TempTree dir;
+    clsRegSettings settings;
+    settings.SettingsFile(HKeyCurrentUser, dir.Path("settings.ini"));
+    test::RecordingHost host;
+    clsMailer(host, settings, std::make_unique<FailingSocket>()).Send_Email(kTo, "Done", kBody);
+    EXPECT_EQ(host.Lines,
+              (std::vector<std::string>{"Unable to send Email - Error: No connection could be made",
+                                        "Unable to send email - Unable to connect to "}));
 }
 
 TEST(Mailer, PortComesFromTheSettingsWhenItIsAValidNumber) {

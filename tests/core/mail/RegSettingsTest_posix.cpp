@@ -1,19 +1,19 @@
 #include "MailTestSupport.h"
+#include "mail/clsMailer.h"
 #include "mail/clsRegSettings.h"
 
 #include <gtest/gtest.h>
 
+#include <fcntl.h>
 #include <fstream>
-#include <sstream>
+#include <future>
+#include <sys/stat.h>
+#include <unistd.h>
 
 namespace tessaron {
 namespace {
 
-std::string ReadFile(const std::string& path) {
-    std::stringstream s;
-    s << std::ifstream(path, std::ios::binary).rdbuf();
-    return s.str();
-}
+using test::ReadFile;
 
 clsRegSettings StoreAt(const std::string& file) {
     clsRegSettings s;
@@ -143,6 +143,67 @@ TEST(RegSettings, DamagedFilesNeverCrash) {
         EXPECT_EQ(StoreAt(file).GetSetting("Settings", "Added", "-"), "yes");
     }
 }
+
+// Something other than a settings file where the file should be: it is never waited
+// on, never replaced, and the mail step says why it cannot go on.
+struct InTheWay {
+    const char* Name;
+    void (*Make)(const std::string& path);
+    std::string Reason;
+};
+
+void PrintTo(const InTheWay& c, std::ostream* os) {
+    *os << c.Name;
+}
+
+class SettingsFileInTheWay : public ::testing::TestWithParam<InTheWay> {};
+
+TEST_P(SettingsFileInTheWay, IsLeftAloneAndReported) {
+    test::TempTree dir;
+    const std::string file = dir.Path("settings.ini");
+    GetParam().Make(file);
+    struct stat before {};
+    ASSERT_EQ(stat(file.c_str(), &before), 0);
+    clsRegSettings s = StoreAt(file);
+    // Today's reader must end by itself; should it wait on a FIFO, a writer that comes
+    // and goes releases it so that the test fails instead of hanging.
+    auto read = std::async(std::launch::async, [&] { return s.GetSetting("Settings", "A", "-"); });
+    if (read.wait_for(std::chrono::seconds(3)) != std::future_status::ready) {
+        close(open(file.c_str(), O_WRONLY | O_NONBLOCK));
+        read.wait();
+        FAIL() << "the read waited on what is in the settings file's place";
+    }
+    EXPECT_EQ(read.get(), "-");
+    const std::string reason = "clsRegSettings.GetSetting() - Error (";
+    EXPECT_EQ(s.LastError().rfind(reason, 0), 0u) << s.LastError();
+    EXPECT_TRUE(s.LastError().ends_with(GetParam().Reason + ": " + file)) << s.LastError();
+    EXPECT_FALSE(s.SaveSetting("Settings", "A", "1"));
+    struct stat after {};
+    ASSERT_EQ(stat(file.c_str(), &after), 0);
+    EXPECT_EQ(after.st_ino, before.st_ino);
+    EXPECT_EQ(after.st_mode, before.st_mode);
+
+    test::RecordingHost host;
+    clsMailer(host, s).Send_Email("ann@example.org", "Backup Complete", "log");
+    ASSERT_EQ(host.Lines.size(), 1u);
+    EXPECT_EQ(host.Lines[0].rfind("Unable to send email - " + reason, 0), 0u) << host.Lines[0];
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Things, SettingsFileInTheWay,
+    ::testing::Values(
+        InTheWay{"Fifo", [](const std::string& p) { mkfifo(p.c_str(), 0600); },
+                 "Not a regular file"},
+        InTheWay{"Folder", [](const std::string& p) { mkdir(p.c_str(), 0700); }, "Is a directory"},
+        InTheWay{"LinkToADevice", [](const std::string& p) { symlink("/dev/zero", p.c_str()); },
+                 "Not a regular file"},
+        InTheWay{"HugeFile",
+                 [](const std::string& p) {
+                     test::WriteFile(p, "[Software\\VELQO\\Tessaron\\Settings]\nA=1\n" +
+                                            std::string(2 << 20, ';'));
+                 },
+                 "File too large"}),
+    [](const auto& p) { return std::string(p.param.Name); });
 
 } // namespace
 } // namespace tessaron

@@ -1,14 +1,13 @@
-// Generated inputs with fixed seeds: the tokenizer, the selections text and the backup set
-// file must take any bytes without crashing, hanging or reading out of bounds (run under
-// AddressSanitizer and UBSan in CI), and a record must survive its own file text.
+// Generated inputs with fixed seeds: the selections text must take any bytes and answer
+// every query consistently (run under AddressSanitizer and UBSan in CI), and a record must
+// survive its own file text. The tokenizer and the set file reader meet arbitrary bytes in
+// their fuzz targets (fuzz/).
 
 #include "SelectionScripts.h"
-#include "setfile/clsParser.h"
 #include "setfile/clsSetup.h"
 
 #include <gtest/gtest.h>
 
-#include <functional>
 #include <random>
 
 namespace tessaron {
@@ -44,40 +43,6 @@ private:
     std::mt19937 m_rng;
 };
 
-TEST(Robustness, ParserTakesAnyTextAndClasses) {
-    Bytes in(11);
-    for (int round = 0; round < 3000; ++round) {
-        clsParser p;
-        // The first six set the text and every class; the rest walk the cursor.
-        const std::function<void()> steps[] = {
-            [&] { p.text(in.Text(60)); },
-            [&] { p.Delim(in.Text(3)); },
-            [&] { p.quote(in.Text(2)); },
-            [&] { p.ListDelims(in.Text(3)); },
-            [&] { p.Operators(in.Text(2)); },
-            [&] { p.TrimWhiteSpace(in.Below(2) == 0); },
-            [&] { p.token(static_cast<int32_t>(in.Below(12)) - 3); },
-            [&] { p.NextToken(); },
-            [&] { p.PrevToken(); },
-            [&] { in.Below(2) ? p.FirstToken() : p.LastToken(); },
-            [&] { p.EOT() ? p.GetRest() : p.NextToken(); },
-            [&] { p.BOT() ? p.GetRest() : p.PrevToken(); },
-        };
-        for (int step = 0; step < 21; ++step) {
-            steps[step < 6 ? step : in.Below(std::size(steps))]();
-        }
-        // Every token character comes from its own character of the text (a doubled quote
-        // gives one), and GetRest is always a tail of the text.
-        ASSERT_GE(p.TokenCount(), 1);
-        size_t total = 0;
-        for (int32_t i = 1; i <= p.TokenCount(); ++i) {
-            total += p.token(i).size();
-        }
-        ASSERT_LE(total, p.text().size()) << round;
-        ASSERT_TRUE(p.text().ends_with(p.GetRest())) << round;
-    }
-}
-
 TEST(Robustness, SelectionsTakeAnyText) {
     const std::vector<std::string> pieces = {"\"C:\\a\"", "\"/x y\"", " Except (", ")",
                                              "(",         "\r\n",     "\r\n\t",    "\r\n ",
@@ -95,19 +60,6 @@ TEST(Robustness, SelectionsTakeAnyText) {
             in.Below(2) ? sel.AddSelection(p) : sel.RemoveSelection(p);
         }
         clsSelections(style).Parse(sel.Format());
-    }
-}
-
-TEST(Robustness, SetupTakesAnyText) {
-    const std::vector<std::string> pieces = {
-        "Target", "BackupType", "Verify", "EMail", "Selections", "EMailTo", "=",  " = ",
-        "True",   "false",      "0",      "1.5",   "\"",         "\r\n",    "\t", " Except ("};
-    Bytes in(13);
-    for (int round = 0; round < 2000; ++round) {
-        clsSetup s(PathStyle::Windows);
-        const bool ok = s.Parse(in.Pieces(pieces, 16));
-        ASSERT_EQ(s.LastError, ok ? "" : "Type mismatch");
-        ASSERT_TRUE(clsSetup(PathStyle::Windows).Parse(s.Format())); // it reads what it writes
     }
 }
 

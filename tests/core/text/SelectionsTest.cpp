@@ -113,6 +113,17 @@ TEST(SelectionsFormat, WritesQuotedEntriesWithExceptionsAndTabs) {
     EXPECT_TRUE(sel.Item(0) == nullptr && sel.Item(3) == nullptr);
 }
 
+// A POSIX file name may hold a double quote; the set file must give it back unchanged.
+TEST(SelectionsFormat, QuoteInsideAPathReadsBack) {
+    clsSelections sel(PathStyle::Posix);
+    Apply(sel, {"+/home/ann/say \"hi\"", "-/home/ann/say \"hi\"/\"x"});
+    EXPECT_EQ(sel.Format(),
+              "\"/home/ann/say \"\"hi\"\"\" Except (\"/home/ann/say \"\"hi\"\"/\"\"x\")\r\n");
+    clsSelections back(PathStyle::Posix);
+    back.Parse(sel.Format());
+    EXPECT_EQ(EntriesOf(back), EntriesOf(sel));
+}
+
 struct ParseCase {
     const char* name;
     std::string text;

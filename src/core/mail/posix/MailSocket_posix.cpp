@@ -3,10 +3,14 @@
 #include <cerrno>
 #include <cstring>
 #include <fcntl.h>
+#include <mutex>
 #include <netdb.h>
 #include <poll.h>
 #include <sys/socket.h>
+#include <system_error>
+#include <thread>
 #include <unistd.h>
+#include <utility>
 
 namespace tessaron {
 
@@ -27,13 +31,54 @@ MailSocket::Event MakeNotice(MailSocket::Notice kind, long bytes = 0) {
     return e;
 }
 
+// One name lookup, shared with the thread that makes it: a resolver that does not
+// answer must not hold up the mail's waits. Whoever lets go last (the socket, or the
+// thread when the socket has given up) frees the addresses.
+struct NameLookup {
+    std::mutex Lock;
+    bool Done = false;
+    int Code = 0;  // getaddrinfo's result
+    int Errno = 0; // errno after it, for EAI_SYSTEM
+    addrinfo* Addresses = nullptr;
+
+    ~NameLookup() {
+        if (Addresses != nullptr)
+            freeaddrinfo(Addresses);
+    }
+};
+
+std::shared_ptr<NameLookup> StartLookup(const std::string& host, int port) {
+    auto lookup = std::make_shared<NameLookup>();
+    auto resolve = [lookup, host, service = std::to_string(port)] {
+        addrinfo hints{};
+        hints.ai_family = AF_UNSPEC;
+        hints.ai_socktype = SOCK_STREAM;
+        hints.ai_flags = AI_NUMERICSERV;
+        addrinfo* found = nullptr;
+        const int rc = getaddrinfo(host.c_str(), service.c_str(), &hints, &found);
+        const int error = errno;
+        const std::lock_guard<std::mutex> hold(lookup->Lock);
+        lookup->Code = rc;
+        lookup->Errno = error;
+        lookup->Addresses = rc == 0 ? found : nullptr;
+        lookup->Done = true;
+    };
+    try {
+        std::thread(resolve).detach();
+    } catch (const std::system_error&) {
+        resolve(); // no thread to be had: look the name up here
+    }
+    return lookup;
+}
+
 } // namespace
 
 struct MailSocket::Impl {
-    enum class State { Idle, Connecting, Connected, Done };
+    enum class State { Idle, Resolving, Connecting, Connected, Done };
 
     int fd = -1;
     State state = State::Idle;
+    std::shared_ptr<NameLookup> lookup;
     addrinfo* addresses = nullptr;
     addrinfo* nextAddress = nullptr;
     int lastConnectError = 0;
@@ -56,12 +101,36 @@ struct MailSocket::Impl {
         if (addresses != nullptr)
             freeaddrinfo(addresses);
         addresses = nextAddress = nullptr;
+        lookup.reset();
         state = State::Idle;
         peerClosed = false;
         out.clear();
         outSent = 0;
         in.clear();
         queued.clear();
+    }
+
+    // Once the lookup has ended: connects to its first address, or reports its failure.
+    void TakeLookup(std::vector<Event>& events) {
+        int rc = 0, error = 0;
+        {
+            const std::lock_guard<std::mutex> hold(lookup->Lock);
+            if (!lookup->Done)
+                return;
+            rc = lookup->Code;
+            error = lookup->Errno;
+            addresses = std::exchange(lookup->Addresses, nullptr);
+        }
+        lookup.reset();
+        if (rc != 0) {
+            state = State::Done;
+            const bool system = rc == EAI_SYSTEM;
+            events.push_back(
+                ErrorEvent(system ? error : rc, system ? std::strerror(error) : gai_strerror(rc)));
+            return;
+        }
+        nextAddress = addresses;
+        TryNextAddress(events);
     }
 
     // Starts a connection to the next address of the lookup; when none is left the
@@ -175,22 +244,9 @@ MailSocket::~MailSocket() = default;
 
 void MailSocket::Connect(const std::string& host, int port) {
     impl_->Reset();
-    addrinfo hints{};
-    hints.ai_family = AF_UNSPEC;
-    hints.ai_socktype = SOCK_STREAM;
-    hints.ai_flags = AI_NUMERICSERV;
-    const std::string service = std::to_string(port);
-    const int rc = getaddrinfo(host.c_str(), service.c_str(), &hints, &impl_->addresses);
-    if (rc != 0) {
-        impl_->addresses = nullptr;
-        impl_->state = Impl::State::Done;
-        const int number = rc == EAI_SYSTEM ? errno : rc;
-        impl_->queued.push_back(
-            ErrorEvent(number, rc == EAI_SYSTEM ? std::strerror(errno) : gai_strerror(rc)));
-        return;
-    }
-    impl_->nextAddress = impl_->addresses;
-    impl_->TryNextAddress(impl_->queued);
+    impl_->state = Impl::State::Resolving;
+    impl_->lookup = StartLookup(host, port);
+    impl_->TakeLookup(impl_->queued);
 }
 
 void MailSocket::SendData(const std::string& data) {
@@ -211,6 +267,8 @@ void MailSocket::Close() {
 std::vector<MailSocket::Event> MailSocket::Poll(int timeoutMs) {
     std::vector<Event> events;
     events.swap(impl_->queued);
+    if (impl_->state == Impl::State::Resolving)
+        impl_->TakeLookup(events);
     const short wanted = impl_->fd >= 0 ? impl_->Wanted() : 0;
     // With nothing to watch the wait is a plain pause, so an idle loop does not spin
     // on a socket that keeps reporting its hang-up.

@@ -49,6 +49,39 @@ bool WriteAll(int fd, const std::string& text, int& errorCode) {
     return true;
 }
 
+bool UsableFile(const struct stat& st, int& errorCode) {
+    if (!S_ISREG(st.st_mode)) {
+        errorCode = S_ISDIR(st.st_mode) ? EISDIR : kNotRegularFile;
+        return false;
+    }
+    if (st.st_size > static_cast<off_t>(kMaxFile)) {
+        errorCode = EFBIG;
+        return false;
+    }
+    return true;
+}
+
+// Reads to the end; a file that grows past kMaxFile while it is read is refused too.
+bool ReadAll(int fd, std::string& text, int& errorCode) {
+    char buf[65536];
+    for (;;) {
+        const ssize_t n = read(fd, buf, sizeof buf);
+        if (n < 0 && errno == EINTR)
+            continue;
+        if (n < 0) {
+            errorCode = errno;
+            return false;
+        }
+        if (n == 0)
+            return true;
+        text.append(buf, static_cast<std::size_t>(n));
+        if (text.size() > kMaxFile) {
+            errorCode = EFBIG;
+            return false;
+        }
+    }
+}
+
 } // namespace
 
 std::string DefaultPath(std::uint32_t root) {
@@ -63,28 +96,25 @@ std::string DefaultPath(std::uint32_t root) {
 
 bool Read(const std::string& path, std::string& text, int& errorCode) {
     text.clear();
-    const int fd = open(path.c_str(), O_RDONLY | O_CLOEXEC);
-    if (fd < 0) {
+    // Looked at before opening, so that a device is never opened; opened without
+    // waiting and looked at again, in case something else took the name meanwhile.
+    struct stat st {};
+    if (stat(path.c_str(), &st) != 0) {
         errorCode = errno;
         return errno == ENOENT || errno == ENOTDIR;
     }
-    char buf[65536];
-    bool ok = true;
-    while (text.size() < kMaxFile) {
-        const ssize_t n = read(fd, buf, sizeof buf);
-        if (n < 0 && errno == EINTR)
-            continue;
-        if (n < 0) {
-            errorCode = errno;
-            ok = false;
-        }
-        if (n <= 0)
-            break;
-        text.append(buf, static_cast<std::size_t>(n));
+    if (!UsableFile(st, errorCode))
+        return false;
+    const int fd = open(path.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
+    if (fd < 0) {
+        errorCode = errno;
+        return errno == ENOENT;
     }
+    const bool ok = fstat(fd, &st) == 0 ? UsableFile(st, errorCode) && ReadAll(fd, text, errorCode)
+                                        : (errorCode = errno, false);
     close(fd);
-    if (text.size() > kMaxFile)
-        text.resize(kMaxFile);
+    if (!ok)
+        text.clear();
     return ok;
 }
 
@@ -123,7 +153,7 @@ bool WriteAtomic(const std::string& path, const std::string& text, int& errorCod
 }
 
 std::string ErrorText(int errorCode) {
-    return std::strerror(errorCode);
+    return errorCode == kNotRegularFile ? "Not a regular file" : std::strerror(errorCode);
 }
 
 } // namespace tessaron::settingsfile

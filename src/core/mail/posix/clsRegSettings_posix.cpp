@@ -27,10 +27,12 @@ std::string clsRegSettings::SettingsFile() const {
 }
 
 bool clsRegSettings::Load(SettingsDocument& doc, const char* member) const {
+    lastError_.clear();
     std::string text;
     int code = 0;
-    if (!settingsfile::Read(SettingsFile(), text, code)) {
-        lastError_ = ErrorText(member, code, settingsfile::ErrorText(code));
+    const std::string file = SettingsFile();
+    if (!settingsfile::Read(file, text, code)) {
+        lastError_ = ErrorText(member, code, settingsfile::ErrorText(code) + ": " + file);
         return false;
     }
     doc.Parse(text);

@@ -8,9 +8,12 @@ namespace tessaron {
 
 namespace {
 
+// The C locale's own "%x" is "11/05/26", with a two-digit year; its UTF-8 variants
+// ("C.UTF-8", "C.utf8") have the same date format.
 bool CLocaleTime() {
     const char* name = std::setlocale(LC_TIME, nullptr);
-    return name == nullptr || std::strcmp(name, "C") == 0 || std::strcmp(name, "POSIX") == 0;
+    return name == nullptr || std::strcmp(name, "C") == 0 || std::strcmp(name, "POSIX") == 0 ||
+           std::strncmp(name, "C.", 2) == 0;
 }
 
 } // namespace

@@ -1,0 +1,78 @@
+// The program takes the user's locale from the environment: its log dates and grouped
+// numbers follow it, while the mailed log's Date header keeps the English names.
+
+#include "EnvOverride.h"
+#include "FakeSmtpServer.h"
+#include "SystemSupport.h"
+
+#include <clocale>
+#include <regex>
+
+using namespace tessaron::test;
+
+namespace {
+
+struct LocaleRun {
+    const char* Name;
+    const char* Locale;
+    const char* Stamp; // every log line begins with it
+    const char* Totals;
+};
+
+void PrintTo(const LocaleRun& c, std::ostream* os) {
+    *os << c.Name;
+}
+
+class UserLocale : public ::testing::TestWithParam<LocaleRun>, public Sandbox {};
+
+bool LocaleInstalled(const char* name) {
+    const locale_t probe = newlocale(LC_ALL_MASK, name, locale_t{});
+    if (probe != locale_t{})
+        freelocale(probe);
+    return probe != locale_t{};
+}
+
+TEST_P(UserLocale, DatesAndNumbersInTheLogAnEnglishDateInTheMail) {
+    const LocaleRun& c = GetParam();
+    if (!LocaleInstalled(c.Locale))
+        GTEST_SKIP() << "the locale " << c.Locale
+                     << " is not installed (scripts/install-deps.sh generates de_DE.UTF-8)";
+    WriteFile(src / "a.bin", Pattern(1234, 'a'));
+    FakeSmtpServer server(SmtpScript{});
+    WriteFile(
+        root / "config/tessaron/settings.ini",
+        "[Software\\VELQO\\Tessaron\\Settings]\nSMTPServer=127.0.0.1\nEmailFrom=b@example.com\n"
+        "SMTPPort=" +
+            std::to_string(server.Port()) + "\n");
+    const EnvOverride locale("LC_ALL", c.Locale), config("XDG_CONFIG_HOME", root / "config");
+    SetFile set = Set();
+    set.Extra = "EMail = True\r\nEMailTo = ann@example.com\r\n";
+    const RunResult r = RunSet(set);
+    ASSERT_EQ(r.Status, 0) << r.Out << r.Err;
+
+    const std::string log = LastLog();
+    EXPECT_TRUE(Contains(log, c.Totals)) << log;
+    const std::regex stamp(std::string("^") + c.Stamp + " - ");
+    std::istringstream lines(log);
+    std::string line;
+    while (std::getline(lines, line) && std::regex_search(line, stamp)) {
+    }
+    EXPECT_TRUE(lines.eof()) << "a line without the locale's time stamp: " << line;
+    const std::regex date("\r\nDate: (Sun|Mon|Tue|Wed|Thu|Fri|Sat), [0-9]{1,2} "
+                          "(Jan|Feb|Mar|Apr|May|Jun|Jul|Aug|Sep|Oct|Nov|Dec) [0-9]{4} "
+                          "[0-9]{1,2}:[0-9]{2}:[0-9]{2} [+-][0-9]{4}\r\n");
+    const std::string mail = server.Received();
+    EXPECT_TRUE(std::regex_search(mail, date)) << mail;
+    EXPECT_TRUE(Contains(mail, c.Totals)) << mail;
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Locales, UserLocale,
+    ::testing::Values(LocaleRun{"German", "de_DE.UTF-8",
+                                "[0-9]{2}\\.[0-9]{2}\\.[0-9]{4} [0-9]{2}:[0-9]{2}:[0-9]{2}",
+                                "1 Files,  1.234 Bytes"},
+                      LocaleRun{"C", "C", "[0-9]{4}-[0-9]{2}-[0-9]{2} [0-9]{2}:[0-9]{2}:[0-9]{2}",
+                                "1 Files,  1,234 Bytes"}),
+    [](const auto& p) { return std::string(p.param.Name); });
+
+} // namespace
