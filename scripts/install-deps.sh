@@ -9,7 +9,7 @@ packages=(
     cmake g++ make          # the build
     libgtest-dev libgmock-dev   # core tests
     clang-format            # code style
-    util-linux              # mount/umount for the disk-full system test
+    util-linux              # mount/umount (disk-full, mount-point tests), setpriv (permission tests)
     time                    # /usr/bin/time -v for the benchmark's memory figures
     rsync                   # the benchmark's peer
     python3                 # runs the benchmark harness (bench/run)

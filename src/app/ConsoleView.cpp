@@ -32,18 +32,6 @@ std::string Trimmed(const std::string& s) {
     return s.substr(first, s.find_last_not_of(blanks) - first + 1);
 }
 
-// Message texts use CR LF between their lines; one console line holds them all.
-std::string OneLine(const std::string& text) {
-    std::string out;
-    for (char c : text) {
-        if (c == '\r') {
-            continue;
-        }
-        out += (c == '\n') ? ' ' : c;
-    }
-    return out;
-}
-
 // Keeps the end of a text (the file name matters most) within a number of characters,
 // counting UTF-8 sequences as one and never cutting one apart.
 std::string KeepTail(const std::string& s, std::size_t width) {
@@ -92,22 +80,6 @@ MsgAnswer UnattendedAnswer(MsgButtons buttons) {
         return MsgAnswer::Cancel;
     }
     return MsgAnswer::Cancel;
-}
-
-const char* AnswerName(MsgAnswer answer) {
-    switch (answer) {
-    case MsgAnswer::OK:
-        return "OK";
-    case MsgAnswer::Yes:
-        return "Yes";
-    case MsgAnswer::No:
-        return "No";
-    case MsgAnswer::Retry:
-        return "Retry";
-    case MsgAnswer::Cancel:
-        return "Cancel";
-    }
-    return "";
 }
 
 bool ParseAnswer(const std::string& reply, MsgButtons buttons, MsgAnswer& answer) {
@@ -292,11 +264,13 @@ MsgAnswer ConsoleView::Ask(const std::string& title, const std::string& text, Ms
     if (m_options.Interactive && !CheckInterrupt()) {
         return AskTerminal(title, text, buttons);
     }
-    MsgAnswer answer = UnattendedAnswer(buttons);
-    EndPendingLine();
-    m_out << title << ": " << OneLine(text) << " [answered " << AnswerName(answer) << "]\n"
-          << std::flush;
-    return answer;
+    m_answerReason = "no terminal";
+    return UnattendedAnswer(buttons);
+}
+
+void ConsoleView::ShowWarning(const std::string& text) {
+    ClearProgress();
+    m_err << "Warning: " << text << std::endl;
 }
 
 MsgAnswer ConsoleView::AskTerminal(const std::string& title, const std::string& text,
@@ -316,10 +290,12 @@ MsgAnswer ConsoleView::AskTerminal(const std::string& title, const std::string& 
         // End of input or an interrupt while waiting leaves the safe answer.
         if (!std::getline(m_in, reply) || CheckInterrupt()) {
             m_err << "\n";
+            m_answerReason = "no answer";
             return UnattendedAnswer(buttons);
         }
         MsgAnswer answer{};
         if (ParseAnswer(reply, buttons, answer)) {
+            m_answerReason.clear();
             return answer;
         }
     }

@@ -2,7 +2,8 @@
 // ConsoleView: the backup run's view for a terminal or an unattended run. Every line the
 // window's log list would show goes to the output stream as it comes; a one-line progress
 // display is kept on the error stream when that is a terminal; questions are asked on the
-// terminal, or answered No / Cancel (OK for an OK-only box) when nobody can answer.
+// terminal, or answered No / Cancel (OK for an OK-only box) when nobody can answer, with
+// the reason given by LastAnswerReason (the run logs it); warnings go to the error stream.
 
 #include "engine/IBackupView.h"
 
@@ -39,6 +40,10 @@ public:
     int GetBar(ViewBar which) const override;
     void SetBar(ViewBar which, int value) override;
     MsgAnswer Ask(const std::string& title, const std::string& text, MsgButtons buttons) override;
+    // "no terminal" after a question asked without one; "no answer" when the terminal's
+    // input ended or Ctrl+C came while waiting; "" after a typed answer.
+    std::string LastAnswerReason() const override { return m_answerReason; }
+    void ShowWarning(const std::string& text) override;
     void Yield() override;
     void Finished(bool unloadOnExit) override;
 
@@ -63,6 +68,7 @@ private:
     std::function<bool()> m_interrupted;
     std::function<void()> m_onCancel;
     bool m_cancelSent = false;
+    std::string m_answerReason;
 
     std::array<std::string, 16> m_texts;
     std::array<int, 2> m_bars{};
@@ -75,8 +81,6 @@ private:
 
 // The answer a view gives when nobody can answer: No, Cancel, or OK for an OK-only box.
 MsgAnswer UnattendedAnswer(MsgButtons buttons);
-// "OK", "Yes", "No", "Retry", "Cancel".
-const char* AnswerName(MsgAnswer answer);
 // The answer a typed reply picks among the buttons (first letter or whole word, any
 // case; an empty reply picks OK in an OK-only box). False when the reply fits no button.
 bool ParseAnswer(const std::string& reply, MsgButtons buttons, MsgAnswer& answer);

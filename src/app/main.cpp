@@ -1,7 +1,8 @@
 // tessaron: with no arguments or /LOAD it opens the main window, and /RUN runs the backup
 // set it names in the run window alone (when the build has the window and a display
 // answers); otherwise /RUN runs the set in the console. Exit status of a /RUN: 0 "Backup
-// Complete", 1 "Error During Backup", 2 "Backup Cancelled", 3 nothing was run.
+// Complete", 1 "Error During Backup", 2 "Backup Cancelled", 3 nothing was run (the set
+// could not be loaded, or it has nothing that could be copied).
 
 #include "CommandLine.h"
 #include "ConsoleView.h"
@@ -10,6 +11,7 @@
 #include "WindowFrontEnd.h"
 
 #include "engine/BackupEngine.h"
+#include "engine/RunChecks.h"
 #include "platform/UserLocale.h"
 #include "setfile/clsSetup.h"
 
@@ -45,7 +47,7 @@ const char* const kUsage =
     "\n"
     "Switches may be written in any case and come in any order; the last /RUN or\n"
     "/LOAD decides. Exit status of /RUN: 0 Backup Complete, 1 Error During Backup,\n"
-    "2 Backup Cancelled, 3 nothing was run.\n"
+    "2 Backup Cancelled, 3 nothing was run (no set loaded, or nothing to copy).\n"
     "Environment: TESSARON_LOG_DIR names the folder for the run logs (default: Log\n"
     "beside the program, else ~/.local/state/tessaron/Log).\n";
 
@@ -60,6 +62,11 @@ ConsoleOptions DetectConsole() {
 }
 
 int RunBackup(clsSetup& setup) {
+    // A run with nothing it could copy must never end "Backup Complete".
+    if (const std::string reason = NothingToRunReason(setup); !reason.empty()) {
+        std::cerr << reason << std::endl;
+        return kNothingRun;
+    }
     ConsoleView view(std::cout, std::cerr, std::cin, DetectConsole());
     BackupEngine engine(view);
     view.WatchInterrupt(InterruptRequested, [&engine] { engine.Cancel(); });

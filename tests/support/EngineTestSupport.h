@@ -8,6 +8,8 @@
 
 #include <gtest/gtest.h>
 
+#include <sys/stat.h>
+
 #include <algorithm>
 #include <cstdlib>
 #include <filesystem>
@@ -24,6 +26,8 @@ namespace tessaron::test {
 class ScriptedView : public IBackupView {
 public:
     std::vector<std::string> lines; // on-screen log without time stamps, appends applied
+    std::vector<std::string> warnings;
+    std::string reason; // LastAnswerReason: empty as if a person answered
     std::function<void()> onYield;
 
     void AddLine(const std::string& line) override {
@@ -49,6 +53,8 @@ public:
         }
     }
     void Finished(bool) override {}
+    std::string LastAnswerReason() const override { return reason; }
+    void ShowWarning(const std::string& text) override { warnings.push_back(text); }
 
     bool Shows(const std::string& text) const {
         return std::find(lines.begin(), lines.end(), text) != lines.end();
@@ -57,10 +63,42 @@ public:
         return std::any_of(lines.begin(), lines.end(),
                            [&](const std::string& s) { return s.rfind(start, 0) == 0; });
     }
+    std::string All() const {
+        std::string all;
+        for (const std::string& line : lines) {
+            all += line + "\n";
+        }
+        return all;
+    }
 
 private:
     int bars[2] = {0, 0};
 };
+
+// Expects the tree at copy to hold what the tree at source holds: the same names, kinds,
+// file contents, link texts and permission bits.
+inline void ExpectSameTree(const fs::path& source, const fs::path& copy) {
+    std::vector<std::string> names, copies;
+    for (const auto& e : fs::recursive_directory_iterator(source)) {
+        names.push_back(fs::relative(e.path(), source).string());
+    }
+    for (const auto& e : fs::recursive_directory_iterator(copy)) {
+        copies.push_back(fs::relative(e.path(), copy).string());
+    }
+    std::sort(names.begin(), names.end());
+    std::sort(copies.begin(), copies.end());
+    ASSERT_EQ(names, copies);
+    for (const std::string& n : names) {
+        const fs::file_status a = fs::symlink_status(source / n), b = fs::symlink_status(copy / n);
+        EXPECT_EQ(a.type(), b.type()) << n;
+        EXPECT_EQ(a.permissions(), b.permissions()) << n;
+        if (a.type() == fs::file_type::symlink) {
+            EXPECT_EQ(fs::read_symlink(source / n), fs::read_symlink(copy / n)) << n;
+        } else if (a.type() == fs::file_type::regular) {
+            EXPECT_TRUE(ReadFile(source / n) == ReadFile(copy / n)) << n;
+        }
+    }
+}
 
 // A fresh tree per test: root/src (the selection), root/out (the target), root/log.
 class EngineTest : public ::testing::Test {

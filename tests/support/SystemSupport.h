@@ -37,12 +37,6 @@ inline void SetMtime(const fs::path& p, time_t sec, long nsec) {
     utimensat(AT_FDCWD, p.c_str(), t, AT_SYMLINK_NOFOLLOW);
 }
 
-inline struct stat Stat(const fs::path& p) {
-    struct stat st {};
-    lstat(p.c_str(), &st);
-    return st;
-}
-
 // Where the backup of an absolute source path lands: target + the whole source path.
 inline fs::path CopyOf(const fs::path& target, const fs::path& source) {
     return fs::path(target.string() + source.string());
@@ -81,15 +75,34 @@ struct RunResult {
 
 using OutputWatch = std::function<void(const std::string& outSoFar, pid_t)>;
 
+struct RunOptions {
+    std::vector<std::pair<std::string, std::string>> Env; // set in the child
+    // Run as the unprivileged user 65534 (through setpriv when the tests run as root; as
+    // any other user the program simply runs as that user).
+    bool Unprivileged = false;
+};
+
+// The child's argument list: the program, or setpriv dropping to 65534 and then it.
+inline std::vector<std::string> ProgramArgs(const std::vector<std::string>& args, bool drop) {
+    std::vector<std::string> all;
+    if (drop && geteuid() == 0) {
+        all = {"/usr/bin/setpriv", "--reuid=65534", "--regid=65534", "--clear-groups"};
+    }
+    all.emplace_back(TESSARON_EXE);
+    all.insert(all.end(), args.begin(), args.end());
+    return all;
+}
+
 // Runs tessaron with args, its log in logDir, for at most 30 s. onOutput sees the standard
 // output so far whenever more arrives (a test may signal the child from there).
 inline RunResult RunTessaron(const std::vector<std::string>& args, const fs::path& logDir,
-                             const OutputWatch& onOutput = {}) {
+                             const OutputWatch& onOutput = {}, const RunOptions& options = {}) {
     RunResult r;
     const std::string errFile = logDir.string() + ".err";
-    std::vector<char*> argv{const_cast<char*>(TESSARON_EXE)};
-    for (const std::string& a : args) {
-        argv.push_back(const_cast<char*>(a.c_str()));
+    std::vector<std::string> all = ProgramArgs(args, options.Unprivileged);
+    std::vector<char*> argv;
+    for (std::string& a : all) {
+        argv.push_back(a.data());
     }
     argv.push_back(nullptr);
     int out[2];
@@ -103,11 +116,14 @@ inline RunResult RunTessaron(const std::vector<std::string>& args, const fs::pat
         unsetenv("DISPLAY");
         unsetenv("WAYLAND_DISPLAY");
         unsetenv("QT_QPA_PLATFORM");
+        for (const auto& [name, value] : options.Env) {
+            setenv(name.c_str(), value.c_str(), 1);
+        }
         dup2(open("/dev/null", O_RDONLY), STDIN_FILENO);
         dup2(out[1], STDOUT_FILENO);
         dup2(open(errFile.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600), STDERR_FILENO);
         close(out[0]);
-        execv(TESSARON_EXE, argv.data());
+        execv(argv[0], argv.data());
         _exit(127);
     }
     close(out[1]);
@@ -148,16 +164,23 @@ struct Sandbox : TempTree {
         return s;
     }
 
-    RunResult RunSet(const SetFile& s, std::vector<std::string> extra = {"/QUIET"}) {
+    RunResult RunSet(const SetFile& s, std::vector<std::string> extra = {"/QUIET"},
+                     const RunOptions& options = {}) {
         s.Save(setFile);
         extra.insert(extra.begin(), {"/RUN", setFile.string()});
-        return RunArgs(extra);
+        return RunArgs(extra, {}, options);
     }
 
-    RunResult RunArgs(const std::vector<std::string>& args, const OutputWatch& onOutput = {}) {
+    RunResult RunArgs(const std::vector<std::string>& args, const OutputWatch& onOutput = {},
+                      const RunOptions& options = {}) {
         lastLogDir = root / ("logs" + std::to_string(++runs));
         fs::create_directories(lastLogDir);
-        RunResult r = RunTessaron(args, lastLogDir, onOutput);
+        if (options.Unprivileged) {
+            // The unprivileged run must reach the tree and write its copy and log.
+            fs::permissions(root, fs::perms::all);
+            fs::permissions(lastLogDir, fs::perms::all);
+        }
+        RunResult r = RunTessaron(args, lastLogDir, onOutput, options);
         EXPECT_FALSE(r.TimedOut) << r.Out;
         return r;
     }

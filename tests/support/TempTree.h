@@ -1,7 +1,7 @@
 #pragma once
 // The tests' one temporary folder and file helpers. A TempTree is removed when it goes
-// out of scope, with owner bits restored first so that read-only folders left by a test
-// cannot block the removal.
+// out of scope, one folder at a time with its owner's bits restored first, so that
+// read-only folders and trees deeper than the system's path limit left by a test go too.
 
 #include <chrono>
 #include <cstdlib>
@@ -10,6 +10,14 @@
 #include <random>
 #include <sstream>
 #include <string>
+#include <vector>
+
+#ifndef _WIN32
+#include <dirent.h>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+#endif
 
 namespace tessaron::test {
 
@@ -38,6 +46,57 @@ inline std::string Bytes(std::size_t n, unsigned seed = 1) {
     return s;
 }
 
+#ifndef _WIN32
+// The status of p itself (a link is not followed); all zero when it cannot be read.
+inline struct stat Stat(const fs::path& p) {
+    struct stat st {};
+    ::lstat(p.c_str(), &st);
+    return st;
+}
+
+// Removes name inside the folder open as dirfd (AT_FDCWD: the working folder) with
+// everything below it, working inside open folders.
+inline void RemoveTreeAt(int dirfd, const char* name) {
+    if (::unlinkat(dirfd, name, 0) == 0) {
+        return;
+    }
+    // A folder without its owner's read or search bit gets them first.
+    ::fchmodat(dirfd, name, 0700, 0);
+    const int fd = ::openat(dirfd, name, O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
+    if (fd < 0) {
+        return;
+    }
+    DIR* dir = ::fdopendir(fd);
+    std::vector<std::string> names;
+    while (const dirent* e = ::readdir(dir)) {
+        if (std::string(e->d_name) != "." && std::string(e->d_name) != "..") {
+            names.emplace_back(e->d_name);
+        }
+    }
+    for (const std::string& n : names) {
+        RemoveTreeAt(::dirfd(dir), n.c_str());
+    }
+    ::closedir(dir);
+    ::unlinkat(dirfd, name, AT_REMOVEDIR);
+}
+#endif
+
+// Removes the tree at root, giving its folders their owner's bits back first.
+inline void RemoveTree(const std::string& root) {
+#ifndef _WIN32
+    RemoveTreeAt(AT_FDCWD, root.c_str()); // one folder at a time: any depth
+#else
+    std::error_code ec;
+    fs::permissions(root, fs::perms::owner_all, fs::perm_options::add, ec);
+    for (fs::recursive_directory_iterator it(root, ec), end; it != end; it.increment(ec)) {
+        if (!it->is_symlink(ec)) {
+            fs::permissions(it->path(), fs::perms::owner_all, fs::perm_options::add, ec);
+        }
+    }
+    fs::remove_all(root, ec);
+#endif
+}
+
 class TempTree {
 public:
     explicit TempTree(const std::string& base = fs::temp_directory_path().string()) {
@@ -56,14 +115,9 @@ public:
         }
     }
     ~TempTree() {
-        std::error_code ec;
-        fs::permissions(m_root, fs::perms::owner_all, fs::perm_options::add, ec);
-        for (fs::recursive_directory_iterator it(m_root, ec), end; it != end; it.increment(ec)) {
-            if (!it->is_symlink(ec)) {
-                fs::permissions(it->path(), fs::perms::owner_all, fs::perm_options::add, ec);
-            }
+        if (!m_root.empty()) {
+            RemoveTree(m_root);
         }
-        fs::remove_all(m_root, ec);
     }
     TempTree(const TempTree&) = delete;
     TempTree& operator=(const TempTree&) = delete;

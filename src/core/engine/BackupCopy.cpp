@@ -1,153 +1,87 @@
-// One file's copy: the incremental rule, destination folders, the block loop, metadata.
-#include "engine/BackupEngine.h"
+// One file's copy: the incremental rule, the block loop (holes kept), metadata, and
+// putting the copy in place without ever destroying an older good one.
+#include "engine/BackupParts.h"
 #include "setfile/clsSetup.h"
 
 #include <algorithm>
-#include <cerrno>
-#include <string_view>
 
 namespace tessaron {
-
-struct BackupEngine::FileCopy {
-    std::string source;
-    std::string dest;
-    std::string writePath; // dest, or a temporary name beside it when dest exists
-    FileInfo src;
-    FileInfo dst;
-    clsBinaryFile in;
-    clsBinaryFile out;
-    bool created = false;
-};
 
 namespace {
 
 constexpr long long kPageSize = 4096;
 constexpr long long kCopyUnit = 64 * 1024;
-// Files from this size on are announced to the kernel as read from start to end; for
+// Files from this size on are announced to the system as read from start to end; for
 // smaller ones the call costs more than the read-ahead gains.
 constexpr long long kAdviseSize = 1 << 20;
-
-// Name of the temporary copy beside dest ("/t/a/.b.txt.tessaron-part" for "/t/a/b.txt").
-std::string PartName(const std::string& dest) {
-    const size_t slash = dest.rfind('/');
-    const size_t cut = slash == std::string::npos ? 0 : slash + 1;
-    return dest.substr(0, cut) + "." + dest.substr(cut) + ".tessaron-part";
-}
-
-// Codes that can only come from the writing side of a kernel copy.
-bool IsWriteSideCode(int code) {
-    return code == ENOSPC || code == EDQUOT || code == EFBIG || code == EROFS;
-}
+// New names tried for a replacement before giving up (each is random: one is enough
+// unless something else uses the same scheme).
+constexpr int kNameAttempts = 16;
 
 } // namespace
 
-void BackupEngine::StartFile(const std::string& path) {
-    clsProgress& p = *m_progress;
-    p.CurrentFile = path;
-    p.CurrentSize = 0;
-    p.CurrentDone = 0;
-    m_view.SetText(ViewText::CurrentFile, path);
-    m_view.SetBar(ViewBar::Current, 0);
-}
-
-void BackupEngine::LogFileError(const std::string& what, const std::string& path, int code) {
-    AddLogLine(what + " - " + path + ", Error: (" + std::to_string(code) + ") " +
-                   clsBinaryFile::GetErrorMessage(code),
-               true);
-}
-
-// A clsFileSystem failure ("clsFileSystem.Rename() - Error (21) Is a directory") in the
-// file error form of the log; kept whole when it has no code.
-void BackupEngine::LogFsError(const std::string& what, const std::string& path,
-                              const std::string& error) {
-    const std::string marker = " - Error (";
-    const size_t at = error.find(marker);
-    const size_t close = at == std::string::npos ? at : error.find(") ", at);
-    if (close == std::string::npos) {
-        AddLogLine(what + " - " + path + " " + error, true);
-        return;
-    }
-    const size_t start = at + marker.size();
-    AddLogLine(what + " - " + path + ", Error: (" + error.substr(start, close - start) + ") " +
-                   error.substr(close + 2),
-               true);
-}
-
 void BackupEngine::CopyFile(const std::string& source, const std::string& target, bool& ok) {
     ok = false;
-    const clsFSItem* listed = m_listed;
-    m_listed = nullptr;
-    StartFile(source);
     EnsureBuffers();
-    FileCopy c;
-    c.source = source;
-    c.dest = target;
-    // The walk's listing examined the source a moment ago; a single-file selection has
-    // no listing.
-    if (listed != nullptr) {
-        c.src = listed->Info;
-    } else {
-        m_fs.GetInfo(source, c.src);
-    }
-    const bool isLink = c.src.Kind == FileKind::Symlink;
-    const bool incremental = m_setup != nullptr && m_setup->BackupType == "INCREMENTAL";
-    if (incremental) {
-        LookUpDestination(c);
-        if (c.dst.Exists && IsUpToDate(source, target, c.src, c.dst)) {
-            SkipFile(source, isLink ? 0 : c.src.Size);
-            ok = true;
-            return;
-        }
-    }
-    if (!PrepareDirectory(target)) {
+    FileInfo info;
+    SysError error;
+    if (!m_fa->GetPathInfo(source, info, error)) {
+        StartFile(source);
+        LogError("Unable to open", source, error);
         return;
     }
-    // In a folder this run has just made, the copy is new: the exclusive create below
-    // finds out otherwise, so the destination need not be examined first.
-    if (!incremental && (isLink || !m_lastDirFresh)) {
-        LookUpDestination(c);
+    CopyFolder folder;
+    std::string name;
+    if (FolderOfCopy(target, true, folder, name)) {
+        ok = CopyEntry(Source{nullptr, name, source, info}, Dest{folder, name, target});
     }
-    ok = isLink ? CopyLink(source, target, c.dst) : CopyContent(c);
+}
+
+bool BackupEngine::CopyEntry(const Source& s, const Dest& d) {
+    StartFile(s.path);
+    const bool incremental = m_setup != nullptr && m_setup->BackupType == "INCREMENTAL";
+    FileInfo dst;
+    // A FULL run learns that a copy exists when creating it exclusively fails, and in a
+    // folder made by this run every copy is new: no need to look first.
+    if (incremental && !d.folder.fresh && !LookUpCopy(d, dst)) {
+        return false;
+    }
+    if (incremental && dst.Exists && IsUpToDate(s, d, dst)) {
+        SkipFile(s.path, s.info.Kind == FileKind::File ? s.info.Size : 0);
+        return true;
+    }
+    return s.info.Kind == FileKind::Symlink ? CopyLink(s, d, dst) : CopyContent(s, d, dst);
+}
+
+bool BackupEngine::LookUpCopy(const Dest& d, FileInfo& dst) {
+    if (!d.folder.folder.IsOpen()) {
+        LogError("Unable to open", d.path, d.folder.error);
+        return false;
+    }
+    if (!m_fa->GetInfoAt(d.folder.folder, d.name, dst)) {
+        LogError("Unable to open", d.path, d.folder.folder.Error());
+        return false;
+    }
+    return true;
 }
 
 // The incremental rule: the copy is up to date when size and modification time (to the
 // second) match; nothing else is compared, not even which of the two is newer. A link
 // is up to date when the copy is a link with the same text.
-bool BackupEngine::IsUpToDate(const std::string& source, const std::string& target,
-                              const FileInfo& src, const FileInfo& dst) {
-    if (src.Kind == FileKind::Symlink) {
+bool BackupEngine::IsUpToDate(const Source& s, const Dest& d, const FileInfo& dst) {
+    if (s.info.Kind == FileKind::Symlink) {
         std::string srcText, dstText;
-        return dst.Kind == FileKind::Symlink && m_fs.ReadLink(source, srcText) &&
-               m_fs.ReadLink(target, dstText) && srcText == dstText;
+        return dst.Kind == FileKind::Symlink && s.folder != nullptr &&
+               m_fa->ReadLinkAt(*s.folder, s.name, srcText) &&
+               m_fa->ReadLinkAt(d.folder.folder, d.name, dstText) && srcText == dstText;
     }
-    return src.Kind == FileKind::File && dst.Kind == FileKind::File && src.Size == dst.Size &&
-           src.MTime.tv_sec == dst.MTime.tv_sec;
+    return s.info.Kind == FileKind::File && dst.Kind == FileKind::File && s.info.Size == dst.Size &&
+           s.info.MTime.tv_sec == dst.MTime.tv_sec;
 }
 
-// Makes folder the open folder of path's directory part (the text before the slash at
-// index slash), opening it only when the walk has moved to another folder. False when
-// it cannot be opened (the code in folder.LastErrorCode).
-bool BackupEngine::UseFolder(clsFolder& folder, const std::string& path, size_t slash) {
-    if (slash == std::string::npos) {
-        folder.LastErrorCode = ENOENT;
-        return false;
-    }
-    const std::string_view dir =
-        slash == 0 ? std::string_view("/") : std::string_view(path).substr(0, slash);
-    if (folder.Path() != dir) {
-        folder.Open(std::string(dir));
-    }
-    return folder.IsOpen();
-}
-
-// The destination's status, asked by name inside its folder while the walk stays there;
-// by full path when that folder cannot be opened (a missing one gives "does not exist").
-void BackupEngine::LookUpDestination(FileCopy& c) {
-    const size_t slash = c.dest.rfind('/');
-    if (UseFolder(m_dstDir, c.dest, slash) && m_dstDir.GetInfo(c.dest.substr(slash + 1), c.dst)) {
-        return;
-    }
-    m_fs.GetInfo(c.dest, c.dst);
+bool BackupEngine::OpenSource(const Source& s, clsBinaryFile& file) {
+    return s.folder != nullptr ? m_fa->OpenFileAt(file, *s.folder, s.name)
+                               : m_fa->OpenFile(file, s.path);
 }
 
 void BackupEngine::SkipFile(const std::string& source, std::int64_t size) {
@@ -157,161 +91,98 @@ void BackupEngine::SkipFile(const std::string& source, std::int64_t size) {
     m_progress->BytesDone += size;
 }
 
-// Makes sure the folder of dest exists below the target as real directories (never a
-// link that could lead the copy elsewhere), creating what is missing.
-bool BackupEngine::PrepareDirectory(const std::string& dest) {
-    const size_t slash = dest.rfind('/');
-    if (slash == std::string::npos || slash == 0) {
-        m_lastDirFresh = false;
-        return true;
+std::string BackupEngine::TempName() {
+    static const char kHex[] = "0123456789abcdef";
+    std::string name = ".tessaron-";
+    for (std::uint64_t r = m_random(), i = 0; i < 16; ++i, r >>= 4) {
+        name += kHex[r & 15];
     }
-    const std::string dir = dest.substr(0, slash);
-    if (dir == m_lastDir) {
-        return true;
-    }
-    bool created = false;
-    const bool ok = MakeDirectories(dir, created);
-    if (created) {
-        m_dstDir.Close(); // it may have been asked for while it was missing
-    }
-    if (!ok) {
-        m_lastDir.clear();
-        m_lastDirFresh = false;
-        return false;
-    }
-    m_lastDir = dir;
-    m_lastDirFresh = created;
-    return true;
+    return name + ".tmp";
 }
 
-bool BackupEngine::MakeDirectories(const std::string& dir, bool& createdLast) {
-    createdLast = false;
-    // Components shared with the folder checked last were real directories then.
-    size_t pos = 1;
-    const size_t common =
-        std::mismatch(dir.begin(), dir.end(), m_lastDir.begin(), m_lastDir.end()).first -
-        dir.begin();
-    if (common == m_lastDir.size() && (common == dir.size() || dir[common] == '/')) {
-        pos = common + 1;
-    } else if (const size_t cut = dir.rfind('/', common); cut != std::string::npos && cut > 0) {
-        pos = cut + 1;
-    }
-    bool creating = false;
-    while (pos <= dir.size()) {
-        size_t next = dir.find('/', pos);
-        next = next == std::string::npos ? dir.size() : next;
-        const std::string sub = dir.substr(0, next);
-        FileInfo info;
-        m_fs.GetInfo(sub, info);
-        // Links are accepted only as part of the target path itself (/mnt/link/Backup).
-        const bool isDir = info.Kind == FileKind::Directory ||
-                           (info.Kind == FileKind::Symlink && sub.size() <= m_outputDir.size());
-        if (!isDir) {
-            if (!creating) {
-                creating = true;
-                AddLogLine("Creating " + dir + "/...", false);
-            }
-            if (!m_fs.CreateDirectory(sub)) {
-                AddLogLine("Unable to create target directory - " + sub + " " + m_fs.LastError,
-                           true);
-                return false;
-            }
-        }
-        createdLast = !isDir;
-        pos = next + 1;
-    }
-    if (creating) {
-        AppendLogLine("Done", false);
-    }
-    return true;
-}
-
-bool BackupEngine::CopyLink(const std::string& source, const std::string& dest,
-                            const FileInfo& destInfo) {
-    std::string text;
-    if (!m_fs.ReadLink(source, text)) {
-        LogFsError("Unable to open", source, m_fs.LastError);
-        return false;
-    }
-    AddLogLine("Copying " + source + " (0 Bytes)...", false);
-    FileInfo src;
-    m_fs.GetInfo(source, src);
-    // An existing copy is replaced only once the new link is in place.
-    const std::string linkPath = destInfo.Exists ? PartName(dest) : dest;
-    if (destInfo.Exists) {
-        m_fs.Delete(linkPath);
-    }
-    if (!m_fs.CreateLink(text, linkPath)) {
-        LogFsError("Unable to create", dest, m_fs.LastError);
-        return false;
-    }
-    if (destInfo.Exists && !m_fs.Replace(linkPath, dest)) {
-        LogFsError("Unable to create", dest, m_fs.LastError);
-        m_fs.Delete(linkPath);
-        return false;
-    }
-    m_fs.SetOwner(dest, src.Uid, src.Gid);
-    m_fs.SetTimes(dest, src.ATime, src.MTime);
-    AppendLogLine("Done", false);
-    return true;
-}
-
-bool BackupEngine::CopyContent(FileCopy& c) {
-    const size_t slash = c.source.rfind('/');
-    if (!UseFolder(m_srcDir, c.source, slash)) {
-        LogFileError("Unable to open", c.source, m_srcDir.LastErrorCode);
-        return false;
-    }
-    if (!c.in.OpenFileAt(m_srcDir, c.source.substr(slash + 1))) {
-        LogFileError("Unable to open", c.source, c.in.LastErrorCode);
-        return false;
-    }
-    if (c.src.Size >= kAdviseSize) {
-        c.in.AdviseSequential();
-    }
-    m_progress->CurrentSize = c.src.Size;
-    AddLogLine("Copying " + c.source + " (" + std::to_string(c.src.Size) + " Bytes)...", false);
-    if (!OpenDestination(c)) {
-        LogFileError("Unable to create", c.dest, c.out.LastErrorCode);
-        FailCopy(c);
-        return false;
-    }
-    c.created = true;
-    if (!CopyBlocks(c)) {
-        FailCopy(c);
-        return false;
-    }
-    return FinishCopy(c);
-}
-
-// Creates the file the copy is written to: the destination itself when it does not
-// exist, else a temporary name beside it. Creation is exclusive, so a link planted at
-// either name is never written through; a destination that turns out to exist after
-// all switches to the temporary name. The new file starts with the source's permission
-// bits, so that usually nothing is left to change when it is complete.
-bool BackupEngine::OpenDestination(FileCopy& c) {
-    for (int attempt = 0; attempt < 2; ++attempt) {
-        c.writePath = c.dst.Exists ? PartName(c.dest) : c.dest;
-        if (c.dst.Exists) {
-            m_fs.Delete(c.writePath); // a leftover of an interrupted run
-        }
-        const size_t slash = c.writePath.rfind('/');
-        if (!UseFolder(m_dstDir, c.writePath, slash)) {
-            c.out.LastErrorCode = m_dstDir.LastErrorCode;
-            return false;
-        }
-        if (c.out.CreateFileAt(m_dstDir, c.writePath.substr(slash + 1), c.src.Mode)) {
+// Makes the entry for a copy with make(name): at the copy's own name when nothing is
+// there, else (a replacement) under a new name. Creation is exclusive, so nothing that
+// is there is ever written through or over; old is what the copy's name holds.
+template <class Make>
+bool BackupEngine::CreateExclusive(const Dest& d, FileInfo& old, std::string& written,
+                                   const Make& make) {
+    SysError error;
+    for (int attempt = 0; attempt < kNameAttempts; ++attempt) {
+        written = old.Exists ? TempName() : d.name;
+        if (make(written, error)) {
             return true;
         }
-        if (c.dst.Exists || c.out.LastErrorCode != EEXIST) {
+        if (!error.IsExists()) {
             return false;
         }
-        m_fs.GetInfo(c.dest, c.dst);
-        if (!c.dst.Exists) {
+        if (!old.Exists && !m_fa->GetInfoAt(d.folder.folder, d.name, old)) {
             return false;
         }
     }
     return false;
+}
+
+bool BackupEngine::CopyLink(const Source& s, const Dest& d, const FileInfo& dst) {
+    clsFolder& folder = d.folder.folder;
+    std::string text;
+    if (s.folder == nullptr || !m_fa->ReadLinkAt(*s.folder, s.name, text)) {
+        LogError("Unable to open", s.path, s.folder ? s.folder->Error() : SysError::BadHandle());
+        return false;
+    }
+    AddLogLine("Copying " + s.path + " (0 Bytes)...", false);
+    FileInfo old = dst;
+    std::string written;
+    const bool made = CreateExclusive(d, old, written, [&](const std::string& name, SysError& e) {
+        const bool ok = m_fa->CreateLinkAt(folder, name, text);
+        e = folder.Error();
+        return ok;
+    });
+    if (!made) {
+        LogError("Unable to create", d.path, folder.Error());
+        return false;
+    }
+    if (!m_fa->SetLinkMetaAt(folder, written, s.info)) {
+        LogError("Unable to set attributes", d.path, folder.Error());
+        m_fa->RemoveAt(folder, written);
+        return false;
+    }
+    if (written != d.name && !PutInPlace(d, written, old)) {
+        m_fa->RemoveAt(folder, written);
+        return false;
+    }
+    AppendLogLine("Done", false);
+    return true;
+}
+
+bool BackupEngine::CopyContent(const Source& s, const Dest& d, const FileInfo& dst) {
+    FileCopy c(s, d, dst);
+    if (!OpenSource(s, c.in)) {
+        LogError("Unable to open", s.path, c.in.Error());
+        return false;
+    }
+    if (s.info.Size >= kAdviseSize) {
+        m_fa->AdviseSequential(c.in);
+    }
+    m_progress->CurrentSize = s.info.Size;
+    AddLogLine("Copying " + s.path + " (" + std::to_string(s.info.Size) + " Bytes)...", false);
+    clsFolder& folder = d.folder.folder;
+    const bool made =
+        CreateExclusive(d, c.old, c.written, [&](const std::string& name, SysError& e) {
+            const bool ok = m_fa->CreateFileAt(c.out, folder, name, s.info);
+            e = c.out.Error();
+            return ok;
+        });
+    if (!made) {
+        LogError("Unable to create", d.path, c.out.LastErrorCode ? c.out.Error() : folder.Error());
+        FailCopy(c);
+        return false;
+    }
+    c.created = true;
+    if (!(s.info.Sparse ? CopySparse(c) : CopyRange(c, s.info.Size))) {
+        FailCopy(c);
+        return false;
+    }
+    return FinishCopy(c);
 }
 
 // The end of the round that copies the next block. Blocks end at multiples of the block
@@ -336,66 +207,140 @@ long long BackupEngine::RoundUnit(long long block) {
     return block >= kCopyUnit ? kCopyUnit : kPageSize;
 }
 
-// Moves the file in blocks of the run's block size up to the size it had when it was
-// examined (asking for no more than that saves a probe for the end at every file); a
-// file that shrank ends early, one that grew is copied as it was examined.
-bool BackupEngine::CopyBlocks(FileCopy& c) {
+// Moves the file from c.pos up to end in rounds of the run's block size, one yield per
+// round. The file is copied up to the size it had when it was examined (asking for no
+// more saves a probe for the end at every file): a file that shrank ends early, one that
+// grew is copied as it was examined. A short move is not the end; only nothing is.
+bool BackupEngine::CopyRange(FileCopy& c, long long end) {
     clsProgress& p = *m_progress;
-    while (p.CurrentDone < c.src.Size) {
-        const long long want = RoundEnd(p.CurrentDone, m_blockSize, c.src.Size) - p.CurrentDone;
-        c.in.LastErrorCode = 0;
-        c.out.LastErrorCode = 0;
-        const long long n = c.in.CopyBlockTo(c.out, want, m_bufA.data(), m_bufA.size());
-        if (n < 0) {
-            const int readCode = c.in.LastErrorCode;
-            const int writeCode = c.out.LastErrorCode;
-            if (writeCode != 0 && (readCode == 0 || IsWriteSideCode(writeCode))) {
-                LogFileError("Error During Write", c.dest, writeCode);
-            } else {
-                LogFileError("Error During Read", c.source, readCode);
+    while (c.pos < end) {
+        const long long roundEnd = std::min(RoundEnd(c.pos, m_blockSize, c.s.info.Size), end);
+        while (c.pos < roundEnd) {
+            c.in.LastErrorCode = 0;
+            c.out.LastErrorCode = 0;
+            const long long n =
+                m_fa->CopyBlock(c.in, c.out, roundEnd - c.pos, m_bufA.data(), m_bufA.size());
+            if (n < 0) {
+                LogCopyError(c);
+                return false;
             }
-            return false;
+            if (n == 0) {
+                c.ended = true;
+                return true;
+            }
+            c.pos += n;
+            p.CurrentDone += n;
+            p.BytesDone += n;
         }
-        p.CurrentDone += n;
-        p.BytesDone += n;
         YieldPoint();
-        // A cancelled copy ends here as if complete; the caller stops the run.
-        if (n < want || m_cancelled) {
-            break;
+        if (m_cancelled) {
+            return true; // a cancelled copy ends here as if complete; the caller stops the run
         }
     }
     return true;
 }
 
+// A file with holes: only its stretches of data are copied, each at its own place, and
+// the copy is given the file's length at the end; the holes count as copied.
+bool BackupEngine::CopySparse(FileCopy& c) {
+    clsProgress& p = *m_progress;
+    const long long size = c.s.info.Size;
+    while (c.pos < size && !c.ended && !m_cancelled) {
+        long long start = 0;
+        long long end = 0;
+        if (!m_fa->NextData(c.in, c.pos, start, end)) {
+            LogError("Error During Read", c.s.path, c.in.Error());
+            return false;
+        }
+        start = std::clamp(start, c.pos, size);
+        p.CurrentDone += start - c.pos;
+        p.BytesDone += start - c.pos;
+        c.pos = start;
+        if (c.pos >= size) {
+            break;
+        }
+        if (!m_fa->Seek(c.in, start) || !m_fa->Seek(c.out, start)) {
+            LogCopyError(c);
+            return false;
+        }
+        if (!CopyRange(c, std::min(end, size))) {
+            return false;
+        }
+    }
+    if (!m_fa->Truncate(c.out, c.pos)) {
+        LogError("Error During Write", c.d.path, c.out.Error());
+        return false;
+    }
+    return true;
+}
+
+// Which side failed: a code only writing can cause names the copy, else the source.
+void BackupEngine::LogCopyError(FileCopy& c) {
+    const SysError read = c.in.Error();
+    const SysError write = c.out.Error();
+    if (write && (!read || write.IsWriteSide())) {
+        LogError("Error During Write", c.d.path, write);
+    } else {
+        LogError("Error During Read", c.s.path, read);
+    }
+}
+
 bool BackupEngine::FinishCopy(FileCopy& c) {
-    const bool partialReplacement = m_cancelled && c.writePath != c.dest;
-    if (partialReplacement) {
+    clsFolder& folder = c.d.folder.folder;
+    const bool replacing = c.written != c.d.name;
+    if (m_cancelled && replacing) {
         // Never put a cut-short copy in place of a complete older one.
-        c.out.CloseFile();
-        m_fs.Delete(c.writePath);
-        c.in.CloseFile();
+        m_fa->Close(c.out);
+        m_fa->RemoveAt(folder, c.written);
+        m_fa->Close(c.in);
         return true;
     }
-    // Owner before mode: changing the owner clears set-user-ID bits.
-    c.out.SetOwner(c.src.Uid, c.src.Gid);
-    c.out.SetMode(c.src.Mode);
-    c.out.SetTimes(c.src.ATime, c.src.MTime);
-    c.out.CloseFile();
-    if (c.writePath != c.dest && !m_fs.Replace(c.writePath, c.dest)) {
-        LogFsError("Unable to create", c.dest, m_fs.LastError);
+    if (!m_fa->SetFileMeta(c.out, c.s.info)) {
+        LogError("Unable to set attributes", c.d.path, c.out.Error());
         FailCopy(c);
         return false;
     }
-    c.in.CloseFile();
+    // A failed close can be the first report of a full medium or a lost connection.
+    if (!m_fa->Close(c.out)) {
+        LogError("Error During Write", c.d.path, c.out.Error());
+        FailCopy(c);
+        return false;
+    }
+    if (replacing && !PutInPlace(c.d, c.written, c.old)) {
+        FailCopy(c);
+        return false;
+    }
+    m_fa->Close(c.in);
     AppendLogLine("Done", false);
     return true;
 }
 
+// Puts the complete copy written under a new name in place of the old copy: a folder
+// there (the source was one before) is removed first, a file or link is replaced in one
+// step.
+bool BackupEngine::PutInPlace(const Dest& d, const std::string& written, const FileInfo& old) {
+    clsFolder& folder = d.folder.folder;
+    if (old.Kind == FileKind::Directory) {
+        if (!m_fa->RemoveAt(folder, d.name)) {
+            LogError("Unable to remove the old copy", d.path, folder.Error());
+            return false;
+        }
+        AddLogLine("Old copy removed - " + d.path + " (the source is no longer a folder)", false);
+    }
+    if (!m_fa->RenameAt(folder, written, d.name)) {
+        LogError("Unable to create", d.path, folder.Error());
+        return false;
+    }
+    return true;
+}
+
+// Removes what this run created for the failed copy (nothing else) and takes its bytes
+// back out of the counters.
 void BackupEngine::FailCopy(FileCopy& c) {
-    c.out.CloseFile();
-    c.in.CloseFile();
+    m_fa->Close(c.out);
+    m_fa->Close(c.in);
     if (c.created) {
-        m_fs.Delete(c.writePath);
+        m_fa->RemoveAt(c.d.folder.folder, c.written);
     }
     clsProgress& p = *m_progress;
     p.BytesDone -= p.CurrentDone;

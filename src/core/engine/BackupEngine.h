@@ -6,39 +6,56 @@
 //
 // The run, in order: block size; size phase (TotalSelection per entry); target check
 // with optional clearing (CheckTarget); copy phase (RunSelection -> CopyFile); optional
-// verify phase (RunSelection -> VerifyFile); summary and result lines; optional mail of
-// the on-screen log; optional copy of the log file into the target; optional eject.
+// verify phase (RunSelection -> VerifyFile) after the copies are on the medium; the
+// copies made durable; summary and result lines; optional mail of the on-screen log;
+// optional copy of the log file into the target; optional eject.
 //
-// POSIX rules of the run:
-//  - The target must be an absolute path. The destination of a source file is target +
-//    its directory + its file name: "/home/ann/a.txt" to "/media/usb/Backup" gives
-//    "/media/usb/Backup/home/ann/a.txt".
-//  - A "drive root" (the clearing question is asked even in quiet mode) is "/" or the
-//    mount point of a file system, as clsFileSystem::GetDrives lists them.
-//  - The walk never follows a symbolic link: a link is copied as a link (one file of 0
-//    bytes). FIFOs, sockets and device nodes are never opened: the copy phase logs them
-//    as skipped (log file only) and no phase counts them.
-//  - A target that lies inside a selected source is left out of every walk (one log
-//    line per run), so a backup never copies itself.
-//  - Clearing is refused, and the run ends as cancelled, for a target that is "/", a
-//    home directory itself, or that holds or equals a selected source.
-//  - A copy that replaces an existing destination is written under a temporary name in
-//    the same folder (".<name>.tessaron-part") and renamed over the old copy only when it
-//    is complete: a failed or cancelled copy never destroys a good older one. A new
-//    destination is written in place; if that copy is cancelled, the partial file stays
-//    with the source's times (a later INCREMENTAL run copies it again: its size differs).
-//  - Copies get the source's times to the nanosecond, its permission bits, and its owner
-//    and group when the run is root.
+// Rules of the run:
+//  - The target must be absolute (on Windows: have a drive). The destination of a source
+//    file is the target plus the names of the source path as written, "." and repeated
+//    separators dropped and ".." never climbing out of the target: "/home/ann/a.txt" to
+//    "/media/usb/Backup" gives "/media/usb/Backup/home/ann/a.txt".
+//  - Links on the way to a selection entry, and the entry itself, are followed: the user
+//    ticked what they point at. Below an entry the walk never follows a link: a link is
+//    copied as a link (one file of 0 bytes). FIFOs, sockets and device nodes are never
+//    opened: the copy phase logs them as skipped (log file only) and no phase counts them.
+//  - The walk works inside open folders, on the source and on the copy, so paths longer
+//    than the system's limit copy like any other.
+//  - Only "no such file" means an entry vanished. Any other failure to examine, enter,
+//    list or read an entry is an error line naming it, and the run ends "Error During
+//    Backup".
+//  - The target folder, and any selection that is or lies inside it, is left out of every
+//    walk (one log line per run), so a backup never copies itself. Such questions are
+//    decided on the identity of folders (device and inode), never on spelling.
+//  - Clearing is refused, and the run ends as cancelled, for a target that is the root,
+//    is or holds a home folder, or holds or equals a selected source. A target that is
+//    a drive root (mount point) is confirmed even in quiet mode.
+//  - A copy that replaces an existing one is written under a new name created exclusively
+//    in the same folder (".tessaron-" + 16 hex digits + ".tmp"), and renamed over the old
+//    copy only once it is complete: a failure removes only what this run created, and a
+//    failed or cancelled copy never destroys a good older one. A new destination is
+//    written in place; if that copy is cancelled, the partial file stays with the
+//    source's times (a later INCREMENTAL run copies it again: its size differs).
+//  - A copy whose kind changed (file, folder, link) is replaced, removing only that
+//    entry's old copy, in FULL and INCREMENTAL runs alike.
+//  - Every selected folder the walk enters is made in the copy, empty or not. Copies of
+//    files, links and folders get the source's times to the nanosecond, its permission
+//    bits, and its owner and group when the run is root; a folder's times are set after
+//    its contents. A copy is never readable by others before it has its final
+//    permissions. Holes of sparse files stay holes.
+//  - Log lines are one line each: control characters in them read "\n", "\r", "\t" or
+//    "\xNN" (two hex digits).
+//  - A question answered without asking (quiet mode deciding, or a view that cannot ask)
+//    leaves the line "<title> - answered <answer> (<reason>)".
 //
-// Memory stays flat: the engine keeps one listing per directory level, two block buffers
+// Memory stays flat: the engine keeps one listing per folder level, two block buffers
 // and the displayed log lines (a bounded head and tail for the mail body, see GetLogText);
 // every line goes to the log file the moment it is logged.
 
 #include "engine/IBackupView.h"
 #include "engine/clsProgress.h"
-#include "platform/clsBinaryFile.h"
-#include "platform/clsFileSystem.h"
-#include "platform/clsFolder.h"
+#include "platform/IFileAccess.h"
+#include "platform/SysError.h"
 
 #include <atomic>
 #include <chrono>
@@ -46,6 +63,7 @@
 #include <deque>
 #include <functional>
 #include <memory>
+#include <random>
 #include <string>
 #include <vector>
 
@@ -75,6 +93,9 @@ public:
     void Settings(const clsRegSettings& settings);
     // Seconds the mailer waits for the connection and for each reply (default 30).
     void MailTimeout(int seconds) { m_mailTimeout = seconds; }
+    // The way to the file system (not owned; must outlive the engine). Default: the
+    // system's own (SystemFileAccess). Tests pass one that injects failures.
+    void FileAccess(IFileAccess& access);
 
     // Runs the backup. True only when the run ended with neither an error nor a
     // cancellation.
@@ -106,29 +127,33 @@ public:
     // when the walk was cancelled.
     void TotalSelection(const std::string& path, bool& ok);
     // Copies (or verifies) every selected file at or below path into target. ok false
-    // when a file failed, a folder could not be listed or the walk was cancelled.
+    // when a file failed, a folder could not be entered or listed, or the walk was
+    // cancelled.
     void RunSelection(const std::string& path, const std::string& target, bool verifying, bool& ok);
-    // Copies one file (or link) to the destination path target, or skips it in an
-    // INCREMENTAL run when the copy is up to date. ok false after a logged failure.
+    // Copies one file to the destination path target (its folders are made when
+    // missing), or skips it in an INCREMENTAL run when the copy is up to date. A link at
+    // source is followed. ok false after a logged failure.
     void CopyFile(const std::string& source, const std::string& target, bool& ok);
-    // Compares one file (or link) with its copy block by block. ok false after an open
-    // or read error or a mismatch (logged).
+    // Compares one file with its copy block by block. ok false after an open or read
+    // error or a mismatch (logged).
     void VerifyFile(const std::string& source, const std::string& target, bool& ok);
 
     // --- Log and progress ------------------------------------------------------------------
 
     // Writes date-time + " - " + text as a new line of the log file; with display also to
-    // the view's list (and to the text GetLogText gives).
+    // the view's list (and to the text GetLogText gives). Control characters in text are
+    // shown escaped (see EscapeControls).
     void AddLogLine(const std::string& text, bool display = true);
     // Appends text to the last line of the log file (no time stamp); with display also to
     // the view's last line.
     void AppendLogLine(const std::string& text, bool display = true);
     // Writes line + CR LF at the end of LogFile, or with continueLast over the file's
     // final CR LF. The file stays open between lines; each line is one write, so the file
-    // is complete at every moment. A failure is not reported.
+    // is complete at every moment. The first failure of a run is said once, on screen and
+    // through the view's warning; the run goes on and its result does not change.
     void WriteLogFile(const std::string& line, bool continueLast);
-    // dir + "/" (when missing) + "BackupLog_" + yyyymmdd + ".log", or the first free
-    // "BackupLog_" + yyyymmdd + "_" + n + ".log" (n = 1, 2, ...) when that one exists.
+    // dir + separator (when missing) + "BackupLog_" + yyyymmdd + ".log", or the first
+    // free "BackupLog_" + yyyymmdd + "_" + n + ".log" (n = 1, 2, ...) when that one exists.
     std::string MakeLogFileName(const std::string& dir);
     // The displayed lines of the run, each followed by CR LF. After 4 MiB of them the
     // middle is left out (a line says how many lines) and the last 200 lines are kept.
@@ -137,71 +162,105 @@ public:
     void UpdateProgress();
 
 private:
-    struct FileCopy;
     enum class Phase { Idle, Size, Copy, Verify };
+    struct CopyFolder;
+    struct Level;
+    struct Source;
+    struct Dest;
+    struct FileCopy;
+    struct Ancestor;
 
-    // Run steps.
+    // Run steps (BackupRun.cpp).
     void StartRun();
     void ReadBlockSize();
     bool SizePhase(bool& hadError);
     bool CopyOrVerifyPhase(bool verifying, bool& hadError);
     void EachSelection(bool& hadError, const std::function<void(const std::string&, bool&)>& step);
     void LogPhaseSummary(const char* complete, const char* files, const char* bytes);
-    void LogCopySummary();
-    void StartVerify(std::int32_t& copyElapsed);
+    void StartVerify(std::int32_t& copyElapsed, bool& hadError);
     void LogVerifySummary(std::int32_t copyElapsed);
+    void MakeDurable(bool& hadError);
     std::string FinishResult(bool hadError);
     void MailLog(const std::string& resultText);
     void SaveLogToTarget();
     void EjectTarget();
+    void EnsureBuffers();
 
-    // Target check helpers.
+    // Target check (BackupTarget.cpp).
+    bool HasRoot(const std::string& target) const;
     bool CheckDevice(const std::string& target);
+    bool WaitForMedium(const std::string& target);
     bool ConfirmClear(const std::string& target);
     bool ClearIsSafe(const std::string& target);
-    bool IsDriveRoot(const std::string& target);
+    MsgAnswer AskUser(const std::string& title, const std::string& text, MsgButtons buttons);
+    void LogQuietAnswer(const std::string& title, MsgAnswer answer);
 
-    // Walk helpers.
-    bool IsOutputDir(const std::string& path);
-    bool ListDirectory(const std::string& path, std::vector<clsFSItem>& items);
-    bool ProcessFile(const std::string& path, FileKind kind, const std::string& target,
-                     bool verifying);
-    std::string Destination(const std::string& source, const std::string& target) const;
+    // The walk, one routine for the size, copy and verify phases (BackupWalk.cpp).
+    bool WalkEntry(const std::string& entry, const std::string& target);
+    bool WalkEntryFolder(const std::string& path, const FileInfo& info);
+    bool WalkEntryFile(const std::string& path, const FileInfo& info);
+    bool Walk(Level& level);
+    bool WalkItem(Level& level, const clsFSItem& item, const std::string& full);
+    bool EnterFolder(Level& level, const clsFSItem& item, const std::string& full);
+    bool ProcessFile(const Source& source, const Dest& dest);
+    void CountFile(const FileInfo& info);
+    bool LeftOutAsOutput(const FileIdentity& id);
+    void LogOutputLeftOut();
+    void StartFile(const std::string& path);
 
-    // Copy helpers.
-    bool IsUpToDate(const std::string& source, const std::string& target, const FileInfo& src,
-                    const FileInfo& dst);
-    static bool UseFolder(clsFolder& folder, const std::string& path, size_t slash);
-    void LookUpDestination(FileCopy& c);
+    // Folders of the copy (BackupFolders.cpp).
+    bool UseTarget(const std::string& target);
+    bool FolderOfCopy(const std::string& copy, bool make, CopyFolder& folder, std::string& name);
+    bool OpenCopyChain(const std::string& sourcePath, std::size_t count, Level& level,
+                       std::deque<Ancestor>& chain);
+    bool StepInto(CopyFolder& parent, const std::string& name, CopyFolder& sub);
+    bool MakeCopyFolder(CopyFolder& parent, const std::string& name, const std::string& path,
+                        bool& made);
+    bool FinishCopyFolder(CopyFolder& dst, const FileInfo& like);
+    bool FinishAncestors(std::deque<Ancestor>& chain);
+    std::string CopyPath(const std::string& folderPath, const std::string& name) const;
+
+    // One file's copy (BackupCopy.cpp).
+    bool CopyEntry(const Source& s, const Dest& d);
+    bool LookUpCopy(const Dest& d, FileInfo& dst);
+    bool IsUpToDate(const Source& s, const Dest& d, const FileInfo& dst);
+    bool OpenSource(const Source& s, clsBinaryFile& file);
+    void SkipFile(const std::string& source, std::int64_t size);
+    std::string TempName();
+    template <class Make>
+    bool CreateExclusive(const Dest& d, FileInfo& old, std::string& written, const Make& make);
+    bool CopyLink(const Source& s, const Dest& d, const FileInfo& dst);
+    bool CopyContent(const Source& s, const Dest& d, const FileInfo& dst);
+    bool CopyRange(FileCopy& c, long long end);
+    bool CopySparse(FileCopy& c);
+    void LogCopyError(FileCopy& c);
+    bool FinishCopy(FileCopy& c);
+    bool PutInPlace(const Dest& d, const std::string& written, const FileInfo& old);
+    void FailCopy(FileCopy& c);
     static long long RoundEnd(long long done, long long block, long long size);
     // The alignment of the rounds' ends for a block size (at most the block size).
     static long long RoundUnit(long long block);
-    void SkipFile(const std::string& source, std::int64_t size);
-    bool PrepareDirectory(const std::string& dest);
-    bool MakeDirectories(const std::string& dir, bool& createdLast);
-    bool OpenDestination(FileCopy& c);
-    bool CopyLink(const std::string& source, const std::string& dest, const FileInfo& destInfo);
-    bool CopyContent(FileCopy& c);
-    bool CopyBlocks(FileCopy& c);
-    bool FinishCopy(FileCopy& c);
-    void FailCopy(FileCopy& c);
-    bool VerifyLink(const std::string& source, const std::string& target);
-    bool OpenForVerify(clsBinaryFile& file, clsFolder& folder, const std::string& path,
-                       long long size);
+
+    // Verification (BackupVerify.cpp).
+    bool VerifyEntry(const Source& s, const Dest& d);
+    bool OpenBoth(const Source& s, const Dest& d, clsBinaryFile& src, clsBinaryFile& dst);
+    bool OpenCopy(const Dest& d, clsBinaryFile& file, SysError& error);
+    bool VerifyLink(const Source& s, const Dest& d);
     bool CompareBlocks(clsBinaryFile& src, clsBinaryFile& dst, const std::string& source,
                        const std::string& target, std::int64_t size);
+    long long ReadFull(clsBinaryFile& file, unsigned char* buffer, long long count);
 
-    // Helpers shared by the phases.
-    void StartFile(const std::string& path);
-    void LogFileError(const std::string& what, const std::string& path, int code);
-    void LogFsError(const std::string& what, const std::string& path, const std::string& error);
+    // Helpers shared by the phases (BackupLog.cpp).
+    void LogError(const std::string& what, const std::string& path, const SysError& error);
+    void LogLogFailure(const SysError& error);
     void YieldPoint();
-    void EnsureBuffers();
     void KeepDisplayedLine(const std::string& line);
     void AppendDisplayedLine(const std::string& text);
     std::string TimeStamp();
 
     IBackupView& m_view;
+    std::unique_ptr<IFileAccess> m_ownAccess;
+    IFileAccess* m_fa = nullptr;
     clsSetup* m_setup = nullptr;
     const clsRegSettings* m_settings = nullptr;
     std::unique_ptr<clsRegSettings> m_ownSettings;
@@ -214,25 +273,22 @@ private:
     std::int32_t m_blockSize = 128000;
     int m_mailTimeout = 30;
     Phase m_phase = Phase::Idle;
-
-    clsFileSystem m_fs;
-    std::string m_lastDir;       // destination folder known to exist
-    bool m_lastDirFresh = false; // m_lastDir was made by this run: its files are new
-    std::string m_outputDir;     // the target without trailing "/", left out of walks
-    bool m_outputDirLogged = false;
-    // The listing record of the file the walk hands to CopyFile, so that an up-to-date
-    // file is recognised without examining the source a second time.
-    const clsFSItem* m_listed = nullptr;
     std::vector<unsigned char> m_bufA, m_bufB;
-    // The folders of the last source and destination, open while the walk stays in them
-    // (names inside an open folder are found without walking the full path again).
-    clsFolder m_srcDir;
-    clsFolder m_dstDir;
+    std::mt19937_64 m_random;
+
+    // The target: its folder (open from the copy phase on) and the path it was opened for;
+    // its identity and path as written (left out of every walk, said once).
+    std::unique_ptr<CopyFolder> m_target;
+    std::string m_targetArg;
+    FileIdentity m_outputId;
+    std::string m_outputPath;
+    bool m_outputLogged = false;
 
     // The log file, open for the run; m_logSize is its length (where the next line goes).
     clsBinaryFile m_log;
     std::string m_logOpenName;
     long long m_logSize = 0;
+    bool m_logFailed = false;
     std::string m_logLine; // the line being written, kept to reuse its memory
     std::string m_stampText;
     std::time_t m_stampTime = 0;
@@ -245,5 +301,9 @@ private:
     std::chrono::steady_clock::time_point m_lastRefresh;
     bool m_timerOn = false;
 };
+
+// text with every control character (below 0x20, and 0x7F) shown visibly: "\n", "\r",
+// "\t", or "\x" and two upper-case hex digits; everything else kept as it is.
+std::string EscapeControls(const std::string& text);
 
 } // namespace tessaron

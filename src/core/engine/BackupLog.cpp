@@ -1,6 +1,7 @@
 // The run log (file and displayed lines) and the progress display.
-#include "engine/BackupEngine.h"
+#include "engine/BackupParts.h"
 #include "engine/NumberText.h"
+#include "platform/clsPath.h"
 
 #include <algorithm>
 #include <cmath>
@@ -17,7 +18,34 @@ std::string TwoDigits(int n) {
     return std::string(1, static_cast<char>('0' + (n / 10) % 10)) + static_cast<char>('0' + n % 10);
 }
 
+bool IsControl(char c) {
+    const auto u = static_cast<unsigned char>(c);
+    return u < 0x20 || u == 0x7F;
+}
+
 } // namespace
+
+std::string EscapeControls(const std::string& text) {
+    if (std::none_of(text.begin(), text.end(), IsControl)) {
+        return text;
+    }
+    static const char kHex[] = "0123456789ABCDEF";
+    std::string out;
+    out.reserve(text.size() + 8);
+    for (char c : text) {
+        if (!IsControl(c)) {
+            out += c;
+        } else if (c == '\n' || c == '\r' || c == '\t') {
+            out += c == '\n' ? "\\n" : c == '\r' ? "\\r" : "\\t";
+        } else {
+            const auto u = static_cast<unsigned char>(c);
+            out += "\\x";
+            out += kHex[u >> 4];
+            out += kHex[u & 15];
+        }
+    }
+    return out;
+}
 
 std::string BackupEngine::TimeStamp() {
     // One formatted stamp per second: thousands of lines a second share it.
@@ -30,7 +58,7 @@ std::string BackupEngine::TimeStamp() {
 }
 
 void BackupEngine::AddLogLine(const std::string& text, bool display) {
-    const std::string line = TimeStamp() + " - " + text;
+    const std::string line = TimeStamp() + " - " + EscapeControls(text);
     WriteLogFile(line, false);
     if (display) {
         m_view.AddLine(line);
@@ -39,11 +67,34 @@ void BackupEngine::AddLogLine(const std::string& text, bool display) {
 }
 
 void BackupEngine::AppendLogLine(const std::string& text, bool display) {
-    WriteLogFile(text, true);
+    const std::string shown = EscapeControls(text);
+    WriteLogFile(shown, true);
     if (display) {
-        m_view.AppendToLastLine(text);
-        AppendDisplayedLine(text);
+        m_view.AppendToLastLine(shown);
+        AppendDisplayedLine(shown);
     }
+}
+
+void BackupEngine::LogError(const std::string& what, const std::string& path,
+                            const SysError& error) {
+    AddLogLine(what + " - " + path + ", Error: (" + std::to_string(error.Code()) + ") " +
+                   error.Text(),
+               true);
+}
+
+// Said once per run, on screen and through the view's warning, never through the log
+// file that just failed.
+void BackupEngine::LogLogFailure(const SysError& error) {
+    if (m_logFailed) {
+        return;
+    }
+    m_logFailed = true;
+    const std::string text = "Unable to write log file - " + EscapeControls(m_logFile) +
+                             ", Error: (" + std::to_string(error.Code()) + ") " + error.Text();
+    const std::string line = TimeStamp() + " - " + text;
+    m_view.AddLine(line);
+    KeepDisplayedLine(line);
+    m_view.ShowWarning(text);
 }
 
 void BackupEngine::WriteLogFile(const std::string& line, bool continueLast) {
@@ -52,9 +103,9 @@ void BackupEngine::WriteLogFile(const std::string& line, bool continueLast) {
     }
     if (!m_log.IsOpen() || m_logOpenName != m_logFile) {
         m_logOpenName = m_logFile;
-        if (!m_log.OpenFile(m_logFile, FileAccess::Write, FileShare::Read, FileOpen::OpenAlways,
-                            FileAttr::Normal)) {
+        if (!m_fa->OpenLog(m_log, m_logFile)) {
             m_logOpenName.clear();
+            LogLogFailure(m_log.Error());
             return;
         }
         m_logSize = std::max(0LL, m_log.FileSize());
@@ -64,21 +115,20 @@ void BackupEngine::WriteLogFile(const std::string& line, bool continueLast) {
     // half a line end.
     const long long pos = continueLast ? std::max(0LL, m_logSize - 2) : m_logSize;
     m_logLine.assign(line).append("\r\n");
-    if (m_log.WriteBlockAt(m_logLine.data(), m_logLine.size(), pos)) {
+    if (m_fa->WriteAt(m_log, m_logLine.data(), m_logLine.size(), pos)) {
         m_logSize = std::max(m_logSize, pos + static_cast<long long>(m_logLine.size()));
+    } else {
+        LogLogFailure(m_log.Error());
     }
 }
 
 std::string BackupEngine::MakeLogFileName(const std::string& dir) {
-    std::string base = dir;
-    if (base.empty() || base.back() != '/') {
-        base += '/';
-    }
     const DateTime today = DateTime::Now();
-    base +=
-        "BackupLog_" + std::to_string(today.Year) + TwoDigits(today.Month) + TwoDigits(today.Day);
+    const std::string base = clsPath::Join(dir, "BackupLog_", NativePathStyle()) +
+                             std::to_string(today.Year) + TwoDigits(today.Month) +
+                             TwoDigits(today.Day);
     std::string name = base + ".log";
-    for (long n = 1; m_fs.Exists(name); ++n) {
+    for (long n = 1; m_fa->Exists(name); ++n) {
         name = base + "_" + std::to_string(n) + ".log";
     }
     return name;
@@ -120,7 +170,7 @@ void BackupEngine::UpdateProgress() {
     m_lastRefresh = std::chrono::steady_clock::now();
     clsProgress& p = *m_progress;
     auto grouped = [](std::int64_t n, bool show) { return show ? FormatGrouped(n) : ""; };
-    m_view.SetText(ViewText::CurrentFile, p.CurrentFile);
+    m_view.SetText(ViewText::CurrentFile, EscapeControls(p.CurrentFile));
     m_view.SetText(ViewText::Files, grouped(p.TotalFiles, p.TotalFiles > 0));
     m_view.SetText(ViewText::Bytes, grouped(p.TotalBytes, p.TotalBytes > 0));
     m_view.SetText(ViewText::FilesTransferred, grouped(p.FilesDone, p.TotalFiles > 0));

@@ -1,8 +1,9 @@
 // The run itself: phase order, the flags that tie the phases together, the result.
-#include "engine/BackupEngine.h"
+#include "engine/BackupParts.h"
 #include "engine/NumberText.h"
 #include "mail/clsMailer.h"
 #include "mail/clsRegSettings.h"
+#include "platform/SystemFileAccess.h"
 #include "platform/clsPath.h"
 #include "setfile/clsSetup.h"
 
@@ -32,7 +33,12 @@ private:
 } // namespace
 
 BackupEngine::BackupEngine(IBackupView& view)
-    : m_view(view), m_progress(std::make_unique<clsProgress>()) {}
+    : m_view(view), m_ownAccess(std::make_unique<SystemFileAccess>()), m_fa(m_ownAccess.get()),
+      m_progress(std::make_unique<clsProgress>()),
+      m_random(
+          std::random_device{}() ^
+          static_cast<std::uint64_t>(std::chrono::steady_clock::now().time_since_epoch().count())) {
+}
 
 BackupEngine::~BackupEngine() = default;
 
@@ -50,6 +56,10 @@ const std::string& BackupEngine::LogDir() const {
 
 void BackupEngine::Settings(const clsRegSettings& settings) {
     m_settings = &settings;
+}
+
+void BackupEngine::FileAccess(IFileAccess& access) {
+    m_fa = &access;
 }
 
 void BackupEngine::Cancel() {
@@ -84,11 +94,12 @@ bool BackupEngine::Run(bool unloadOnExit) {
     if (SizePhase(hadError) && CopyOrVerifyPhase(false, hadError)) {
         if (m_setup->Verify && !m_cancelled) {
             std::int32_t copyElapsed = 0;
-            StartVerify(copyElapsed);
+            StartVerify(copyElapsed, hadError);
             CopyOrVerifyPhase(true, hadError);
             LogVerifySummary(copyElapsed);
         }
     }
+    MakeDurable(hadError);
     const std::string resultText = FinishResult(hadError);
     MailLog(resultText);
     SaveLogToTarget();
@@ -97,6 +108,7 @@ bool BackupEngine::Run(bool unloadOnExit) {
     EjectTarget();
     const bool succeeded = !hadError && !m_cancelled;
     m_log.CloseFile();
+    m_target.reset();
     m_view.Finished(m_unloadOnExit);
     return succeeded;
 }
@@ -104,8 +116,10 @@ bool BackupEngine::Run(bool unloadOnExit) {
 void BackupEngine::StartRun() {
     m_cancelled = false;
     m_finished = false;
-    m_lastDir.clear();
-    m_outputDirLogged = false;
+    m_target.reset();
+    m_outputId = FileIdentity{};
+    m_outputLogged = false;
+    m_logFailed = false;
     m_shownHead.clear();
     m_shownTail.clear();
     m_shownDropped = 0;
@@ -119,9 +133,10 @@ void BackupEngine::StartRun() {
         m_setup->BackupType = "FULL";
     }
     if (m_logDir.empty()) {
-        m_logDir = m_fs.ProgramLogDir();
-    } else if (!m_fs.IsDirectory(m_logDir)) {
-        m_fs.CreateDirectories(m_logDir); // a failure shows as a missing log, not reported
+        m_logDir = m_fa->ProgramLogDir();
+    } else {
+        clsFolder dir; // a failure shows as a log that cannot be written
+        m_fa->CreateFolder(dir, m_logDir);
     }
     m_log.CloseFile();
     m_logFile = MakeLogFileName(m_logDir);
@@ -165,9 +180,13 @@ bool BackupEngine::SizePhase(bool& hadError) {
     m_timerOn = true;
     m_lastRefresh = std::chrono::steady_clock::now();
     m_phase = Phase::Size;
-    m_outputDir = m_setup->Target;
-    while (m_outputDir.size() > 1 && m_outputDir.back() == '/') {
-        m_outputDir.pop_back();
+    // A target that exists already is left out of the walk from the start.
+    FileInfo target;
+    SysError error;
+    if (HasRoot(m_setup->Target) && m_fa->GetPathInfo(m_setup->Target, target, error) &&
+        target.Kind == FileKind::Directory) {
+        m_outputId = target.Id;
+        m_outputPath = m_setup->Target;
     }
     EachSelection(hadError,
                   [this](const std::string& path, bool& ok) { TotalSelection(path, ok); });
@@ -200,13 +219,9 @@ bool BackupEngine::CopyOrVerifyPhase(bool verifying, bool& hadError) {
         RunSelection(path, target, verifying, ok);
     });
     if (!verifying) {
-        LogCopySummary();
+        LogPhaseSummary("Copy Complete", " Files Transferred,  ", " Bytes Transferred");
     }
     return !m_cancelled;
-}
-
-void BackupEngine::LogCopySummary() {
-    LogPhaseSummary("Copy Complete", " Files Transferred,  ", " Bytes Transferred");
 }
 
 // The three summary lines of a copy or verify phase: its end, its counts, its time and rate.
@@ -223,8 +238,14 @@ void BackupEngine::LogPhaseSummary(const char* complete, const char* files, cons
                true);
 }
 
-void BackupEngine::StartVerify(std::int32_t& copyElapsed) {
+// Before the copies are read back they are put on the medium (once for the whole file
+// system), so that verification compares the source with what the medium returns.
+void BackupEngine::StartVerify(std::int32_t& copyElapsed, bool& hadError) {
     AddLogLine("Verifying Files...", true);
+    if (m_target && m_target->folder.IsOpen() && !m_fa->Sync(m_target->folder)) {
+        LogError("Unable to write to the target medium", m_setup->Target, m_target->folder.Error());
+        hadError = true;
+    }
     clsProgress& p = *m_progress;
     p.UpdateElapsedTime();
     copyElapsed = p.ElapsedTime;
@@ -247,6 +268,18 @@ void BackupEngine::LogVerifySummary(std::int32_t copyElapsed) {
     const std::int64_t total = std::int64_t{p.ElapsedTime} + copyElapsed;
     p.ElapsedTime = static_cast<std::int32_t>(std::min<std::int64_t>(total, INT32_MAX));
     AddLogLine("Total Elapsed Time: " + p.FormatElapsedTime(), true);
+}
+
+// "Backup Complete" is said only once the target's file system holds the copies and
+// their folders: a medium pulled (or a power cut) right after keeps them.
+void BackupEngine::MakeDurable(bool& hadError) {
+    if (!m_target || !m_target->folder.IsOpen()) {
+        return;
+    }
+    if (!m_fa->Sync(m_target->folder)) {
+        LogError("Unable to write to the target medium", m_setup->Target, m_target->folder.Error());
+        hadError = true;
+    }
 }
 
 std::string BackupEngine::FinishResult(bool hadError) {
@@ -276,24 +309,24 @@ void BackupEngine::MailLog(const std::string& resultText) {
 
 void BackupEngine::SaveLogToTarget() {
     // A relative target would put the log wherever the process happens to run.
-    if (!m_setup->SaveLog || m_setup->Target.empty() || m_setup->Target[0] != '/') {
+    if (!m_setup->SaveLog || !HasRoot(m_setup->Target)) {
         return;
     }
-    std::string dest = m_setup->Target;
-    if (dest.empty() || dest.back() != '/') {
-        dest += '/';
-    }
-    dest += clsPath(m_logFile, NativePathStyle()).File();
-    if (!m_fs.Copy(m_logFile, dest, false)) {
+    const std::string dest = clsPath::Join(
+        m_setup->Target, clsPath(m_logFile, NativePathStyle()).File(), NativePathStyle());
+    SysError error;
+    clsFolder target;
+    if (!m_fa->CopyFile(m_logFile, dest, error) || !m_fa->OpenFolder(target, m_setup->Target) ||
+        !m_fa->Sync(target)) {
         AddLogLine("Unable to copy log file to output directory", true);
     }
 }
 
 void BackupEngine::EjectTarget() {
-    if (!m_setup->EjectMedia || m_setup->Target.empty() || m_setup->Target[0] != '/') {
+    if (!m_setup->EjectMedia || !HasRoot(m_setup->Target)) {
         return;
     }
-    if (!m_fs.EjectMedia(m_setup->Target) && m_fs.GetDriveType(m_setup->Target) == "REMOVABLE") {
+    if (!m_fa->EjectMedia(m_setup->Target) && m_fa->GetDriveType(m_setup->Target) == "REMOVABLE") {
         AddLogLine("Unable to eject media, please remove backup media", true);
     }
 }

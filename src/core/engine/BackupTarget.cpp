@@ -1,42 +1,29 @@
-// The target device check and the optional clearing of the target.
-#include "engine/BackupEngine.h"
+// The target device check and the optional clearing of the target. Whether clearing is
+// safe is decided on the identity of folders, never on how the target is spelled.
+#include "engine/BackupParts.h"
 #include "platform/clsPath.h"
 #include "setfile/clsSetup.h"
-
-#include <cstdlib>
 
 namespace tessaron {
 
 namespace {
 
-std::string WithoutTrailingSlash(std::string p) {
-    while (p.size() > 1 && p.back() == '/') {
-        p.pop_back();
-    }
-    return p;
-}
-
-// "/home/NAME", "/root" and $HOME: clearing one of these would wipe a user's files.
-bool IsHomeDirectory(const std::string& p) {
-    if (p == "/root") {
-        return true;
-    }
-    if (const char* home = std::getenv("HOME"); home != nullptr && *home != '\0') {
-        if (p == WithoutTrailingSlash(home)) {
-            return true;
-        }
-    }
-    const std::string base = "/home/";
-    return p.size() > base.size() && p.compare(0, base.size(), base) == 0 &&
-           p.find('/', base.size()) == std::string::npos;
-}
+constexpr PathStyle kStyle = NativePathStyle();
 
 } // namespace
 
+// POSIX has no drive letters: a target that is not absolute is what a missing drive is.
+// On Windows the drive part decides, so a UNC target is refused as the rules say.
+bool BackupEngine::HasRoot(const std::string& target) const {
+    if (kStyle == PathStyle::Windows) {
+        return !clsPath(target, kStyle).Drive.empty();
+    }
+    return clsPath::IsAbsolute(target, kStyle);
+}
+
 void BackupEngine::CheckTarget(const std::string& target, bool& ok) {
     ok = false;
-    // POSIX has no drive letters: a target without a root is what a missing drive is.
-    if (target.empty() || target[0] != '/') {
+    if (!HasRoot(target)) {
         AddLogLine("Invalid Target - No Drive or Server specified", true);
         return;
     }
@@ -51,65 +38,72 @@ void BackupEngine::CheckTarget(const std::string& target, bool& ok) {
         return;
     }
     AddLogLine("Clearing " + target + "...", true);
-    m_fs.DoEvents = [this] { YieldPoint(); };
-    m_fs.Clean(target); // what could not be removed is overwritten or reported by the copy
-    m_fs.DoEvents = nullptr;
-    m_lastDir.clear();
+    SysError error;
+    // What could not be removed is overwritten or reported by the copy.
+    m_fa->Clean(
+        target, [this] { YieldPoint(); }, error);
     AppendLogLine("Done", true);
     ok = true;
 }
 
 bool BackupEngine::CheckDevice(const std::string& target) {
-    const std::string type = m_fs.GetDriveType(target);
+    const std::string type = m_fa->GetDriveType(target);
     if (type == "CDROM") {
         AddLogLine("Target Device Cannot be a CDROM Drive - " + target, true);
         return false;
     }
     if (type.empty()) {
         if (!m_setup->Quiet) {
-            m_view.Ask("Unknown Device",
-                       "Can't Find Target Device - " + target + "\r\n" +
-                           "An External Drive may need to be plugged in or powered on.",
-                       MsgButtons::OK);
+            AskUser("Unknown Device",
+                    "Can't Find Target Device - " + target + "\r\n" +
+                        "An External Drive may need to be plugged in or powered on.",
+                    MsgButtons::OK);
         }
         AddLogLine("Unknown Target Device - " + target, true);
         return false;
     }
-    if (type != "REMOVABLE") {
-        return true;
-    }
-    // The target folder itself may not exist yet: ask the file system holding its
-    // nearest existing ancestor. A medium with no free space counts as not ready.
-    for (;;) {
-        std::string probe = target;
-        FileInfo info;
-        while (probe.size() > 1 && !(m_fs.GetInfo(probe, info) && info.Exists)) {
-            probe = clsPath(WithoutTrailingSlash(probe), PathStyle::Posix).Directory;
-            probe = WithoutTrailingSlash(probe.empty() ? "/" : probe);
+    return type != "REMOVABLE" || WaitForMedium(target);
+}
+
+// A removable drive is ready once it has free space (a medium with none counts as not
+// ready). The target folder itself may not exist yet: the file system holding its
+// nearest existing folder answers.
+bool BackupEngine::WaitForMedium(const std::string& target) {
+    while (m_fa->GetDriveFreeSpace(target) == 0) {
+        const std::string title = "Drive Not Ready";
+        const MsgAnswer answer = m_setup->Quiet
+                                     ? MsgAnswer::Cancel
+                                     : AskUser(title,
+                                               "Drive " + target + " does not appear to be ready." +
+                                                   "\r\n" + "Please insert disk or media.",
+                                               MsgButtons::RetryCancel);
+        if (m_setup->Quiet) {
+            LogQuietAnswer(title, answer);
         }
-        if (m_fs.GetDriveFreeSpace(probe) != 0) {
-            return true;
-        }
-        if (m_setup->Quiet || m_view.Ask("Drive Not Ready",
-                                         "Drive " + target + " does not appear to be ready." +
-                                             "\r\n" + "Please insert disk or media.",
-                                         MsgButtons::RetryCancel) != MsgAnswer::Retry) {
+        if (answer != MsgAnswer::Retry) {
             AddLogLine("Target Device Is Not Ready: " + target, true);
             return false;
         }
     }
+    return true;
 }
 
+// Refuses to clear a target that is or holds the root or a home folder, or that holds
+// or is a selected source, however any of them is spelled (links, ".", "..", "//").
 bool BackupEngine::ClearIsSafe(const std::string& target) {
-    const std::string t = WithoutTrailingSlash(target);
-    if (t == "/" || IsHomeDirectory(t)) {
-        AddLogLine("Target Not Cleared - " + target + " is the root or a home directory", true);
+    for (const std::string& place : m_fa->ProtectedFolders()) {
+        if (!m_fa->IsSameOrInside(place, target)) {
+            continue;
+        }
+        const bool same = m_fa->IsSameOrInside(target, place);
+        AddLogLine(
+            "Target Not Cleared - " + target +
+                (same ? " is the root or a home directory" : " holds the home directory " + place),
+            true);
         return false;
     }
-    const auto targetParts = clsPath::SplitParts(t, PathStyle::Posix);
     for (const clsSelItem& item : m_setup->Sel) {
-        const auto sourceParts = clsPath::SplitParts(item.path(), PathStyle::Posix);
-        if (PartsContain(targetParts, sourceParts)) {
+        if (!item.path().empty() && m_fa->IsSameOrInside(item.path(), target)) {
             AddLogLine("Target Not Cleared - " + target + " holds the selected source " +
                            item.path(),
                        true);
@@ -119,29 +113,33 @@ bool BackupEngine::ClearIsSafe(const std::string& target) {
     return true;
 }
 
-bool BackupEngine::IsDriveRoot(const std::string& target) {
-    const std::string t = WithoutTrailingSlash(target);
-    if (t == "/") {
+bool BackupEngine::ConfirmClear(const std::string& target) {
+    const std::string title = "Clear Target";
+    // Quiet mode clears without asking, except the root of a whole file system.
+    if (m_setup->Quiet && !m_fa->IsDriveRoot(target)) {
+        LogQuietAnswer(title, MsgAnswer::Yes);
         return true;
     }
-    m_fs.GetDrives();
-    for (const clsFSItem& drive : m_fs.Items) {
-        if (WithoutTrailingSlash(drive.Path) == t) {
-            return true;
-        }
-    }
-    return false;
+    return AskUser(title,
+                   "Warning - All Files and Directories will be removed from \r\n" + target +
+                       "\r\n" + "Do You Want To Continue?",
+                   MsgButtons::YesNo) == MsgAnswer::Yes;
 }
 
-bool BackupEngine::ConfirmClear(const std::string& target) {
-    // Quiet mode clears without asking, except the root of a whole file system.
-    if (m_setup->Quiet && !IsDriveRoot(target)) {
-        return true;
+// Asks through the view; an answer the view gave without a person is logged with its
+// reason, so that a run that ends "Backup Cancelled" says why.
+MsgAnswer BackupEngine::AskUser(const std::string& title, const std::string& text,
+                                MsgButtons buttons) {
+    const MsgAnswer answer = m_view.Ask(title, text, buttons);
+    const std::string reason = m_view.LastAnswerReason();
+    if (!reason.empty()) {
+        AddLogLine(title + " - answered " + AnswerName(answer) + " (" + reason + ")", true);
     }
-    return m_view.Ask("Clear Target",
-                      "Warning - All Files and Directories will be removed from \r\n" + target +
-                          "\r\n" + "Do You Want To Continue?",
-                      MsgButtons::YesNo) == MsgAnswer::Yes;
+    return answer;
+}
+
+void BackupEngine::LogQuietAnswer(const std::string& title, MsgAnswer answer) {
+    AddLogLine(title + " - answered " + AnswerName(answer) + " (quiet mode)", true);
 }
 
 } // namespace tessaron

@@ -1,70 +1,108 @@
-// Verification: each copy read back beside its source and compared block by block.
-#include "engine/BackupEngine.h"
+// Verification: each copy read back from the medium beside its source and compared block
+// by block.
+#include "engine/BackupParts.h"
 
-#include <algorithm>
-#include <cerrno>
 #include <cstring>
 
 namespace tessaron {
 
+namespace {
+
+constexpr long long kAdviseSize = 1 << 20;
+
+} // namespace
+
 void BackupEngine::VerifyFile(const std::string& source, const std::string& target, bool& ok) {
     ok = false;
-    const clsFSItem* listed = m_listed;
-    m_listed = nullptr;
-    StartFile(source);
     EnsureBuffers();
     FileInfo info;
-    if (listed != nullptr) {
-        info = listed->Info;
-    } else {
-        m_fs.GetInfo(source, info);
-    }
-    if (info.Kind == FileKind::Symlink) {
-        ok = VerifyLink(source, target);
+    SysError error;
+    if (!m_fa->GetPathInfo(source, info, error)) {
+        StartFile(source);
+        LogError("Unable to open", source, error);
         return;
+    }
+    CopyFolder folder;
+    std::string name;
+    FolderOfCopy(target, false, folder, name);
+    ok = VerifyEntry(Source{nullptr, name, source, info}, Dest{folder, name, target});
+}
+
+bool BackupEngine::VerifyEntry(const Source& s, const Dest& d) {
+    StartFile(s.path);
+    if (s.info.Kind == FileKind::Symlink) {
+        return VerifyLink(s, d);
     }
     clsBinaryFile src;
-    if (!OpenForVerify(src, m_srcDir, source, info.Size)) {
-        LogFileError("Unable to open", source, src.LastErrorCode);
-        return;
-    }
     clsBinaryFile dst;
-    if (!OpenForVerify(dst, m_dstDir, target, info.Size)) {
-        LogFileError("Unable to open", target, dst.LastErrorCode);
-        return;
+    if (!OpenBoth(s, d, src, dst)) {
+        return false;
     }
+    const std::int64_t size = s.info.Size;
     clsProgress& p = *m_progress;
-    p.CurrentSize = info.Size;
-    AddLogLine("Verifying " + source + " (" + std::to_string(info.Size) + " Bytes)...", false);
-    const bool same = CompareBlocks(src, dst, source, target, info.Size);
-    dst.CloseFile();
+    p.CurrentSize = size;
+    AddLogLine("Verifying " + s.path + " (" + std::to_string(size) + " Bytes)...", false);
+    const bool same = CompareBlocks(src, dst, s.path, d.path, size);
+    m_fa->Close(dst);
     // Also after a mismatch, so the file's error line reads "...Mismatch" + "Done".
     AppendLogLine("Done", false);
-    src.CloseFile();
+    m_fa->Close(src);
     if (!same) {
         p.BytesDone -= p.CurrentDone;
         p.BytesSkipped += p.CurrentSize;
-        return;
     }
-    ok = true;
+    return same;
 }
 
-// Opens path for reading by name inside its folder (kept open for the next file there).
-// Large files are announced as read from start to end.
-bool BackupEngine::OpenForVerify(clsBinaryFile& file, clsFolder& folder, const std::string& path,
-                                 long long size) {
-    const size_t slash = path.rfind('/');
-    if (!UseFolder(folder, path, slash)) {
-        file.LastErrorCode = folder.LastErrorCode;
+// Opens the source and its copy for reading. The copies were put on the medium before
+// this phase: what memory still holds of this one is dropped, so the comparison reads
+// what the medium returns.
+bool BackupEngine::OpenBoth(const Source& s, const Dest& d, clsBinaryFile& src,
+                            clsBinaryFile& dst) {
+    if (!OpenSource(s, src)) {
+        LogError("Unable to open", s.path, src.Error());
         return false;
     }
-    if (!file.OpenFileAt(folder, path.substr(slash + 1))) {
+    SysError error;
+    if (!OpenCopy(d, dst, error)) {
+        LogError("Unable to open", d.path, error);
+        m_fa->Close(src);
         return false;
     }
-    if (size >= (1 << 20)) {
-        file.AdviseSequential();
+    m_fa->DropCache(dst);
+    if (s.info.Size >= kAdviseSize) {
+        m_fa->AdviseSequential(src);
+        m_fa->AdviseSequential(dst);
     }
     return true;
+}
+
+bool BackupEngine::OpenCopy(const Dest& d, clsBinaryFile& file, SysError& error) {
+    if (!d.folder.folder.IsOpen()) {
+        error = d.folder.error ? d.folder.error : SysError::NotFound();
+        return false;
+    }
+    if (!m_fa->OpenFileAt(file, d.folder.folder, d.name)) {
+        error = file.Error();
+        return false;
+    }
+    return true;
+}
+
+// Reads until count bytes or the end of the file: a short read is not the end.
+long long BackupEngine::ReadFull(clsBinaryFile& file, unsigned char* buffer, long long count) {
+    long long done = 0;
+    while (done < count) {
+        const long long n = m_fa->Read(file, buffer + done, static_cast<std::size_t>(count - done));
+        if (n < 0) {
+            return -1;
+        }
+        if (n == 0) {
+            break;
+        }
+        done += n;
+    }
+    return done;
 }
 
 // Only the source's length drives the loop: a copy that is longer but equal over the
@@ -78,9 +116,9 @@ bool BackupEngine::CompareBlocks(clsBinaryFile& src, clsBinaryFile& dst, const s
         const long long left = size - p.CurrentDone;
         const long long want =
             left > 0 ? RoundEnd(p.CurrentDone, block, size) - p.CurrentDone : block;
-        const long long a = src.ReadBlock(m_bufA.data(), static_cast<std::size_t>(want));
+        const long long a = ReadFull(src, m_bufA.data(), want);
         if (a < 0) {
-            LogFileError("Read Error on", source, src.LastErrorCode);
+            LogError("Read Error on", source, src.Error());
             return false;
         }
         p.CurrentDone += a;
@@ -88,9 +126,9 @@ bool BackupEngine::CompareBlocks(clsBinaryFile& src, clsBinaryFile& dst, const s
         if (a == 0) {
             return true;
         }
-        const long long b = dst.ReadBlock(m_bufB.data(), static_cast<std::size_t>(a));
+        const long long b = ReadFull(dst, m_bufB.data(), a);
         if (b < 0) {
-            LogFileError("Read Error on", target, dst.LastErrorCode);
+            LogError("Read Error on", target, dst.Error());
             return false;
         }
         if (a != b || std::memcmp(m_bufA.data(), m_bufB.data(), static_cast<std::size_t>(a)) != 0) {
@@ -98,27 +136,32 @@ bool BackupEngine::CompareBlocks(clsBinaryFile& src, clsBinaryFile& dst, const s
             return false;
         }
         YieldPoint();
-        if (m_cancelled || (a < want) || (left > 0 && p.CurrentDone >= size)) {
+        if (m_cancelled || a < want || (left > 0 && p.CurrentDone >= size)) {
             return true;
         }
     }
 }
 
-bool BackupEngine::VerifyLink(const std::string& source, const std::string& target) {
+bool BackupEngine::VerifyLink(const Source& s, const Dest& d) {
     std::string srcText;
-    if (!m_fs.ReadLink(source, srcText)) {
-        LogFsError("Unable to open", source, m_fs.LastError);
+    if (s.folder == nullptr || !m_fa->ReadLinkAt(*s.folder, s.name, srcText)) {
+        LogError("Unable to open", s.path, s.folder ? s.folder->Error() : SysError::BadHandle());
         return false;
     }
-    AddLogLine("Verifying " + source + " (0 Bytes)...", false);
+    AddLogLine("Verifying " + s.path + " (0 Bytes)...", false);
+    clsFolder& folder = d.folder.folder;
     FileInfo info;
-    m_fs.GetInfo(target, info);
+    SysError error = d.folder.error;
+    if (!error && folder.IsOpen() && !m_fa->GetInfoAt(folder, d.name, info)) {
+        error = folder.Error();
+    } else if (!error && !info.Exists) {
+        error = SysError::NotFound();
+    }
     std::string dstText;
-    bool same = true;
-    if (!info.Exists) {
-        LogFileError("Unable to open", target, ENOENT);
-        same = false;
-    } else if (info.Kind != FileKind::Symlink || !m_fs.ReadLink(target, dstText) ||
+    bool same = !error;
+    if (error) {
+        LogError("Unable to open", d.path, error);
+    } else if (info.Kind != FileKind::Symlink || !m_fa->ReadLinkAt(folder, d.name, dstText) ||
                dstText != srcText) {
         AddLogLine("Verify Error - File Mismatch", true);
         same = false;

@@ -1,5 +1,6 @@
-// The selection walk: totals in the size phase, copy or verify of every selected file.
-#include "engine/BackupEngine.h"
+// The selection walk: one routine serves the size phase (totals), the copy phase and the
+// verify phase. It works inside open folders, so paths of any length are walked.
+#include "engine/BackupParts.h"
 #include "platform/clsPath.h"
 #include "setfile/clsSetup.h"
 
@@ -7,173 +8,229 @@ namespace tessaron {
 
 namespace {
 
-std::string Prefix(const std::string& path) {
-    return (!path.empty() && path.back() == '/') ? path : path + '/';
+constexpr PathStyle kStyle = NativePathStyle();
+
+bool IsSpecial(FileKind kind) {
+    return kind == FileKind::Fifo || kind == FileKind::Socket || kind == FileKind::Device;
 }
 
 } // namespace
 
-// True when path is the run's output directory (or, for a selection entry, lies inside
-// it): such a folder is never walked, so a backup does not copy itself.
-bool BackupEngine::IsOutputDir(const std::string& path) {
-    if (m_phase == Phase::Idle || m_outputDir.empty() || m_outputDir[0] != '/') {
-        return false;
-    }
-    const bool inside =
-        path == m_outputDir || m_outputDir == "/" ||
-        (path.size() > m_outputDir.size() &&
-         path.compare(0, m_outputDir.size(), m_outputDir) == 0 && path[m_outputDir.size()] == '/');
-    if (inside && !m_outputDirLogged) {
-        m_outputDirLogged = true;
-        AddLogLine("Output directory left out of the backup - " + m_outputDir, true);
-    }
-    return inside;
-}
-
-bool BackupEngine::ListDirectory(const std::string& path, std::vector<clsFSItem>& items) {
-    m_fs.LastError.clear();
-    const int count = m_fs.GetDirectory(path);
-    items = std::move(m_fs.Items);
-    m_fs.Items.clear();
-    if (count == 0 && !m_fs.LastError.empty()) {
-        // The size phase stays quiet: the copy phase reports the same folder.
-        if (m_phase != Phase::Size) {
-            LogFsError("Unable to list directory", path, m_fs.LastError);
-        }
-        return false;
-    }
-    return true;
-}
-
 void BackupEngine::TotalSelection(const std::string& path, bool& ok) {
-    ok = false;
-    clsProgress& p = *m_progress;
-    if (IsOutputDir(path)) {
-        ok = true;
-        return;
-    }
-    FileInfo info;
-    m_fs.GetInfo(path, info);
-    if (info.Kind != FileKind::Directory) {
-        const bool special = info.Kind == FileKind::Fifo || info.Kind == FileKind::Socket ||
-                             info.Kind == FileKind::Device;
-        if (!special && m_setup->Sel.IsSelected(path)) {
-            p.TotalFiles += 1;
-            p.TotalBytes += info.Kind == FileKind::File ? info.Size : 0;
-        }
-        ok = true;
-        return;
-    }
-    std::vector<clsFSItem> items;
-    ListDirectory(path, items);
-    const std::string prefix = Prefix(path);
-    for (const clsFSItem& item : items) {
-        const std::string full = prefix + item.Path;
-        if (m_setup->Sel.IsSelected(full)) {
-            if (item.Kind == FileKind::Directory) {
-                bool subOk = false; // a folder that fails is reported by the copy phase
-                TotalSelection(full, subOk);
-            } else if (!item.IsSpecial()) {
-                p.TotalFiles += 1;
-                p.TotalBytes +=
-                    item.Kind == FileKind::File ? static_cast<std::int64_t>(item.Size) : 0;
-            }
-        }
-        YieldPoint();
-        if (m_cancelled) {
-            return;
-        }
-    }
-    ok = true;
+    const Phase outer = m_phase;
+    m_phase = Phase::Size;
+    ok = WalkEntry(path, {});
+    m_phase = outer;
 }
 
 void BackupEngine::RunSelection(const std::string& path, const std::string& target, bool verifying,
                                 bool& ok) {
-    ok = false;
-    if (IsOutputDir(path)) {
-        ok = true;
-        return;
-    }
-    FileInfo info;
-    m_fs.GetInfo(path, info);
-    if (info.Kind != FileKind::Directory) {
-        ok = !m_setup->Sel.IsSelected(path) || ProcessFile(path, info.Kind, target, verifying);
-        return;
-    }
-    std::vector<clsFSItem> items;
-    if (!ListDirectory(path, items)) {
-        return;
-    }
-    const std::string prefix = Prefix(path);
-    bool failed = false;
-    for (const clsFSItem& item : items) {
-        const std::string full = prefix + item.Path;
-        if (m_setup->Sel.IsSelected(full)) {
-            bool itemOk = true;
-            if (item.Kind == FileKind::Directory) {
-                RunSelection(full, target, verifying, itemOk); // skips the output folder
-            } else {
-                m_listed = &item;
-                itemOk = ProcessFile(full, item.Kind, target, verifying);
-                m_listed = nullptr;
-            }
-            if (!itemOk) {
-                failed = true;
-                if (m_setup->StopOnError) {
-                    return;
-                }
-            }
-        }
-        YieldPoint();
-        if (m_cancelled) {
-            return;
-        }
-    }
-    ok = !failed;
+    const Phase outer = m_phase;
+    m_phase = verifying ? Phase::Verify : Phase::Copy;
+    EnsureBuffers();
+    ok = WalkEntry(path, target);
+    m_phase = outer;
 }
 
-// Copies or verifies one selected file and counts it. False after a failure (logged).
-bool BackupEngine::ProcessFile(const std::string& path, FileKind kind, const std::string& target,
-                               bool verifying) {
-    if (kind == FileKind::Fifo || kind == FileKind::Socket || kind == FileKind::Device) {
-        // Never opened: reading a FIFO could block the run, a device could be endless.
-        if (!verifying) {
+// One selection entry. The entry and every link on the way to it are followed; the
+// copy keeps the path as written.
+bool BackupEngine::WalkEntry(const std::string& entry, const std::string& target) {
+    if (m_phase != Phase::Size && !UseTarget(target)) {
+        return false;
+    }
+    const std::string path(clsPath::WithoutTrailingSeparators(entry, kStyle));
+    if (path.empty()) {
+        return true; // an empty entry selects nothing
+    }
+    FileInfo info;
+    SysError error;
+    if (!m_fa->GetPathInfo(path, info, error)) {
+        if (m_phase != Phase::Size) {
+            LogError("Unable to open", path, error);
+        }
+        return m_phase == Phase::Size;
+    }
+    if (info.Exists && m_outputId.Valid &&
+        (info.Id == m_outputId || m_fa->IsSameOrInside(path, m_outputPath))) {
+        LogOutputLeftOut();
+        return true;
+    }
+    if (info.Kind == FileKind::Directory) {
+        return WalkEntryFolder(path, info);
+    }
+    if (IsSpecial(info.Kind)) {
+        if (m_phase == Phase::Copy) {
             AddLogLine("Special File Skipped - " + path + " (not a regular file)", false);
         }
         return true;
     }
-    bool fileOk = false;
-    const std::string dest = Destination(path, target);
-    if (verifying) {
-        VerifyFile(path, dest, fileOk);
-    } else {
-        CopyFile(path, dest, fileOk);
+    return WalkEntryFile(path, info); // a file, or nothing there: its copy says why
+}
+
+bool BackupEngine::WalkEntryFolder(const std::string& path, const FileInfo& info) {
+    Level top;
+    if (!m_fa->OpenFolder(top.src, path)) {
+        if (m_phase != Phase::Size) {
+            LogError("Unable to open", path, top.src.Error());
+        }
+        return m_phase == Phase::Size;
     }
-    if (fileOk) {
+    top.srcPath = path;
+    std::deque<Ancestor> chain;
+    if (m_phase != Phase::Size &&
+        !OpenCopyChain(path, clsPath::PlaceParts(path, kStyle).size(), top, chain)) {
+        return false;
+    }
+    bool ok = Walk(top);
+    if (m_phase == Phase::Copy) {
+        ok = FinishCopyFolder(*top.dst, info) && ok;
+        ok = FinishAncestors(chain) && ok;
+    }
+    return ok;
+}
+
+bool BackupEngine::WalkEntryFile(const std::string& path, const FileInfo& info) {
+    if (!m_setup->Sel.IsSelected(path)) {
+        return true;
+    }
+    if (m_phase == Phase::Size) {
+        CountFile(info);
+        return true;
+    }
+    const std::vector<std::string> parts = clsPath::PlaceParts(path, kStyle);
+    const std::string& name = parts.empty() ? path : parts.back();
+    Level level;
+    std::deque<Ancestor> chain;
+    if (!OpenCopyChain(path, parts.empty() ? 0 : parts.size() - 1, level, chain)) {
+        AddLogLine("Unable to Copy File - " + path, true);
+        return false;
+    }
+    const std::string copy = CopyPath(level.dst->path, name);
+    bool ok = ProcessFile(Source{nullptr, name, path, info}, Dest{*level.dst, name, copy});
+    if (m_phase == Phase::Copy) {
+        ok = FinishAncestors(chain) && ok;
+    }
+    return ok;
+}
+
+// Every selected entry of one open folder, in name order. False when an entry failed or
+// the run was cancelled; with stop-on-error the first failure ends the walk at once.
+bool BackupEngine::Walk(Level& level) {
+    std::vector<clsFSItem> items;
+    if (!m_fa->List(level.src, items)) {
+        if (m_phase == Phase::Size) {
+            return true; // the copy phase reports it
+        }
+        LogError("Unable to list directory", level.srcPath, level.src.Error());
+        return false;
+    }
+    bool failed = false;
+    for (const clsFSItem& item : items) {
+        const std::string full = clsPath::Join(level.srcPath, item.Path, kStyle);
+        if (m_setup->Sel.IsSelected(full) && !WalkItem(level, item, full)) {
+            failed = true;
+            if (m_setup->StopOnError) {
+                return false;
+            }
+        }
+        YieldPoint();
+        if (m_cancelled) {
+            return false;
+        }
+    }
+    return !failed;
+}
+
+// One selected entry of a listing. The size phase only counts: what it cannot examine or
+// enter, the copy phase reports.
+bool BackupEngine::WalkItem(Level& level, const clsFSItem& item, const std::string& full) {
+    if (item.Error) {
+        if (m_phase != Phase::Size) {
+            LogError("Unable to examine", full, item.Error);
+        }
+        return m_phase == Phase::Size;
+    }
+    if (item.Kind == FileKind::Directory) {
+        return EnterFolder(level, item, full);
+    }
+    if (IsSpecial(item.Kind)) {
+        // Never opened: reading a FIFO could block the run, a device could be endless.
+        if (m_phase == Phase::Copy) {
+            AddLogLine("Special File Skipped - " + full + " (not a regular file)", false);
+        }
+        return true;
+    }
+    if (m_phase == Phase::Size) {
+        CountFile(item.Info);
+        return true;
+    }
+    const std::string copy = CopyPath(level.dst->path, item.Path);
+    return ProcessFile(Source{&level.src, item.Path, full, item.Info},
+                       Dest{*level.dst, item.Path, copy});
+}
+
+bool BackupEngine::EnterFolder(Level& level, const clsFSItem& item, const std::string& full) {
+    if (LeftOutAsOutput(item.Info.Id)) {
+        return true;
+    }
+    Level sub;
+    if (!m_fa->OpenFolderAt(sub.src, level.src, item.Path)) {
+        if (m_phase != Phase::Size) {
+            LogError("Unable to open", full, sub.src.Error());
+        }
+        return m_phase == Phase::Size;
+    }
+    sub.srcPath = full;
+    if (m_phase != Phase::Size && !StepInto(*level.dst, item.Path, *sub.dst)) {
+        return false;
+    }
+    bool ok = Walk(sub);
+    if (m_phase == Phase::Copy) {
+        ok = FinishCopyFolder(*sub.dst, item.Info) && ok; // after its contents
+    }
+    return ok;
+}
+
+// Copies or verifies one selected file and counts it. False after a failure (logged).
+bool BackupEngine::ProcessFile(const Source& source, const Dest& dest) {
+    const bool verifying = m_phase == Phase::Verify;
+    const bool ok = verifying ? VerifyEntry(source, dest) : CopyEntry(source, dest);
+    if (ok) {
         m_progress->FilesDone += 1;
         return true;
     }
-    AddLogLine((verifying ? "Unable to Verify File - " : "Unable to Copy File - ") + path, true);
+    AddLogLine((verifying ? "Unable to Verify File - " : "Unable to Copy File - ") + source.path,
+               true);
     return false;
 }
 
-std::string BackupEngine::Destination(const std::string& source, const std::string& target) const {
-    std::string dest = target;
-    if (!dest.empty() && dest.back() == '/') {
-        dest.pop_back();
+void BackupEngine::CountFile(const FileInfo& info) {
+    m_progress->TotalFiles += 1;
+    m_progress->TotalBytes += info.Kind == FileKind::File ? info.Size : 0;
+}
+
+bool BackupEngine::LeftOutAsOutput(const FileIdentity& id) {
+    if (!m_outputId.Valid || !(id == m_outputId)) {
+        return false;
     }
-    // A POSIX path has no drive part: its directory and file name are the whole path,
-    // so the walk's absolute paths are appended as they are, without taking them apart.
-    if (!source.empty() && source[0] == '/') {
-        return dest += source;
+    LogOutputLeftOut();
+    return true;
+}
+
+void BackupEngine::LogOutputLeftOut() {
+    if (!m_outputLogged) {
+        m_outputLogged = true;
+        AddLogLine("Output directory left out of the backup - " + m_outputPath, true);
     }
-    // A relative source (a set file may hold one) lands below the target too, never
-    // beside it: "docs/a.txt" to "/out" gives "/out/docs/a.txt", not "/outdocs/a.txt".
-    dest += '/';
-    const clsPath p(source, PathStyle::Posix);
-    dest += p.Directory;
-    dest += p.File();
-    return dest;
+}
+
+void BackupEngine::StartFile(const std::string& path) {
+    clsProgress& p = *m_progress;
+    p.CurrentFile = path;
+    p.CurrentSize = 0;
+    p.CurrentDone = 0;
+    m_view.SetText(ViewText::CurrentFile, EscapeControls(path));
+    m_view.SetBar(ViewBar::Current, 0);
 }
 
 } // namespace tessaron

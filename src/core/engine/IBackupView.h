@@ -34,6 +34,23 @@ enum class ViewText {
 // The two progress bars, each 0 to 100.
 enum class ViewBar { Current, Overall };
 
+// "OK", "Yes", "No", "Retry", "Cancel".
+inline const char* AnswerName(MsgAnswer answer) {
+    switch (answer) {
+    case MsgAnswer::OK:
+        return "OK";
+    case MsgAnswer::Yes:
+        return "Yes";
+    case MsgAnswer::No:
+        return "No";
+    case MsgAnswer::Retry:
+        return "Retry";
+    case MsgAnswer::Cancel:
+        return "Cancel";
+    }
+    return "";
+}
+
 class IBackupView {
 public:
     virtual ~IBackupView() = default;
@@ -52,6 +69,14 @@ public:
     // (no terminal, unattended run) answers No or Cancel (OK for an OK-only box).
     virtual MsgAnswer Ask(const std::string& title, const std::string& text,
                           MsgButtons buttons) = 0;
+    // Why the last Ask was answered without a person ("no terminal"); empty when a person
+    // answered. The run then logs "<title> - answered <answer> (<reason>)". A view whose
+    // questions are always answered by a person need not override it.
+    virtual std::string LastAnswerReason() const { return {}; }
+    // A problem the user must hear of even though the run goes on (the log file cannot be
+    // written): shown once, beside the on-screen log (the console writes it to standard
+    // error). The line is also in the on-screen log.
+    virtual void ShowWarning(const std::string& text) { (void)text; }
     // Lets the user interface do its pending work (repaint, Cancel button, Ctrl+C). Called
     // per block, per directory entry and per poll; must return quickly. A cancel request
     // seen here reaches the run through its Cancel member.

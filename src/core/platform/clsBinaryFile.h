@@ -10,6 +10,7 @@
 
 #include "platform/DateTime.h"
 #include "platform/FileConstants.h"
+#include "platform/SysError.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -31,6 +32,8 @@ public:
 
     // errno of the last failed call; 0 until one fails.
     int LastErrorCode = 0;
+    // The last failure as a record (code and the system's text).
+    SysError Error() const { return SysError::FromCode(LastErrorCode); }
 
     // Open parameters (values of FileAccess, FileShare, FileOpen, FileAttr), kept between
     // opens. Access: Read opens O_RDONLY, Write O_WRONLY, both O_RDWR. Sharing is kept but
@@ -51,7 +54,10 @@ public:
     // announced to the kernel as read sequentially.
     bool OpenFile(const std::string& name, std::int64_t access = -1, std::int64_t sharing = -1,
                   std::int64_t openMode = -1, std::int64_t attributes = -1);
-    void CloseFile();
+    // Closes the file. False when the system reports a failure on closing (for a file
+    // that was written, that can be the first report of a full disk or a lost network
+    // medium); the file is closed either way.
+    bool CloseFile();
 
     // Opens the entry name (no "/" in it) of an open folder for reading, for copying a
     // file that a listing found: a link is refused (ELOOP) rather than followed, and a
@@ -61,11 +67,22 @@ public:
     bool OpenFileAt(const clsFolder& folder, const std::string& name);
     // Creates the entry name of an open folder for writing, exclusively (EEXIST when
     // anything, even a dangling link, is there), with the permission bits mode & 0777
-    // less the umask. SetOwner and SetMode then skip what the new file already has.
-    bool CreateFileAt(clsFolder& folder, const std::string& name, unsigned mode);
+    // less the umask. When the file is to be given to owner uid and group gid (root
+    // only) and the folder would give it others, it starts with its owner's bits alone,
+    // so nobody else can read it before SetOwner and SetMode. SetOwner and SetMode then
+    // skip what the new file already has.
+    bool CreateFileAt(clsFolder& folder, const std::string& name, unsigned mode, long long uid = -1,
+                      long long gid = -1);
     // Tells the kernel the file will be read from start to end (worth it for large files
     // only: it costs a system call).
     void AdviseSequential();
+    // Drops the file's pages from the system's memory, so that the next reads come from
+    // the medium (pages not yet written out stay; sync the file system first).
+    void DropCache();
+    // The next stretch of data at or after from in a file with holes: true with
+    // [start, end) when there is one, true with start = end = the file's size when only
+    // a hole follows. A file system that cannot tell reports the whole rest as data.
+    bool NextData(long long from, long long& start, long long& end);
 
     // Reads up to count bytes: buf holds exactly the bytes read (empty at end of file).
     // False (buf empty) on a read error, a closed file or count < 1.
@@ -145,7 +162,7 @@ private:
     long long KernelCopy(clsBinaryFile& dest, long long count, bool& atEnd);
     long long BufferCopy(clsBinaryFile& dest, long long count, void* buffer,
                          std::size_t bufferSize);
-    void LearnCreated(clsFolder& folder, unsigned mode);
+    void LearnCreated(clsFolder& folder, unsigned created);
     NativeHandle m_fd = -1;
     bool m_kernelCopy = true;
     // What a file made by CreateFileAt has already (-1: unknown, set it).

@@ -4,11 +4,21 @@
 
 #include "platform/DateTime.h"
 #include "platform/FileConstants.h"
+#include "platform/SysError.h"
 
 #include <ctime>
 #include <string>
 
 namespace tessaron {
+
+// What a file or folder is, whatever path names it: the volume (device) and the file's
+// number on it. Two paths name the same place exactly when their identities are equal.
+struct FileIdentity {
+    unsigned long long Volume = 0;
+    unsigned long long File = 0;
+    bool Valid = false;
+    bool operator==(const FileIdentity&) const = default;
+};
 
 // Everything the engine needs to know about one path, from one lstat (or listing) call.
 struct FileInfo {
@@ -20,6 +30,8 @@ struct FileInfo {
     unsigned Mode = 0;  // permission bits (07777)
     unsigned Uid = 0;
     unsigned Gid = 0;
+    FileIdentity Id;     // volume and file number
+    bool Sparse = false; // a regular file that takes less room than its size: it has holes
 };
 
 struct clsFSItem {
@@ -44,6 +56,9 @@ struct clsFSItem {
     // Listing: the entry's own status as the listing read it (never a link's target),
     // so that a walk can copy or compare the entry without examining it again.
     FileInfo Info;
+    // Listing: why the entry could not be examined (empty when it was). Such an entry is
+    // listed with its name only; an entry that vanished is left out instead.
+    SysError Error;
 
     bool IsLink() const { return Kind == FileKind::Symlink; }
     // A FIFO, socket or device node: never opened, skipped by a backup.

@@ -14,6 +14,7 @@
 
 #include "platform/DateTime.h"
 #include "platform/FileConstants.h"
+#include "platform/SysError.h"
 #include "platform/clsFSItem.h"
 
 #include <ctime>
@@ -29,6 +30,8 @@ public:
 
     // Text of the last failure (see the header comment). Callers read it, never set it.
     std::string LastError;
+    // The same failure as a record: the system's code and text, for deciding on it.
+    SysError LastErrorInfo;
 
     // When true, the eject retry wait yields through DoEvents instead of sleeping idle.
     bool UseDoEvents = false;
@@ -56,9 +59,10 @@ public:
     bool SetFileAttributes(const std::string& path, int attr);
     bool IsDirectory(const std::string& path); // a real directory, not a link to one
     bool IsReadOnly(const std::string& path);
-    // One lstat of path. A missing path is not a failure: true with out.Exists false and
-    // LastError untouched. False (LastError set) only when the path cannot be examined.
-    bool GetInfo(const std::string& path, FileInfo& out);
+    // One lstat of path (stat with followLinks: a link that leads nowhere is then missing).
+    // A missing path is not a failure: true with out.Exists false and LastError untouched.
+    // False (LastError set) only when the path cannot be examined.
+    bool GetInfo(const std::string& path, FileInfo& out, bool followLinks = false);
 
     // --- Changes -------------------------------------------------------------------------
 
@@ -100,6 +104,22 @@ public:
     bool ReadLink(const std::string& path, std::string& target);
     // Creates a symbolic link at linkPath holding target as its text.
     bool CreateLink(const std::string& target, const std::string& linkPath);
+
+    // --- Places: decided by the identity of folders, never by how a path is spelled -------
+
+    // The identity (volume and file number) of what path names, every link followed.
+    // False (LastError set) when it does not exist or cannot be examined.
+    bool GetIdentity(const std::string& path, FileIdentity& id);
+    // True when inner names the folder outer names, or a place below it. Inner's existing
+    // part is resolved as the system resolves it (".", "..", repeated separators, links);
+    // a missing rest lies below its existing part. False when outer does not exist.
+    bool IsSameOrInside(const std::string& inner, const std::string& outer);
+    // True when path names the root of a file system: "/", a mount point, or a folder
+    // mounted onto another one. False when it does not exist.
+    bool IsDriveRoot(const std::string& path);
+    // Folders whose clearing would wipe people's files: the root folder first, then the
+    // home folders ($HOME, those of the system's person accounts, the folders in /home).
+    std::vector<std::string> ProtectedFolders();
 
     // --- Names and listings ----------------------------------------------------------------
 
@@ -161,8 +181,6 @@ private:
     // sorted by byte order; false (code set) when it cannot be read.
     static bool ListFolderNames(const std::string& path, std::vector<std::string>& names,
                                 int& code);
-    bool CleanDirectory(int dirfd);
-    bool RemoveAt(int dirfd, const std::string& name);
     bool WaitUntilGone(const std::string& path);
     void Yield();
     bool ResolveForDrive(const std::string& path, std::string& resolved);

@@ -1,17 +1,23 @@
 #pragma once
-// clsFolder: one open directory, for examining and opening the entries inside it by name
-// (clsBinaryFile::OpenFileAt, CreateFileAt). Working by name inside an open folder saves
-// the system a walk of the full path at every call, which is most of the cost of small
-// files in deep trees, and keeps every call inside the folder that was checked, even if
-// a component of its path is swapped for a link afterwards.
+// clsFolder: one open folder, for listing it and for examining, opening, creating,
+// renaming and removing the entries inside it by name (see also clsBinaryFile::OpenFileAt
+// and CreateFileAt). Working by name inside an open folder saves the system a walk of the
+// full path at every call (most of the cost of small files in deep trees), keeps every
+// call inside the folder that was checked even if a component of its path is swapped for
+// a link afterwards, and lets a walk go deeper than the system's limit on path lengths.
 //
-// Errors never escape: Open and GetInfo return false and keep the system error code
-// (errno) in LastErrorCode. The object owns its descriptor (closed by Close, a new Open
-// or the object's end). Not copyable.
+// Names given to the *At members are single entries (no separator in them); a link found
+// under such a name is never followed, except where a member says so.
+//
+// Errors never escape: a member that fails returns false and keeps the system error code
+// in LastErrorCode (Error() gives the record with its text). The object owns its handle
+// (closed by Close, a new Open or the object's end). Not copyable.
 
+#include "platform/SysError.h"
 #include "platform/clsFSItem.h"
 
 #include <string>
+#include <vector>
 
 namespace tessaron {
 
@@ -22,22 +28,71 @@ public:
     clsFolder(const clsFolder&) = delete;
     clsFolder& operator=(const clsFolder&) = delete;
 
-    // errno of the last failed call; 0 until one fails.
+    // The system error code of the last failed call; 0 until one fails.
     int LastErrorCode = 0;
+    // The last failure as a record (code and the system's text).
+    SysError Error() const { return SysError::FromCode(LastErrorCode); }
 
-    // Opens the directory path; a link (even to a directory) is refused (ELOOP or
-    // ENOTDIR), as is anything that is not a directory. The path is kept after a failed
-    // open too, so that a caller can tell which folder it last asked for.
-    bool Open(const std::string& path);
+    // Opens the folder path names. Links on the way are followed as the system follows
+    // them; a link at the end is refused (the link code, or "not a directory") unless
+    // followLast. A path longer than the system's limit is opened one component at a time.
+    // The path is kept after a failed open too, so that a caller can tell which folder it
+    // last asked for.
+    bool Open(const std::string& path, bool followLast = false);
+    // Makes the folder path and every missing folder above it (as "mkdir -p" does, with
+    // the default permissions), then opens it following links, as Open(path, true).
+    bool Create(const std::string& path);
+    // Opens the entry name of the open folder parent; a link or anything else that is not
+    // a folder is refused. Path() becomes parent's path and name joined.
+    bool OpenAt(const clsFolder& parent, const std::string& name);
     void Close();
     bool IsOpen() const { return m_fd != -1; }
     // The path given to the last Open ("" after Close).
     const std::string& Path() const { return m_path; }
     NativeHandle Handle() const { return m_fd; }
 
-    // One lstat of the entry name (no "/" in it) inside the folder. A missing entry is
-    // not a failure: true with out.Exists false. False only when it cannot be examined.
+    // One record per entry, sorted by name (byte order), each examined inside the folder
+    // without following links (see clsFSItem::Info and Error). An entry that vanished
+    // between reading the names and examining it is left out. False when the folder's
+    // names cannot be read.
+    bool List(std::vector<clsFSItem>& items);
+    // One lstat of the entry name. A missing entry is not a failure: true with out.Exists
+    // false. False only when it cannot be examined.
     bool GetInfo(const std::string& name, FileInfo& out);
+    // The folder's own status.
+    bool GetOwnInfo(FileInfo& out);
+
+    // Makes the folder name inside this one, readable and writable by its owner only (a
+    // copy gets its final permissions with SetMode once its contents are written).
+    bool CreateFolderAt(const std::string& name);
+    // Removes the entry name: a file or link (never what a link points to), or a folder
+    // with everything in it. False at the first entry that cannot be removed.
+    bool RemoveAt(const std::string& name);
+    // Renames the entry from to to inside this folder; a file or link at to is replaced
+    // in one step (readers see the old or the new one, never neither). A folder at to is
+    // not replaced (false).
+    bool RenameAt(const std::string& from, const std::string& to);
+    // The text of the link name.
+    bool ReadLinkAt(const std::string& name, std::string& text);
+    // Makes a link name holding text; an existing entry of that name is a failure.
+    bool CreateLinkAt(const std::string& name, const std::string& text);
+    // Times and (running as root) owner of the entry name itself, never of what a link
+    // points to. As any other user SetOwnerAt does nothing and succeeds.
+    bool SetTimesAt(const std::string& name, const timespec& atime, const timespec& mtime);
+    bool SetOwnerAt(const std::string& name, unsigned uid, unsigned gid);
+
+    // The folder's own permission bits (07777), owner and group (root only, as above) and
+    // times.
+    bool SetMode(unsigned mode);
+    bool SetOwner(unsigned uid, unsigned gid);
+    bool SetTimes(const timespec& atime, const timespec& mtime);
+    // Makes sure this process may create and remove entries here: a folder of its own
+    // that lacks its owner's read, write or search permission gets them (SetMode puts the
+    // final bits back later). Nothing to do for root.
+    bool AllowChanges();
+    // Writes everything the system still holds in memory for the file system of this
+    // folder to its medium, and waits until it is there.
+    bool Sync();
 
     // What a file created here by this process gets before any change: owner, group
     // and whether its permission bits are exactly the requested ones less the umask
@@ -53,7 +108,11 @@ public:
     void FirstFileGot(unsigned uid, unsigned gid, bool modeAsPredicted);
 
 private:
+    bool Fail();
+    bool Adopt(NativeHandle fd, const std::string& path);
+
     NativeHandle m_fd = -1;
+    bool m_searchOnly = false;
     std::string m_path;
     unsigned m_newUid = 0;
     unsigned m_newGid = 0;

@@ -1,5 +1,7 @@
 #include "platform/clsPath.h"
 
+#include <algorithm>
+
 namespace tessaron {
 
 namespace {
@@ -106,6 +108,65 @@ void clsPath::SplitParts(std::string_view p, PathStyle style, std::vector<std::s
         composed.remove_suffix(1);
     }
     SplitComposed(composed, style, out);
+}
+
+std::string clsPath::Join(std::string_view dir, std::string_view name, PathStyle style) {
+    std::string out(dir);
+    if (!out.empty() && out.back() != PathSeparator(style)) {
+        out += PathSeparator(style);
+    }
+    out += name;
+    return out;
+}
+
+std::string_view clsPath::WithoutTrailingSeparators(std::string_view p, PathStyle style) {
+    const char sep = PathSeparator(style);
+    std::size_t keep = 1; // "/" or "\"
+    if (style == PathStyle::Windows && p.size() >= 3 && p[1] == ':') {
+        keep = 3; // "C:\"
+    }
+    while (p.size() > keep && p.back() == sep) {
+        p.remove_suffix(1);
+    }
+    return p;
+}
+
+bool clsPath::IsAbsolute(std::string_view p, PathStyle style) {
+    if (style == PathStyle::Posix) {
+        return !p.empty() && p[0] == '/';
+    }
+    return (p.size() >= 3 && p[1] == ':' && p[2] == '\\') || p.starts_with("\\\\");
+}
+
+std::vector<std::string> clsPath::PlaceParts(std::string_view p, PathStyle style) {
+    if (style == PathStyle::Windows && p.size() >= 2 && p[1] == ':') {
+        p.remove_prefix(2);
+    }
+    std::vector<std::string> parts;
+    const char sep = PathSeparator(style);
+    while (!p.empty()) {
+        const std::size_t end = std::min(p.find(sep), p.size());
+        const std::string_view name = p.substr(0, end);
+        p.remove_prefix(std::min(end + 1, p.size()));
+        if (name == "..") {
+            if (!parts.empty()) {
+                parts.pop_back();
+            }
+        } else if (!name.empty() && name != ".") {
+            parts.emplace_back(name);
+        }
+    }
+    return parts;
+}
+
+std::string clsPath::RootOf(std::string_view p, PathStyle style) {
+    if (!IsAbsolute(p, style)) {
+        return {};
+    }
+    if (style == PathStyle::Posix) {
+        return "/";
+    }
+    return p[1] == ':' ? std::string(p.substr(0, 3)) : "\\\\";
 }
 
 bool PartsContain(const std::vector<std::string_view>& outer,

@@ -64,6 +64,27 @@ public:
     // reuse one vector's storage instead of allocating for every path.
     static void SplitParts(std::string_view p, PathStyle style, std::vector<std::string_view>& out);
 
+    // --- Whole-path helpers (pure string work, in a given style) ---------------------------
+
+    // dir and name joined by one separator (none added when dir already ends in one, or
+    // is empty).
+    static std::string Join(std::string_view dir, std::string_view name, PathStyle style);
+    // p without trailing separators; a root ("/", "C:\") keeps its separator.
+    static std::string_view WithoutTrailingSeparators(std::string_view p, PathStyle style);
+    // True when p names a place independently of the working folder: "/..." (Posix);
+    // "X:\..." or "\\server\share..." (Windows).
+    static bool IsAbsolute(std::string_view p, PathStyle style);
+    // The names that place p below another folder (a backup's target): the drive and the
+    // leading separators left out, empty and "." components dropped, and ".." taking back
+    // the name before it (never climbing above the start). "/home/./ann//a.txt" gives
+    // "home", "ann", "a.txt"; "C:\Data\..\x" gives "x"; "\\srv\share\x" gives "srv",
+    // "share", "x".
+    static std::vector<std::string> PlaceParts(std::string_view p, PathStyle style);
+    // The root that p starts from: "/" (Posix), "C:\ " or "\\" (Windows); "" for a
+    // relative p. RootOf(p) joined with PlaceParts(p) names the place p names when p holds
+    // no "..".
+    static std::string RootOf(std::string_view p, PathStyle style);
+
     // Error text of the last failure; writing `path` cannot fail on any string, so it
     // stays empty. Kept for the uniform error convention of the platform classes.
     std::string LastError;

@@ -1,5 +1,5 @@
-// What a whole program run cannot show: verification mismatch kinds, block rounds, a failed
-// replacement, cancel from the view, log naming, a relative selection and a failed mail.
+// What a whole program run cannot show: verification mismatch kinds, block rounds, cancel
+// from the view, log naming, a relative selection and a failed mail.
 #include "EngineTestSupport.h"
 #include "mail/clsRegSettings.h"
 
@@ -112,23 +112,6 @@ TEST_F(RunTest, MailFailureLeavesTheResultAlone) {
     const auto result = std::find(view.lines.begin(), view.lines.end(), "Backup Complete");
     ASSERT_NE(result, view.lines.end());
     EXPECT_NE(result + 1, view.lines.end()); // the mailer's own lines follow the result
-}
-
-TEST_F(RunTest, AFailedReplacementKeepsTheOlderCopy) {
-    // A folder opened as a file fails at its first read, even for root.
-    const fs::path source = src / "dir";
-    fs::create_directories(source / "x");
-    const fs::path copy = out / "dir.bin";
-    WriteFile(copy, "good old copy");
-    BackupEngine engine(view);
-    engine.Setup(setup);
-    bool ok = true;
-    engine.CopyFile(source.string(), copy.string(), ok);
-    EXPECT_FALSE(ok);
-    EXPECT_TRUE(view.ShowsStart("Error During Read - " + source.string() + ", Error: (21) "));
-    EXPECT_EQ(ReadFile(copy), "good old copy");
-    EXPECT_EQ(std::distance(fs::directory_iterator(out), fs::directory_iterator()), 1);
-    EXPECT_EQ(engine.Progress().BytesDone, 0);
 }
 
 // Copy and verify move a file in one round per block of the block size (one yield each),

@@ -72,6 +72,11 @@ inline FileKind KindOf(mode_t mode) {
     return S_ISSOCK(mode) ? FileKind::Socket : FileKind::Device;
 }
 
+// A regular file whose allocated blocks hold less than its size has holes.
+inline bool HasHoles(FileKind kind, long long size, long long blocks) {
+    return kind == FileKind::File && blocks * 512 < size;
+}
+
 inline void InfoFromStat(const struct stat& st, FileInfo& out) {
     out.Exists = true;
     out.Kind = KindOf(st.st_mode);
@@ -81,6 +86,9 @@ inline void InfoFromStat(const struct stat& st, FileInfo& out) {
     out.Mode = st.st_mode & 07777;
     out.Uid = st.st_uid;
     out.Gid = st.st_gid;
+    out.Id = {static_cast<unsigned long long>(st.st_dev),
+              static_cast<unsigned long long>(st.st_ino), true};
+    out.Sparse = HasHoles(out.Kind, out.Size, static_cast<long long>(st.st_blocks));
 }
 
 // The process's identity and umask, asked once: nothing in the program changes them, and

@@ -1,6 +1,7 @@
 #include "platform/clsBinaryFile.h"
 
 #include "platform/clsFolder.h"
+#include "platform/posix/PosixFolders.h"
 #include "platform/posix/PosixSupport.h"
 
 #include <algorithm>
@@ -85,12 +86,16 @@ bool clsBinaryFile::OpenFile(const std::string& name, std::int64_t access, std::
     return true;
 }
 
-void clsBinaryFile::CloseFile() {
-    if (m_fd >= 0) {
-        ::close(m_fd);
-        m_fd = -1;
-    }
+bool clsBinaryFile::CloseFile() {
     m_knownMode = m_knownUid = m_knownGid = -1;
+    if (m_fd < 0) {
+        return true;
+    }
+    // The descriptor is gone after close whatever it returns (also after EINTR on Linux),
+    // so it is never retried.
+    const int rc = ::close(m_fd);
+    m_fd = -1;
+    return rc == 0 || errno == EINTR || Fail();
 }
 
 bool clsBinaryFile::OpenFileAt(const clsFolder& folder, const std::string& name) {
@@ -109,38 +114,45 @@ bool clsBinaryFile::OpenFileAt(const clsFolder& folder, const std::string& name)
     return true;
 }
 
-bool clsBinaryFile::CreateFileAt(clsFolder& folder, const std::string& name, unsigned mode) {
+bool clsBinaryFile::CreateFileAt(clsFolder& folder, const std::string& name, unsigned mode,
+                                 long long uid, long long gid) {
     CloseFile();
     Access = FileAccess::Write;
     OpenMode = FileOpen::CreateNew;
     const int flags = O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC | O_NOCTTY;
     const auto perms = static_cast<mode_t>(mode & 0777);
+    // Root gives the copy away afterwards: until then only its owner (root) may read it.
+    const bool givenAway = posix::EffectiveUid() == 0 && uid >= 0 &&
+                           (uid != folder.NewFileUid() || gid != folder.NewFileGid());
+    const mode_t created = givenAway ? perms & S_IRWXU : perms;
     const int fd =
-        RetryEintr([&] { return ::openat(folder.Handle(), name.c_str(), flags, perms); });
+        RetryEintr([&] { return ::openat(folder.Handle(), name.c_str(), flags, created); });
     if (fd < 0) {
         return Fail();
     }
     m_fd = fd;
     m_kernelCopy = true;
-    LearnCreated(folder, perms);
+    LearnCreated(folder, created);
     return true;
 }
 
 // Records what the new file has. The folder predicts it; the first file made in a folder
 // is examined once to confirm the prediction for the rest.
-void clsBinaryFile::LearnCreated(clsFolder& folder, unsigned mode) {
-    const unsigned expected = mode & ~static_cast<unsigned>(posix::ProcessUmask());
+void clsBinaryFile::LearnCreated(clsFolder& folder, unsigned created) {
+    const auto umask = static_cast<unsigned>(posix::ProcessUmask());
     if (!folder.CheckedFirstFile()) {
         struct stat st {};
         if (::fstat(m_fd, &st) != 0) {
             return;
         }
-        folder.FirstFileGot(st.st_uid, st.st_gid, (st.st_mode & 07777) == expected);
+        const bool asPredicted =
+            (st.st_mode & 07777) == (created & ~umask) && !posix::HasDefaultAcl(folder.Handle());
+        folder.FirstFileGot(st.st_uid, st.st_gid, asPredicted);
     }
     m_knownUid = folder.NewFileUid();
     m_knownGid = folder.NewFileGid();
     if (folder.NewFileModeIsPredictable()) {
-        m_knownMode = expected;
+        m_knownMode = created & ~umask;
     }
 }
 
@@ -148,6 +160,35 @@ void clsBinaryFile::AdviseSequential() {
     if (m_fd >= 0) {
         posix_fadvise(m_fd, 0, 0, POSIX_FADV_SEQUENTIAL);
     }
+}
+
+void clsBinaryFile::DropCache() {
+    if (m_fd >= 0) {
+        posix_fadvise(m_fd, 0, 0, POSIX_FADV_DONTNEED);
+    }
+}
+
+bool clsBinaryFile::NextData(long long from, long long& start, long long& end) {
+    const long long size = FileSize();
+    if (size < 0) {
+        return false;
+    }
+    start = end = size;
+    if (from >= size) {
+        return true;
+    }
+    const off_t data = ::lseek(m_fd, static_cast<off_t>(from), SEEK_DATA);
+    if (data < 0) {
+        if (errno == ENXIO) {
+            return true; // only a hole from here to the end
+        }
+        start = from; // the file system cannot tell: all of it is data
+        return true;
+    }
+    const off_t hole = ::lseek(m_fd, data, SEEK_HOLE);
+    start = data;
+    end = hole < 0 ? size : std::min<long long>(hole, size);
+    return true;
 }
 
 long long clsBinaryFile::ReadBlock(void* buf, std::size_t count) {

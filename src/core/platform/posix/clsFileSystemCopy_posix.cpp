@@ -31,7 +31,8 @@ int CopyContent(clsBinaryFile& source, clsBinaryFile& dest) {
 bool clsFileSystem::Copy(const std::string& path1, const std::string& path2, bool DeleteExisting) {
     // A failed system call leaves only the system's text, as callers show it as it is.
     auto fail = [this](int code) {
-        LastError = GetErrorMessage(code);
+        LastErrorInfo = SysError::FromCode(code);
+        LastError = LastErrorInfo.Text();
         return false;
     };
     clsBinaryFile source;
@@ -57,7 +58,9 @@ bool clsFileSystem::Copy(const std::string& path1, const std::string& path2, boo
                        dest.SetMode(st.st_mode & 07777))) {
         code = dest.LastErrorCode != 0 ? dest.LastErrorCode : source.LastErrorCode;
     }
-    dest.CloseFile();
+    if (!dest.CloseFile() && code == 0) {
+        code = dest.LastErrorCode;
+    }
     if (code != 0) {
         ::unlink(path2.c_str());
         return fail(code);

@@ -3,6 +3,7 @@
 #include "platform/clsFileSystem.h"
 
 #include "platform/posix/MountTable.h"
+#include "platform/posix/PosixFolders.h"
 #include "platform/posix/PosixSupport.h"
 
 #include <climits>
@@ -114,22 +115,45 @@ bool StatFs(const std::string& resolved, struct statvfs& fs) {
 
 } // namespace
 
-// The absolute, link-resolved form of path for the drive members; false for an empty
-// path and for one below a removable-media mount point that is not mounted, so that an
-// unplugged disk never reads as the system disk that holds the empty folder.
-bool clsFileSystem::ResolveForDrive(const std::string& path, std::string& resolved) {
+std::string posix::AbsolutePath(const std::string& path) {
     if (path.empty()) {
-        return false;
+        return {};
     }
+    if (path[0] == '/') {
+        return NormalizePath(path);
+    }
+    char cwd[PATH_MAX];
+    if (::getcwd(cwd, sizeof cwd) == nullptr) {
+        return {};
+    }
+    return NormalizePath(std::string(cwd) + "/" + path);
+}
+
+std::string posix::ResolvePath(const std::string& path) {
+    if (path.empty()) {
+        return {};
+    }
+    // Not normalised first: "link/.." is the folder above the link's target, as the
+    // system resolves it, not the folder that holds the link.
     std::string absolute = path;
     if (path[0] != '/') {
         char cwd[PATH_MAX];
         if (::getcwd(cwd, sizeof cwd) == nullptr) {
-            return false;
+            return {};
         }
         absolute = std::string(cwd) + "/" + path;
     }
-    std::string normalized = posix::NormalizePath(absolute);
+    return ResolveExisting(absolute);
+}
+
+// The absolute, link-resolved form of path for the drive members; false for an empty
+// path and for one below a removable-media mount point that is not mounted, so that an
+// unplugged disk never reads as the system disk that holds the empty folder.
+bool clsFileSystem::ResolveForDrive(const std::string& path, std::string& resolved) {
+    const std::string normalized = posix::AbsolutePath(path);
+    if (normalized.empty()) {
+        return false;
+    }
     resolved = ResolveExisting(normalized);
     std::vector<MountEntry> mounts = LoadMounts();
     for (const std::string& candidate : {normalized, resolved}) {

@@ -2,6 +2,7 @@
 // are in clsFileSystemDrives_posix.cpp.
 #include "platform/clsFileSystem.h"
 
+#include "platform/posix/PosixFolders.h"
 #include "platform/posix/PosixSupport.h"
 
 #include <algorithm>
@@ -46,23 +47,11 @@ int AttributesOf(const std::string& name, mode_t mode) {
     return attr;
 }
 
-// The names in a directory other than "." and "..", sorted; false when it cannot be read.
-bool ReadNames(DIR* dir, std::vector<std::string>& names) {
-    errno = 0;
-    while (dirent* entry = ::readdir(dir)) {
-        std::string name = entry->d_name;
-        if (name != "." && name != "..") {
-            names.push_back(std::move(name));
-        }
-    }
-    std::sort(names.begin(), names.end());
-    return errno == 0;
-}
-
 } // namespace
 
 bool clsFileSystem::Fail(const char* member, int code) {
-    LastError = posix::ErrorLine(std::string("clsFileSystem.") + member + "()", code);
+    LastErrorInfo = SysError::FromCode(code);
+    LastError = LastErrorInfo.Line(std::string("clsFileSystem.") + member + "()");
     return false;
 }
 
@@ -130,10 +119,11 @@ bool clsFileSystem::IsReadOnly(const std::string& path) {
     return ::lstat(path.c_str(), &st) == 0 && !S_ISLNK(st.st_mode) && (st.st_mode & 0222) == 0;
 }
 
-bool clsFileSystem::GetInfo(const std::string& path, FileInfo& out) {
+bool clsFileSystem::GetInfo(const std::string& path, FileInfo& out, bool followLinks) {
     out = FileInfo{};
     struct stat st {};
-    if (::lstat(path.c_str(), &st) != 0) {
+    const int rc = followLinks ? ::stat(path.c_str(), &st) : ::lstat(path.c_str(), &st);
+    if (rc != 0) {
         if (errno == ENOENT || errno == ENOTDIR) {
             return true;
         }
@@ -153,8 +143,10 @@ bool clsFileSystem::Delete(const std::string& path, bool Wait) {
         if (fd < 0) {
             return Fail("Delete", errno);
         }
-        if (!CleanDirectory(fd)) {
-            return false;
+        int code = 0;
+        if (!posix::EmptyFolder(
+                fd, [this] { Yield(); }, code)) {
+            return Fail("Delete", code);
         }
         if (::rmdir(path.c_str()) != 0) {
             return Fail("Delete", errno);
@@ -172,45 +164,12 @@ bool clsFileSystem::Clean(const std::string& path) {
     if (fd < 0) {
         return Fail("Clean", path.empty() ? ENOENT : errno);
     }
-    return CleanDirectory(fd);
-}
-
-// Empties the directory open as dirfd (which it takes over and closes). Entries are
-// reached through the directory's descriptor, so a link inside is removed as a link and
-// a directory swapped for a link while we work is never entered.
-bool clsFileSystem::CleanDirectory(int dirfd) {
-    DIR* dir = ::fdopendir(dirfd);
-    if (dir == nullptr) {
-        int code = errno;
-        ::close(dirfd);
-        return Fail("Delete", code);
-    }
-    std::vector<std::string> names;
-    bool ok = ReadNames(dir, names) || Fail("Delete", errno);
-    for (std::size_t i = 0; ok && i < names.size(); ++i) {
-        ok = RemoveAt(::dirfd(dir), names[i]);
-        Yield();
-    }
-    ::closedir(dir);
-    return ok;
-}
-
-bool clsFileSystem::RemoveAt(int dirfd, const std::string& name) {
-    struct stat st {};
-    if (::fstatat(dirfd, name.c_str(), &st, AT_SYMLINK_NOFOLLOW) != 0) {
-        return errno == ENOENT || Fail("Delete", errno);
-    }
-    if (!S_ISDIR(st.st_mode)) {
-        return ::unlinkat(dirfd, name.c_str(), 0) == 0 || Fail("Delete", errno);
-    }
-    int sub = ::openat(dirfd, name.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
-    if (sub < 0) {
-        return Fail("Delete", errno);
-    }
-    if (!CleanDirectory(sub)) {
-        return false;
-    }
-    return ::unlinkat(dirfd, name.c_str(), AT_REMOVEDIR) == 0 || Fail("Delete", errno);
+    // Entries are reached through the folder's descriptor, so a link inside is removed
+    // as a link and a folder swapped for a link while we work is never entered.
+    int code = 0;
+    return posix::EmptyFolder(
+               fd, [this] { Yield(); }, code) ||
+           Fail("Delete", code);
 }
 
 bool clsFileSystem::Rename(const std::string& path1, const std::string& path2) {
@@ -268,77 +227,6 @@ std::string clsFileSystem::GetTempDir() {
 
 namespace tessaron {
 
-namespace {
-
-// The sorted entry names of the directory open as fd (which stays open); false when it
-// cannot be read.
-bool ListNamesAt(int fd, std::vector<std::string>& names, int& code) {
-    const int dup = ::fcntl(fd, F_DUPFD_CLOEXEC, 0);
-    DIR* dir = dup < 0 ? nullptr : ::fdopendir(dup);
-    if (dir == nullptr) {
-        code = errno;
-        if (dup >= 0) {
-            ::close(dup);
-        }
-        return false;
-    }
-    bool ok = ReadNames(dir, names);
-    code = errno;
-    ::closedir(dir);
-    return ok;
-}
-
-// One statx of the entry name inside the folder open as dirfd (fstatat where statx is
-// missing), never following a link; false when the entry is gone.
-bool StatEntry(int dirfd, const std::string& name, FileInfo& info, time_t& created) {
-    created = 0;
-#if defined(__linux__) && defined(STATX_BTIME)
-    struct statx stx {};
-    if (::statx(dirfd, name.c_str(), AT_SYMLINK_NOFOLLOW, STATX_BASIC_STATS | STATX_BTIME, &stx) !=
-        0) {
-        return false;
-    }
-    info.Exists = true;
-    info.Kind = KindOf(stx.stx_mode);
-    info.Size = static_cast<long long>(stx.stx_size);
-    info.MTime = {static_cast<time_t>(stx.stx_mtime.tv_sec), stx.stx_mtime.tv_nsec};
-    info.ATime = {static_cast<time_t>(stx.stx_atime.tv_sec), stx.stx_atime.tv_nsec};
-    info.Mode = stx.stx_mode & 07777;
-    info.Uid = stx.stx_uid;
-    info.Gid = stx.stx_gid;
-    if ((stx.stx_mask & STATX_BTIME) != 0) {
-        created = static_cast<time_t>(stx.stx_btime.tv_sec);
-    }
-#else
-    struct stat st {};
-    if (::fstatat(dirfd, name.c_str(), &st, AT_SYMLINK_NOFOLLOW) != 0) {
-        return false;
-    }
-    posix::InfoFromStat(st, info);
-#endif
-    return true;
-}
-
-// One listing record; an entry that vanished since the folder was read gives false.
-bool FillItem(int dirfd, const std::string& name, clsFSItem& item) {
-    time_t created = 0;
-    if (!StatEntry(dirfd, name, item.Info, created)) {
-        return false;
-    }
-    const mode_t mode = static_cast<mode_t>(item.Info.Mode);
-    item.Path = name;
-    item.Kind = item.Info.Kind;
-    item.IsDirectory = item.Kind == FileKind::Directory;
-    item.IsHidden = name.size() > 1 && name[0] == '.' && name != "..";
-    item.IsReadOnly = item.Kind != FileKind::Symlink && (mode & 0222) == 0;
-    item.Size = item.Kind == FileKind::File ? static_cast<double>(item.Info.Size) : 0.0;
-    item.Created = DateTime::FromTimeTUtc(created);
-    item.Modified = DateTime::FromTimeTUtc(item.Info.MTime.tv_sec);
-    return true;
-}
-
-} // namespace
-
 bool clsFileSystem::ListFolderNames(const std::string& path, std::vector<std::string>& names,
                                     int& code) {
     int fd = ::open(path.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
@@ -346,7 +234,7 @@ bool clsFileSystem::ListFolderNames(const std::string& path, std::vector<std::st
         code = errno;
         return false;
     }
-    bool ok = ListNamesAt(fd, names, code);
+    bool ok = posix::ListNamesAt(fd, names, code);
     ::close(fd);
     return ok;
 }
@@ -368,7 +256,7 @@ int clsFileSystem::GetDirectory(const std::string& path) {
     }
     std::vector<std::string> names;
     int code = 0;
-    if (!ListNamesAt(fd, names, code)) {
+    if (!posix::ListNamesAt(fd, names, code)) {
         ::close(fd);
         Fail("GetDirectory", code);
         return 0;
@@ -376,7 +264,7 @@ int clsFileSystem::GetDirectory(const std::string& path) {
     Items.reserve(names.size());
     for (const std::string& name : names) {
         clsFSItem item;
-        if (FillItem(fd, name, item)) {
+        if (posix::FillItem(fd, name, item)) {
             Items.push_back(std::move(item));
         }
     }

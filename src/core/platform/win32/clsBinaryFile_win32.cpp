@@ -56,12 +56,14 @@ bool clsBinaryFile::OpenFile(const std::string& name, std::int64_t access, std::
     return true;
 }
 
-void clsBinaryFile::CloseFile() {
-    if (m_fd != -1) {
-        ::CloseHandle(AsHandle(m_fd));
-        m_fd = -1;
-    }
+bool clsBinaryFile::CloseFile() {
     m_knownMode = m_knownUid = m_knownGid = -1;
+    if (m_fd == -1) {
+        return true;
+    }
+    const bool closed = ::CloseHandle(AsHandle(m_fd)) != 0;
+    m_fd = -1;
+    return closed || Fail();
 }
 
 bool clsBinaryFile::OpenFileAt(const clsFolder& folder, const std::string& name) {
@@ -89,7 +91,8 @@ bool clsBinaryFile::OpenFileAt(const clsFolder& folder, const std::string& name)
     return true;
 }
 
-bool clsBinaryFile::CreateFileAt(clsFolder& folder, const std::string& name, unsigned) {
+bool clsBinaryFile::CreateFileAt(clsFolder& folder, const std::string& name, unsigned, long long,
+                                 long long) {
     CloseFile();
     Access = FileAccess::Write;
     OpenMode = FileOpen::CreateNew;

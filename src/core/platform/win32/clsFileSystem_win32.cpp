@@ -167,7 +167,7 @@ bool clsFileSystem::IsReadOnly(const std::string& path) {
     return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_READONLY) != 0;
 }
 
-bool clsFileSystem::GetInfo(const std::string& path, FileInfo& out) {
+bool clsFileSystem::GetInfo(const std::string& path, FileInfo& out, bool) {
     DWORD code = 0;
     return win32::ExamineEntry(path, out, code) || Fail("GetInfo", static_cast<int>(code));
 }

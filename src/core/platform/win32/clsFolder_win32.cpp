@@ -20,14 +20,15 @@ void clsFolder::Close() {
     m_path.clear();
 }
 
-bool clsFolder::Open(const std::string& path) {
+bool clsFolder::Open(const std::string& path, bool followLast) {
     Close();
     m_path = path;
     m_checked = true; // nothing to learn: new files get the same attributes everywhere
     m_modePredictable = false;
+    const DWORD flags =
+        FILE_FLAG_BACKUP_SEMANTICS | (followLast ? 0 : FILE_FLAG_OPEN_REPARSE_POINT);
     HANDLE h = ::CreateFileW(win32::LongPath(path).c_str(), FILE_READ_ATTRIBUTES, kShareAll,
-                             nullptr, OPEN_EXISTING,
-                             FILE_FLAG_BACKUP_SEMANTICS | FILE_FLAG_OPEN_REPARSE_POINT, nullptr);
+                             nullptr, OPEN_EXISTING, flags, nullptr);
     if (h == INVALID_HANDLE_VALUE) {
         LastErrorCode = static_cast<int>(::GetLastError());
         return false;

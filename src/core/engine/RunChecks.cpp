@@ -1,0 +1,34 @@
+#include "engine/RunChecks.h"
+
+#include "platform/SystemFileAccess.h"
+#include "setfile/clsSetup.h"
+
+#include <algorithm>
+
+namespace tessaron {
+
+std::string NothingToRunReason(const clsSetup& setup) {
+    SystemFileAccess access;
+    return NothingToRunReason(setup, access);
+}
+
+std::string NothingToRunReason(const clsSetup& setup, IFileAccess& access) {
+    const auto& sel = setup.Sel;
+    const bool none = std::all_of(sel.begin(), sel.end(),
+                                  [](const clsSelItem& item) { return item.path().empty(); });
+    if (none) {
+        return "Nothing to back up - the backup set has no selections";
+    }
+    if (setup.Target.empty()) {
+        return "Nothing to back up - the backup set has no target";
+    }
+    const bool allInside = std::all_of(sel.begin(), sel.end(), [&](const clsSelItem& item) {
+        return item.path().empty() || access.IsSameOrInside(item.path(), setup.Target);
+    });
+    if (allInside) {
+        return "Nothing to back up - every selection is the target or lies inside it";
+    }
+    return {};
+}
+
+} // namespace tessaron

@@ -1,0 +1,19 @@
+#pragma once
+// Checks a front end makes before it starts a backup run.
+
+#include <string>
+
+namespace tessaron {
+
+class clsSetup;
+class IFileAccess;
+
+// Why a run of setup would have nothing it could copy, or "" when it may go ahead: the
+// set has no selections, or no target, or every selection is the target itself or lies
+// inside it (decided on the identity of folders, however the paths are spelled). The
+// console refuses such a run with this text and exit status 3; the window shows it
+// after its own checks of Start. access defaults to the system's file access.
+std::string NothingToRunReason(const clsSetup& setup);
+std::string NothingToRunReason(const clsSetup& setup, IFileAccess& access);
+
+} // namespace tessaron

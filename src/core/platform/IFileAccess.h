@@ -1,0 +1,117 @@
+#pragma once
+// IFileAccess: every way the backup run reaches the file system, as one interface. The
+// real one (SystemFileAccess) hands each call to the platform classes; tests put a
+// wrapper around it that injects failures by operation, path and call count, so that
+// every error path of a run can be tried without root, full disks or broken media.
+//
+// One virtual call per system call: nothing here allocates per block.
+//
+// Errors: a member that fails returns false (or -1) and leaves the failure where the
+// member says: in the folder or file object it worked on (its LastErrorCode, as Error()
+// gives it), or in an out-argument. Members of folder objects: the folder's own failures
+// go into that folder; a failure about an entry inside a folder goes into the folder that
+// holds the entry.
+
+#include "platform/SysError.h"
+#include "platform/clsBinaryFile.h"
+#include "platform/clsFSItem.h"
+#include "platform/clsFolder.h"
+
+#include <cstddef>
+#include <functional>
+#include <string>
+#include <vector>
+
+namespace tessaron {
+
+class IFileAccess {
+public:
+    virtual ~IFileAccess() = default;
+
+    // --- Places named by a path: every link on the way and at the end is followed --------
+
+    // Opens the folder path (clsFolder::Open with followLast).
+    virtual bool OpenFolder(clsFolder& folder, const std::string& path) = 0;
+    // Makes the folder path and what is missing above it, then opens it (clsFolder::Create).
+    virtual bool CreateFolder(clsFolder& folder, const std::string& path) = 0;
+    // Opens the file path for reading (a FIFO put there never blocks the open).
+    virtual bool OpenFile(clsBinaryFile& file, const std::string& path) = 0;
+    // The status of what path names. A path that does not exist (or a link that leads
+    // nowhere) is not a failure: true with out.Exists false. False (error set) when it
+    // cannot be examined.
+    virtual bool GetPathInfo(const std::string& path, FileInfo& out, SysError& error) = 0;
+    // The questions of clsFileSystem with the same names.
+    virtual bool IsSameOrInside(const std::string& inner, const std::string& outer) = 0;
+    virtual bool IsDriveRoot(const std::string& path) = 0;
+    virtual std::vector<std::string> ProtectedFolders() = 0;
+    virtual std::string GetDriveType(const std::string& path) = 0;
+    virtual double GetDriveFreeSpace(const std::string& path) = 0;
+    virtual bool Exists(const std::string& path) = 0;
+    virtual std::string ProgramLogDir() = 0;
+    // Removes everything inside path (clsFileSystem::Clean); yield runs after each entry.
+    virtual bool Clean(const std::string& path, const std::function<void()>& yield,
+                       SysError& error) = 0;
+    // Copies the file from to the new file to (clsFileSystem::Copy, never replacing).
+    virtual bool CopyFile(const std::string& from, const std::string& to, SysError& error) = 0;
+    virtual bool EjectMedia(const std::string& path) = 0;
+
+    // --- Entries of open folders: a link at the name is never followed --------------------
+
+    virtual bool OpenFolderAt(clsFolder& folder, const clsFolder& parent,
+                              const std::string& name) = 0;
+    virtual bool List(clsFolder& folder, std::vector<clsFSItem>& items) = 0;
+    virtual bool GetInfoAt(clsFolder& folder, const std::string& name, FileInfo& out) = 0;
+    // The open folder's own status.
+    virtual bool GetFolderInfo(clsFolder& folder, FileInfo& out) = 0;
+    virtual bool CreateFolderAt(clsFolder& folder, const std::string& name) = 0;
+    virtual bool RemoveAt(clsFolder& folder, const std::string& name) = 0;
+    virtual bool RenameAt(clsFolder& folder, const std::string& from, const std::string& to) = 0;
+    virtual bool ReadLinkAt(clsFolder& folder, const std::string& name, std::string& text) = 0;
+    virtual bool CreateLinkAt(clsFolder& folder, const std::string& name,
+                              const std::string& text) = 0;
+    // Gives the link name the owner (root only) and times of like.
+    virtual bool SetLinkMetaAt(clsFolder& folder, const std::string& name,
+                               const FileInfo& like) = 0;
+    // Gives the open folder the owner (root only), permission bits and times of like,
+    // changing only what differs.
+    virtual bool SetFolderMeta(clsFolder& folder, const FileInfo& like) = 0;
+    virtual bool AllowChanges(clsFolder& folder) = 0;
+    // Puts everything written to the folder's file system on its medium (clsFolder::Sync).
+    virtual bool Sync(clsFolder& folder) = 0;
+
+    // --- Open files -------------------------------------------------------------------------
+
+    // Opens the file name of folder for reading (clsBinaryFile::OpenFileAt).
+    virtual bool OpenFileAt(clsBinaryFile& file, const clsFolder& folder,
+                            const std::string& name) = 0;
+    // Creates the file name of folder exclusively for writing, to become a copy of like
+    // (clsBinaryFile::CreateFileAt with like's permission bits, owner and group).
+    virtual bool CreateFileAt(clsBinaryFile& file, clsFolder& folder, const std::string& name,
+                              const FileInfo& like) = 0;
+    // Reads up to count bytes; the count read (0 at the end of the file) or -1.
+    virtual long long Read(clsBinaryFile& file, void* buffer, std::size_t count) = 0;
+    // Moves up to count bytes from from's position to to's position
+    // (clsBinaryFile::CopyBlockTo); the count moved (0 at the end of from) or -1.
+    virtual long long CopyBlock(clsBinaryFile& from, clsBinaryFile& to, long long count,
+                                void* buffer, std::size_t bufferSize) = 0;
+    virtual bool NextData(clsBinaryFile& file, long long from, long long& start,
+                          long long& end) = 0;
+    virtual bool Seek(clsBinaryFile& file, long long position) = 0;
+    // The file ends at size (holes fill what lies past the data written).
+    virtual bool Truncate(clsBinaryFile& file, long long size) = 0;
+    // Gives the open file the owner (root only), permission bits and times of like.
+    virtual bool SetFileMeta(clsBinaryFile& file, const FileInfo& like) = 0;
+    virtual bool Close(clsBinaryFile& file) = 0;
+    virtual void AdviseSequential(clsBinaryFile& file) = 0;
+    virtual void DropCache(clsBinaryFile& file) = 0;
+
+    // --- The run's log file -----------------------------------------------------------------
+
+    // Opens (or creates) the log file for writing, shared for reading.
+    virtual bool OpenLog(clsBinaryFile& file, const std::string& path) = 0;
+    // Writes all count bytes at offset.
+    virtual bool WriteAt(clsBinaryFile& file, const void* data, std::size_t count,
+                         long long offset) = 0;
+};
+
+} // namespace tessaron

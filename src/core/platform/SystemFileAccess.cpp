@@ -1,0 +1,202 @@
+// The real file access: each member hands its work to the platform classes.
+#include "platform/SystemFileAccess.h"
+
+namespace tessaron {
+
+bool SystemFileAccess::OpenFolder(clsFolder& folder, const std::string& path) {
+    return folder.Open(path, true);
+}
+
+bool SystemFileAccess::CreateFolder(clsFolder& folder, const std::string& path) {
+    return folder.Create(path);
+}
+
+bool SystemFileAccess::OpenFile(clsBinaryFile& file, const std::string& path) {
+    return file.OpenFile(path, FileAccess::Read, FileShare::Read, FileOpen::OpenExisting);
+}
+
+bool SystemFileAccess::GetPathInfo(const std::string& path, FileInfo& out, SysError& error) {
+    if (m_fs.GetInfo(path, out, true)) {
+        return true;
+    }
+    error = m_fs.LastErrorInfo;
+    return false;
+}
+
+bool SystemFileAccess::IsSameOrInside(const std::string& inner, const std::string& outer) {
+    return m_fs.IsSameOrInside(inner, outer);
+}
+
+bool SystemFileAccess::IsDriveRoot(const std::string& path) {
+    return m_fs.IsDriveRoot(path);
+}
+
+std::vector<std::string> SystemFileAccess::ProtectedFolders() {
+    return m_fs.ProtectedFolders();
+}
+
+std::string SystemFileAccess::GetDriveType(const std::string& path) {
+    return m_fs.GetDriveType(path);
+}
+
+double SystemFileAccess::GetDriveFreeSpace(const std::string& path) {
+    return m_fs.GetDriveFreeSpace(path);
+}
+
+bool SystemFileAccess::Exists(const std::string& path) {
+    return m_fs.Exists(path);
+}
+
+std::string SystemFileAccess::ProgramLogDir() {
+    return m_fs.ProgramLogDir();
+}
+
+bool SystemFileAccess::Clean(const std::string& path, const std::function<void()>& yield,
+                             SysError& error) {
+    m_fs.DoEvents = yield;
+    const bool ok = m_fs.Clean(path);
+    m_fs.DoEvents = nullptr;
+    error = ok ? SysError() : m_fs.LastErrorInfo;
+    return ok;
+}
+
+bool SystemFileAccess::CopyFile(const std::string& from, const std::string& to, SysError& error) {
+    const bool ok = m_fs.Copy(from, to, false);
+    error = ok ? SysError() : m_fs.LastErrorInfo;
+    return ok;
+}
+
+bool SystemFileAccess::EjectMedia(const std::string& path) {
+    return m_fs.EjectMedia(path);
+}
+
+bool SystemFileAccess::OpenFolderAt(clsFolder& folder, const clsFolder& parent,
+                                    const std::string& name) {
+    return folder.OpenAt(parent, name);
+}
+
+bool SystemFileAccess::List(clsFolder& folder, std::vector<clsFSItem>& items) {
+    return folder.List(items);
+}
+
+bool SystemFileAccess::GetInfoAt(clsFolder& folder, const std::string& name, FileInfo& out) {
+    return folder.GetInfo(name, out);
+}
+
+bool SystemFileAccess::GetFolderInfo(clsFolder& folder, FileInfo& out) {
+    return folder.GetOwnInfo(out);
+}
+
+bool SystemFileAccess::CreateFolderAt(clsFolder& folder, const std::string& name) {
+    return folder.CreateFolderAt(name);
+}
+
+bool SystemFileAccess::RemoveAt(clsFolder& folder, const std::string& name) {
+    return folder.RemoveAt(name);
+}
+
+bool SystemFileAccess::RenameAt(clsFolder& folder, const std::string& from, const std::string& to) {
+    return folder.RenameAt(from, to);
+}
+
+bool SystemFileAccess::ReadLinkAt(clsFolder& folder, const std::string& name, std::string& text) {
+    return folder.ReadLinkAt(name, text);
+}
+
+bool SystemFileAccess::CreateLinkAt(clsFolder& folder, const std::string& name,
+                                    const std::string& text) {
+    return folder.CreateLinkAt(name, text);
+}
+
+bool SystemFileAccess::SetLinkMetaAt(clsFolder& folder, const std::string& name,
+                                     const FileInfo& like) {
+    return folder.SetOwnerAt(name, like.Uid, like.Gid) &&
+           folder.SetTimesAt(name, like.ATime, like.MTime);
+}
+
+bool SystemFileAccess::SetFolderMeta(clsFolder& folder, const FileInfo& like) {
+    FileInfo now;
+    if (!folder.GetOwnInfo(now)) {
+        return false;
+    }
+    // Owner before mode: a change of owner clears the set-user and set-group bits.
+    if ((now.Uid != like.Uid || now.Gid != like.Gid) && !folder.SetOwner(like.Uid, like.Gid)) {
+        return false;
+    }
+    if (now.Mode != like.Mode && !folder.SetMode(like.Mode)) {
+        return false;
+    }
+    const bool sameTime =
+        now.MTime.tv_sec == like.MTime.tv_sec && now.MTime.tv_nsec == like.MTime.tv_nsec;
+    return sameTime || folder.SetTimes(like.ATime, like.MTime);
+}
+
+bool SystemFileAccess::AllowChanges(clsFolder& folder) {
+    return folder.AllowChanges();
+}
+
+bool SystemFileAccess::Sync(clsFolder& folder) {
+    return folder.Sync();
+}
+
+bool SystemFileAccess::OpenFileAt(clsBinaryFile& file, const clsFolder& folder,
+                                  const std::string& name) {
+    return file.OpenFileAt(folder, name);
+}
+
+bool SystemFileAccess::CreateFileAt(clsBinaryFile& file, clsFolder& folder, const std::string& name,
+                                    const FileInfo& like) {
+    return file.CreateFileAt(folder, name, like.Mode, like.Uid, like.Gid);
+}
+
+long long SystemFileAccess::Read(clsBinaryFile& file, void* buffer, std::size_t count) {
+    return file.ReadBlock(buffer, count);
+}
+
+long long SystemFileAccess::CopyBlock(clsBinaryFile& from, clsBinaryFile& to, long long count,
+                                      void* buffer, std::size_t bufferSize) {
+    return from.CopyBlockTo(to, count, buffer, bufferSize);
+}
+
+bool SystemFileAccess::NextData(clsBinaryFile& file, long long from, long long& start,
+                                long long& end) {
+    return file.NextData(from, start, end);
+}
+
+bool SystemFileAccess::Seek(clsBinaryFile& file, long long position) {
+    return file.SeekFile(position);
+}
+
+bool SystemFileAccess::Truncate(clsBinaryFile& file, long long size) {
+    return file.TruncateFile(size);
+}
+
+bool SystemFileAccess::SetFileMeta(clsBinaryFile& file, const FileInfo& like) {
+    // Owner before mode: a change of owner clears the set-user and set-group bits.
+    return file.SetOwner(like.Uid, like.Gid) && file.SetMode(like.Mode) &&
+           file.SetTimes(like.ATime, like.MTime);
+}
+
+bool SystemFileAccess::Close(clsBinaryFile& file) {
+    return file.CloseFile();
+}
+
+void SystemFileAccess::AdviseSequential(clsBinaryFile& file) {
+    file.AdviseSequential();
+}
+
+void SystemFileAccess::DropCache(clsBinaryFile& file) {
+    file.DropCache();
+}
+
+bool SystemFileAccess::OpenLog(clsBinaryFile& file, const std::string& path) {
+    return file.OpenFile(path, FileAccess::Write, FileShare::Read, FileOpen::OpenAlways,
+                         FileAttr::Normal);
+}
+
+bool SystemFileAccess::WriteAt(clsBinaryFile& file, const void* data, std::size_t count,
+                               long long offset) {
+    return file.WriteBlockAt(data, count, offset);
+}
+
+} // namespace tessaron

@@ -1,0 +1,2 @@
+// Compiled only by the layer test: the platform layer must not see the engine.
+#include "engine/BackupEngine.h"

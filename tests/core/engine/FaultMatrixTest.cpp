@@ -1,0 +1,229 @@
+// Every error path of a run, injected through the file access: what the user sees, the
+// result, and what stays on disk (never a partial copy under the real name, never an
+// older good copy destroyed, nothing left behind under a temporary name).
+#include "EngineTestSupport.h"
+#include "FaultyFileAccess.h"
+
+namespace tessaron::test {
+namespace {
+
+constexpr const char* kComplete = "Backup Complete";
+constexpr const char* kError = "Error During Backup";
+constexpr std::size_t kSize = 300000;
+
+// What the copy of src/a.bin holds after the run.
+enum class Copy { Old, Absent, Whole, First1000 };
+
+struct FaultCase {
+    const char* name;
+    std::vector<Fault> faults; // paths may hold %A%, %AC% (its copy), %B%, %DIR%, %DIRC%
+    const char* result;
+    std::vector<std::string> shown; // line starts, placeholders as above plus %OUT%
+    Copy a;
+    bool bCopied = true;
+    bool oldCopy = false; // a good copy of a.bin is there before the run
+    bool stopVerify = false;
+    bool warned = false; // the view's warning came once
+};
+
+class FaultMatrix : public EngineTest, public ::testing::WithParamInterface<FaultCase> {
+protected:
+    std::string Expand(std::string t) const {
+        const fs::path a = src / "a.bin", b = src / "dir/b.txt";
+        const std::pair<std::string, std::string> keys[] = {{"%AC%", Copy(a).string()},
+                                                            {"%A%", a.string()},
+                                                            {"%B%", b.string()},
+                                                            {"%DIRC%", Copy(src / "dir").string()},
+                                                            {"%DIR%", (src / "dir").string()},
+                                                            {"%OUT%", out.string()}};
+        for (const auto& [key, value] : keys) {
+            for (std::size_t p; (p = t.find(key)) != std::string::npos;) {
+                t.replace(p, key.size(), value);
+            }
+        }
+        return t;
+    }
+};
+
+const std::string kOriginal = Bytes(kSize, 3);
+
+TEST_P(FaultMatrix, UserSeesItAndNothingIsLost) {
+    const FaultCase& c = GetParam();
+    WriteFile(src / "a.bin", kOriginal);
+    WriteFile(src / "dir/b.txt", "bbb");
+    if (c.oldCopy) {
+        WriteFile(Copy(src / "a.bin"), "good old copy");
+    }
+    setup.StopOnError = setup.Verify = c.stopVerify;
+    FaultyFileAccess access;
+    for (Fault f : c.faults) {
+        f.path = Expand(f.path);
+        access.faults.push_back(f);
+    }
+    RunBackup([&](BackupEngine& engine) { engine.FileAccess(access); });
+    EXPECT_EQ(view.lines.empty() ? "" : view.lines.back(), c.result) << view.All();
+    for (const std::string& line : c.shown) {
+        EXPECT_TRUE(view.ShowsStart(Expand(line))) << Expand(line) << "\n" << view.All();
+    }
+    const fs::path aCopy = Copy(src / "a.bin");
+    const std::string expected[] = {"good old copy", "", kOriginal, kOriginal.substr(0, 1000)};
+    EXPECT_EQ(fs::exists(aCopy), c.a != Copy::Absent);
+    EXPECT_TRUE(ReadFile(aCopy) == expected[static_cast<int>(c.a)]) << "copy of a.bin differs";
+    EXPECT_EQ(fs::exists(Copy(src / "dir/b.txt")), c.bCopied);
+    EXPECT_EQ(view.warnings.size(), c.warned ? 1u : 0u);
+    for (const auto& e : fs::recursive_directory_iterator(out)) {
+        EXPECT_EQ(e.path().filename().string().rfind(".tessaron-", 0), std::string::npos)
+            << e.path();
+    }
+}
+
+// Every matching call fails (the size phase lists and examines too).
+Fault At(Op op, const char* path, SysError error, long long offset = -1) {
+    Fault f{op, path, error};
+    f.nth = 0;
+    f.offset = offset;
+    return f;
+}
+
+Fault Before(Op op, const char* path, std::function<void(const std::string&)> step) {
+    Fault f{op, path, {}};
+    f.before = std::move(step);
+    return f;
+}
+
+Fault Short(Op op) {
+    Fault f{op, "", {}};
+    f.shortMoves = true;
+    return f;
+}
+
+const FaultCase kFaults[] = {
+    {"ReadErrorMidFile",
+     {At(Op::Read, "%A%", SysError::Io(), 131072)},
+     kError,
+     {"Error During Read - %A%, Error: (5) ", "Unable to Copy File - %A%"},
+     Copy::Old,
+     true,
+     true},
+    {"WriteErrorMidFile",
+     {At(Op::Write, "", SysError::Io(), 131072)},
+     kError,
+     {"Error During Write - %AC%, Error: (5) "},
+     Copy::Old,
+     true,
+     true},
+    {"DiskFullMidFile",
+     {At(Op::Write, "", SysError::NoSpace(), 65536)},
+     kError,
+     {"Error During Write - %AC%, Error: (28) ", "Unable to Copy File - %A%"},
+     Copy::Absent},
+    {"QuotaMidFile",
+     {At(Op::Write, "", SysError::QuotaExceeded(), 200000)},
+     kError,
+     {"Error During Write - %AC%, Error: (122) "},
+     Copy::Old,
+     true,
+     true},
+    {"ShortReadsAndWrites", {Short(Op::Read), Short(Op::Write)}, kComplete, {}, Copy::Whole},
+    {"OpenDenied",
+     {At(Op::OpenFileAt, "%A%", SysError::AccessDenied())},
+     kError,
+     {"Unable to open - %A%, Error: (13) ", "Unable to Copy File - %A%"},
+     Copy::Absent},
+    {"ListDenied",
+     {At(Op::List, "%DIR%", SysError::AccessDenied())},
+     kError,
+     {"Unable to list directory - %DIR%, Error: (13) "},
+     Copy::Whole,
+     false},
+    {"ExamineDenied",
+     {At(Op::Examine, "%B%", SysError::AccessDenied())},
+     kError,
+     {"Unable to examine - %B%, Error: (13) "},
+     Copy::Whole,
+     false},
+    {"EnterDenied",
+     {At(Op::OpenFolderAt, "%DIR%", SysError::AccessDenied())},
+     kError,
+     {"Unable to open - %DIR%, Error: (13) "},
+     Copy::Whole,
+     false},
+    {"Vanishes",
+     {Before(Op::OpenFileAt, "%A%", [](const std::string& p) { fs::remove(p); })},
+     kError,
+     {"Unable to open - %A%, Error: (2) "},
+     Copy::Absent},
+    {"Grows",
+     {Before(Op::OpenFileAt, "%A%",
+             [](const std::string& p) { std::ofstream(p, std::ios::app) << "more"; })},
+     kComplete,
+     {},
+     Copy::Whole},
+    {"Shrinks",
+     {Before(Op::OpenFileAt, "%A%", [](const std::string& p) { fs::resize_file(p, 1000); })},
+     kComplete,
+     {},
+     Copy::First1000},
+    {"CloseFails",
+     {At(Op::Close, "%AC%", SysError::Io())},
+     kError,
+     {"Error During Write - %AC%, Error: (5) "},
+     Copy::Absent},
+    {"RenameFails",
+     {At(Op::RenameAt, "%AC%", SysError::AccessDenied())},
+     kError,
+     {"Unable to create - %AC%, Error: (13) "},
+     Copy::Old,
+     true,
+     true},
+    {"TimesFail",
+     {At(Op::SetFileMeta, "%AC%", SysError::AccessDenied())},
+     kError,
+     {"Unable to set attributes - %AC%, Error: (13) "},
+     Copy::Absent},
+    {"FolderCreateFails",
+     {At(Op::CreateFolderAt, "%DIRC%", SysError::AccessDenied())},
+     kError,
+     {"Unable to create target directory - %DIRC% clsFileSystem.CreateDirectory() - Error (13) "},
+     Copy::Whole,
+     false},
+    {"FolderTimesFail",
+     {At(Op::SetFolderMeta, "%DIRC%", SysError::AccessDenied())},
+     kError,
+     {"Unable to set attributes - %DIRC%, Error: (13) "},
+     Copy::Whole},
+    {"LogCannotBeWritten",
+     {At(Op::WriteLog, "", SysError::NoSpace())},
+     kComplete,
+     {"Unable to write log file - "},
+     Copy::Whole,
+     true,
+     false,
+     false,
+     true},
+    {"MediumFlushFails",
+     {At(Op::Sync, "", SysError::Io())},
+     kError,
+     {"Unable to write to the target medium - %OUT%, Error: (5) "},
+     Copy::Whole},
+    {"StopOnErrorStillVerifies",
+     {At(Op::OpenFileAt, "%A%", SysError::AccessDenied())},
+     kError,
+     {"Unable to Copy File - %A%", "Verifying Files...", "Verify Complete"},
+     Copy::Absent,
+     false,
+     false,
+     true},
+    {"ErrorWithoutStopGoesOn",
+     {At(Op::OpenFileAt, "%A%", SysError::AccessDenied())},
+     kError,
+     {"Unable to Copy File - %A%"},
+     Copy::Absent,
+     true},
+};
+
+INSTANTIATE_TEST_SUITE_P(Faults, FaultMatrix, ::testing::ValuesIn(kFaults),
+                         [](const auto& p) { return std::string(p.param.name); });
+
+} // namespace
+} // namespace tessaron::test

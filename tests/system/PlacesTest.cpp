@@ -1,0 +1,190 @@
+// Where a run reads and writes: targets and selections spelled in every way a path can be
+// (".", "..", "//", links, a trailing separator), decided by what they name. A clearing
+// never reaches a source, a home folder or the root; a run with nothing to copy is refused;
+// a link on the way to a selection is followed while the copy keeps the path as written.
+
+#include "SystemSupport.h"
+
+#include <sys/mount.h>
+
+using namespace tessaron::test;
+
+namespace {
+
+// A sandbox with src (two files), a second selection outside it, and the options of a
+// quiet clearing run.
+struct PlaceRun : Sandbox {
+    TempTree elsewhere;
+    fs::path other = fs::path(elsewhere.Root()) / "o.txt";
+    SetFile set = Set();
+    RunOptions options;
+    std::vector<std::string> switches{"/QUIET"};
+    bool mounted = false;
+    bool skip = false;
+
+    ~PlaceRun() {
+        if (mounted) {
+            umount2((root / "mnt").c_str(), MNT_DETACH);
+        }
+    }
+    PlaceRun() {
+        WriteFile(src / "a/f.txt", "first");
+        WriteFile(src / "g.txt", "second");
+        WriteFile(other, "other");
+        set.Selections.push_back(other.string());
+        set.CleanTarget = true;
+    }
+    bool SourcesIntact() const {
+        return ReadFile(src / "a/f.txt") == "first" && ReadFile(src / "g.txt") == "second";
+    }
+};
+
+struct PlaceCase {
+    const char* name;
+    void (*prepare)(PlaceRun&); // sets the target (and what it needs)
+    int status;
+    std::string out; // in standard output; %T% is the target as spelled
+    std::string err; // in standard error
+};
+
+class TargetSpelling : public ::testing::TestWithParam<PlaceCase> {};
+
+TEST_P(TargetSpelling, DecidesOnWhatItNames) {
+    const PlaceCase& c = GetParam();
+    PlaceRun b;
+    c.prepare(b);
+    if (b.skip) {
+        GTEST_SKIP() << "mounting a file system needs root";
+    }
+    RunResult r = b.RunSet(b.set, b.switches, b.options);
+    EXPECT_EQ(r.Status, c.status) << r.Out << r.Err;
+    std::string out = c.out;
+    if (const auto at = out.find("%T%"); at != std::string::npos) {
+        out.replace(at, 3, b.set.Target);
+    }
+    EXPECT_TRUE(Contains(r.Out, out)) << out << "\n" << r.Out;
+    EXPECT_TRUE(Contains(r.Err, c.err)) << r.Err;
+    EXPECT_TRUE(b.SourcesIntact());
+    EXPECT_EQ(ReadFile(b.other), "other");
+}
+
+void Mount(PlaceRun& b) {
+    const fs::path mnt = b.root / "mnt";
+    fs::create_directories(mnt);
+    b.mounted = geteuid() == 0 && mount("tmpfs", mnt.c_str(), "tmpfs", 0, "size=1m") == 0;
+    b.skip = !b.mounted;
+    WriteFile(mnt / "keep.txt", "keep");
+    b.set.Target = (mnt / ".").string();
+    b.switches.clear(); // quiet or not, a drive root is asked about; nobody answers
+}
+
+const PlaceCase kSpellings[] = {
+    {"SourceWithDotDot", [](PlaceRun& b) { b.set.Target = (b.src / "a" / "..").string(); }, 2,
+     "Target Not Cleared - %T% holds the selected source", ""},
+    {"ParentWithDotDot", [](PlaceRun& b) { b.set.Target = (b.src / "..").string(); }, 2,
+     "Target Not Cleared - %T% holds the selected source", ""},
+    {"RepeatedSeparators", [](PlaceRun& b) { b.set.Target = b.root.string() + "//src"; }, 2,
+     "Target Not Cleared - %T% holds the selected source", ""},
+    {"ThroughALink",
+     [](PlaceRun& b) {
+         fs::create_directory_symlink(b.src, b.root / "link");
+         b.set.Target = (b.root / "link").string();
+     },
+     2, "Target Not Cleared - %T% holds the selected source", ""},
+    {"HomeWithDot",
+     [](PlaceRun& b) {
+         WriteFile(b.root / "home/h.txt", "home");
+         b.options.Env = {{"HOME", (b.root / "home").string()}};
+         b.set.Target = (b.root / "home/.").string();
+     },
+     2, "Target Not Cleared - %T% is the root or a home directory", ""},
+    {"MountPointWithDot", Mount, 2, "Clear Target - answered No (no terminal)", ""},
+    {"RootWithDotQuiet", [](PlaceRun& b) { b.set.Target = "/."; }, 3, "",
+     "Nothing to back up - every selection is the target or lies inside it"},
+    {"OnlySelectionIsTheTarget",
+     [](PlaceRun& b) {
+         b.set.Selections = {b.src.string()};
+         b.set.Target = (b.src / ".").string();
+     },
+     3, "", "Nothing to back up - every selection is the target or lies inside it"},
+    {"NoSelections", [](PlaceRun& b) { b.set.Selections.clear(); }, 3, "",
+     "Nothing to back up - the backup set has no selections"},
+    {"NoTarget", [](PlaceRun& b) { b.set.Target.clear(); }, 3, "",
+     "Nothing to back up - the backup set has no target"},
+};
+
+INSTANTIATE_TEST_SUITE_P(Targets, TargetSpelling, ::testing::ValuesIn(kSpellings),
+                         [](const auto& p) { return std::string(p.param.name); });
+
+// A target inside a source, spelled with "./", is left out of the walk: the backup never
+// copies itself, however often it runs.
+TEST(TargetInsideSource, IsNeverCopiedIntoItself) {
+    PlaceRun b;
+    b.set.Target = (b.src / "." / "bk").string();
+    b.set.CleanTarget = false;
+    for (int run = 0; run < 2; ++run) {
+        RunResult r = b.RunSet(b.set);
+        EXPECT_EQ(r.Status, 0) << r.Out << r.Err;
+        EXPECT_TRUE(Contains(r.Out, "Output directory left out of the backup - ")) << r.Out;
+    }
+    const fs::path copyOfSrc = CopyOf(b.src / "bk", b.src);
+    EXPECT_EQ(ReadFile(copyOfSrc / "g.txt"), "second");
+    EXPECT_FALSE(fs::exists(copyOfSrc / "bk"));
+}
+
+// Selections reached through links: root/docs is a link to root/real.
+struct LinkCase {
+    const char* name;
+    const char* selection; // below the sandbox root
+    int status;
+    const char* out;
+    void (*check)(const Sandbox&);
+};
+
+class LinkedSelection : public ::testing::TestWithParam<LinkCase> {};
+
+TEST_P(LinkedSelection, FollowsTheWayAndKeepsThePath) {
+    const LinkCase& c = GetParam();
+    Sandbox b;
+    WriteFile(b.root / "real/f.txt", "data");
+    fs::create_directory_symlink("..", b.root / "real/loop");
+    fs::create_directory_symlink(b.root / "real", b.root / "docs");
+    fs::create_symlink(b.root / "real/f.txt", b.root / "flink");
+    fs::create_symlink(b.root / "nowhere", b.root / "dangling");
+    SetFile s = b.Set();
+    s.Selections = {(b.root.string() + "/") + c.selection};
+    RunResult r = b.RunSet(s);
+    EXPECT_EQ(r.Status, c.status) << r.Out << r.Err;
+    EXPECT_TRUE(Contains(r.Out, c.out)) << r.Out;
+    c.check(b);
+}
+
+void DocsCopied(const Sandbox& b) {
+    const fs::path copy = CopyOf(b.dst, b.root / "docs");
+    EXPECT_TRUE(fs::is_directory(fs::symlink_status(copy)));
+    EXPECT_EQ(ReadFile(copy / "f.txt"), "data");
+    EXPECT_EQ(fs::read_symlink(copy / "loop"), ".."); // a link below the entry stays one
+}
+
+const LinkCase kLinks[] = {
+    {"EntryIsALink", "docs", 0, "2 Files,  4 Bytes", DocsCopied},
+    {"TrailingSeparator", "docs/", 0, "2 Files,  4 Bytes", DocsCopied},
+    {"ParentIsALink", "docs/f.txt", 0, "1 Files,  4 Bytes",
+     [](const Sandbox& b) {
+         EXPECT_EQ(ReadFile(CopyOf(b.dst, b.root / "docs/f.txt")), "data");
+         EXPECT_FALSE(fs::exists(CopyOf(b.dst, b.root / "real")));
+     }},
+    {"LinkToAFile", "flink", 0, "1 Files,  4 Bytes",
+     [](const Sandbox& b) {
+         const fs::path copy = CopyOf(b.dst, b.root / "flink");
+         EXPECT_TRUE(fs::is_regular_file(fs::symlink_status(copy)));
+         EXPECT_EQ(ReadFile(copy), "data");
+     }},
+    {"DanglingLink", "dangling", 1, ", Error: (2) No such file or directory",
+     [](const Sandbox&) {}},
+};
+
+INSTANTIATE_TEST_SUITE_P(Links, LinkedSelection, ::testing::ValuesIn(kLinks),
+                         [](const auto& p) { return std::string(p.param.name); });
+
+} // namespace
