@@ -3,6 +3,8 @@
 #include "clsComDlg.h"
 #include "frmMain.h"
 
+#include "engine/RunChecks.h"
+
 #include "platform/clsBinaryFile.h"
 #include "platform/clsFileSystem.h"
 #include "platform/clsPath.h"
@@ -189,8 +191,14 @@ void frmMain::Start() {
     if (!CheckStart()) {
         return;
     }
-    // TODO(NothingToRunReason): when the core's refusal check is on main, call it here
-    // and show its reason in a box titled "Nothing To Back Up" instead of running.
+    // A set that passes the four checks can still have nothing to copy (a set file whose
+    // selections are empty, or every selection is the target itself, however spelled):
+    // the same refusal as the console's, never a "Backup Complete" of nothing.
+    const std::string nothing = NothingToRunReason(m_setup);
+    if (!nothing.empty()) {
+        ShowMessageBox(this, "Nothing To Back Up", QString::fromStdString(nothing), MsgButtons::OK);
+        return;
+    }
     m_hooks.StartRun(this, m_setup, false);
 }
 

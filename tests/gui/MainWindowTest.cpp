@@ -176,7 +176,10 @@ TEST_P(StartChecks, FirstFailingCheckSaysWhy) {
     if (c.ticked) {
         window.Setup().Sel.AddSelection(tmp.Root());
     }
-    Get<QLineEdit>("txtOutput")->setText(c.target);
+    // "<selection>" stands for the ticked folder itself, spelled another way.
+    const std::string target =
+        c.target == std::string("<selection>") ? tmp.Root() + "/." : c.target;
+    Get<QLineEdit>("txtOutput")->setText(QString::fromStdString(target));
     if (c.full) {
         Click("optFull");
     }
@@ -208,6 +211,8 @@ INSTANTIATE_TEST_SUITE_P(
                   "Target Path must specify a drive or server", true},
         StartCase{"NoBackupType", true, "/media/usb/Backup", false, "No Backup Type Selected",
                   "Select a Backup Type (Full or Incremental)", false},
+        StartCase{"TargetIsTheOnlySelection", true, "<selection>", true, "Nothing To Back Up",
+                  "Nothing to back up - every selection is the target or lies inside it", false},
         StartCase{"AllGivenRuns", true, "/media/usb/Backup", true, nullptr, nullptr, false}),
     [](const auto& tc) { return std::string(tc.param.name); });
 
