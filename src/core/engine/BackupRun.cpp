@@ -91,7 +91,10 @@ bool BackupEngine::Run(bool unloadOnExit) {
     }
     StartRun();
     bool hadError = false;
-    if (SizePhase(hadError) && CopyOrVerifyPhase(false, hadError)) {
+    StartAhead();
+    const bool copied = SizePhase(hadError) && CopyOrVerifyPhase(false, hadError);
+    StopAhead();
+    if (copied) {
         if (m_setup->Verify && !m_cancelled) {
             std::int32_t copyElapsed = 0;
             StartVerify(copyElapsed, hadError);
