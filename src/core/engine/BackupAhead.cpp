@@ -77,6 +77,20 @@ void BackupEngine::StartAhead() {
     }
 }
 
+// Starts (or asks again for) a flush of the target's file system beside the copying.
+void BackupEngine::FlushEarly(std::chrono::steady_clock::time_point now) {
+    m_lastFlush = now;
+    if (!m_flush) {
+        auto folder = std::make_unique<clsFolder>();
+        if (!m_target || !m_target->folder.IsOpen() ||
+            !m_fa->OpenFolderAt(*folder, m_target->folder, ".")) {
+            return;
+        }
+        m_flush = std::make_unique<EarlyFlush>(*m_fa, std::move(folder));
+    }
+    m_flush->Poke();
+}
+
 void BackupEngine::StopAhead() {
     m_ahead.reset();
     m_aheadFolders = m_aheadFiles = 0;

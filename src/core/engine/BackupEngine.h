@@ -60,8 +60,11 @@
 // run's thread in the walk's order: every log line, counter, yield and question, and
 // every change to the target, so that log, results and what lands on disk are the same
 // with it off; a failure met ahead is said when the walk reaches the entry, as it would
-// have been. The verify phase runs without it.
+// have been. The verify phase runs without it. While the copy phase runs, a third thread
+// flushes the target's file system every quarter of a second, so that the flush the run
+// ends with finds little left to do; the run's own flushes still decide and report.
 
+#include "engine/EarlyFlush.h"
 #include "engine/IBackupView.h"
 #include "engine/ReadAhead.h"
 #include "engine/clsProgress.h"
@@ -245,6 +248,7 @@ private:
     // Read-ahead of the walk (BackupAhead.cpp).
     void StartAhead();
     void StopAhead();
+    void FlushEarly(std::chrono::steady_clock::time_point now);
     bool SelectedAt(Level& level, std::size_t index, const std::string* full = nullptr);
     void PostAhead(Level& level, std::size_t at);
     void PostFolders(Level& level);
@@ -323,6 +327,8 @@ private:
     int m_aheadFolders = 0;
     int m_aheadFiles = 0;
     long long m_aheadBytes = 0;
+    std::unique_ptr<EarlyFlush> m_flush;
+    std::chrono::steady_clock::time_point m_lastFlush;
 
     // The target: its folder (open from the copy phase on) and the path it was opened for;
     // its identity and path as written (left out of every walk, said once).

@@ -103,6 +103,7 @@ bool BackupEngine::Run(bool unloadOnExit) {
         }
     }
     MakeDurable(hadError);
+    m_flush.reset();
     const std::string resultText = FinishResult(hadError);
     MailLog(resultText);
     SaveLogToTarget();
@@ -215,6 +216,7 @@ bool BackupEngine::CopyOrVerifyPhase(bool verifying, bool& hadError) {
     if (!verifying) {
         AddLogLine("Copying Files To: " + target + "...", true);
         m_progress->Start();
+        m_lastFlush = std::chrono::steady_clock::now();
     }
     m_phase = verifying ? Phase::Verify : Phase::Copy;
     EnsureBuffers();
