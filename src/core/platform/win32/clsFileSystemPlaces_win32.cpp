@@ -44,13 +44,12 @@ std::wstring ResolvedPlace(const std::string& path) {
 
 // The folders in the profiles folder (C:\Users): every person's home folder.
 void AddProfiles(std::vector<std::string>& places) {
-    DWORD size = 0;
-    ::GetProfilesDirectoryW(nullptr, &size);
-    std::wstring profiles(size, L'\0');
-    if (size == 0 || !::GetProfilesDirectoryW(profiles.data(), &size)) {
+    wchar_t buf[MAX_PATH + 1] = {};
+    DWORD size = MAX_PATH;
+    if (!::GetProfilesDirectoryW(buf, &size)) {
         return;
     }
-    profiles.resize(profiles.find(L'\0'));
+    const std::wstring profiles = buf;
     std::vector<std::pair<std::string, win32::EntryData>> entries;
     win32::ReadEntries(LongPath(win32::Narrow(profiles)), entries);
     for (const auto& [name, entry] : entries) {
