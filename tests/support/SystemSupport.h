@@ -98,6 +98,7 @@ inline std::wstring CommandLineOf(const std::vector<std::string>& args) {
     for (const std::string& a : args) {
         line += " " + quoted(a);
     }
+    line += " /CONSOLE"; // a console run, even when the program has its window
     std::wstring wide(static_cast<std::size_t>(::MultiByteToWideChar(
                           CP_UTF8, 0, line.data(), static_cast<int>(line.size()), nullptr, 0)),
                       L'\0');

@@ -85,12 +85,18 @@ bool clsFileSystem::IsSameOrInside(const std::string& inner, const std::string& 
     return false;
 }
 
-// A drive's root, or a volume mounted onto a folder: nothing above it on its volume.
+// A volume's root (nothing above it on its volume: a drive, or a volume mounted onto a
+// folder), or a drive letter's root however the letter is made (a substituted or mapped
+// drive stands for a folder of another volume, but to the user it is a whole drive).
 bool clsFileSystem::IsDriveRoot(const std::string& path) {
     FileIdentity self;
     DWORD code = 0;
-    if (path.empty() || !IdentityOf(LongPath(path), self, code)) {
+    const std::wstring full = LongPath(path);
+    if (path.empty() || !IdentityOf(full, self, code)) {
         return false;
+    }
+    if (full.size() == 7 && win32::ParentOf(full).empty()) {
+        return true; // "\\?\X:\"
     }
     const std::wstring above = win32::ParentOf(ResolvedPlace(path));
     FileIdentity up;
