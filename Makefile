@@ -5,8 +5,8 @@
 #   make deb     the Debian package (build/tessaron_*.deb), checked by scripts/check-deb.sh
 #   make fuzz    every fuzz target for a minute (fuzz-smoke: 10 seconds each), built with
 #                clang, libFuzzer, AddressSanitizer and UndefinedBehaviorSanitizer
-#   make windows        cross-builds the Windows program and tests (MinGW-w64)
-#   make check-windows  runs the Windows tests under Wine, headless
+#   make windows        cross-builds tessaron.exe and the tests (MinGW-w64, Release)
+#   make check-windows  the same, then runs the Windows tests under Wine, headless
 BUILD ?= build
 FUZZ_BUILD ?= build-fuzz
 WINBUILD ?= build-windows
@@ -54,9 +54,11 @@ fuzz-smoke: fuzz-build
 deps-windows:
 	@scripts/install-deps.sh --windows
 
+# Release: the program as it ships (optimised, no debug information: a third less
+# compiling than with it, and a fifth of the size).
 windows: deps-windows
 	cmake -S . -B $(WINBUILD) -DCMAKE_TOOLCHAIN_FILE=cmake/MinGW64.toolchain.cmake \
-	    -DTESSARON_WERROR=ON $(CMAKE_FLAGS)
+	    -DCMAKE_BUILD_TYPE=Release -DTESSARON_WERROR=ON $(CMAKE_FLAGS)
 	cmake --build $(WINBUILD) -j $(JOBS)
 
 check-windows: windows

@@ -20,9 +20,8 @@ if(TESSARON_FUZZ)
   target_compile_options(tessaron_options INTERFACE -fsanitize=fuzzer-no-link)
 endif()
 
-# tessaron_layer(NAME [HEADERS] DIRS dir... [DEPS lib...]): a static library of every .cpp
-# in the folders src/core/DIR plus their platform subfolder for this system (posix/ or
-# win32/); with HEADERS, only the folders' headers (an interface library).
+# tessaron_layer(NAME DIRS dir... [DEPS lib...]): a static library of every .cpp in the
+# folders src/core/DIR plus their platform subfolder for this system (posix/ or win32/).
 #
 # Each layer's include directory holds links to its own folders only, and a layer sees
 # the folders of the layers it depends on through them; so a header of a higher layer is
@@ -30,7 +29,7 @@ endif()
 # build). Where links cannot be made (Windows without the right to make them), every
 # layer sees the whole core: the build works, only this check is lost.
 function(tessaron_layer name)
-  cmake_parse_arguments(L "HEADERS" "" "DIRS;DEPS" ${ARGN})
+  cmake_parse_arguments(L "" "" "DIRS;DEPS" ${ARGN})
   set(_plat posix)
   if(WIN32)
     set(_plat win32)
@@ -40,12 +39,10 @@ function(tessaron_layer name)
   set(_include ${_root})
   file(MAKE_DIRECTORY ${_root})
   foreach(dir IN LISTS L_DIRS)
-    if(NOT L_HEADERS)
-      file(GLOB _found CONFIGURE_DEPENDS
-        ${CMAKE_CURRENT_SOURCE_DIR}/${dir}/*.cpp
-        ${CMAKE_CURRENT_SOURCE_DIR}/${dir}/${_plat}/*.cpp)
-      list(APPEND _src ${_found})
-    endif()
+    file(GLOB _found CONFIGURE_DEPENDS
+      ${CMAKE_CURRENT_SOURCE_DIR}/${dir}/*.cpp
+      ${CMAKE_CURRENT_SOURCE_DIR}/${dir}/${_plat}/*.cpp)
+    list(APPEND _src ${_found})
     if(NOT EXISTS ${_root}/${dir})
       file(CREATE_LINK ${CMAKE_CURRENT_SOURCE_DIR}/${dir} ${_root}/${dir} RESULT _linked SYMBOLIC)
       if(NOT _linked EQUAL 0)

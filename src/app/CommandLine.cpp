@@ -82,6 +82,18 @@ std::string JoinArguments(const std::vector<std::string>& args) {
     return text;
 }
 
+std::string_view AfterProgramName(std::string_view commandLine) {
+    std::size_t end = 0;
+    if (!commandLine.empty() && commandLine[0] == '"') {
+        end = commandLine.find('"', 1);
+        end = end == std::string_view::npos ? commandLine.size() : end + 1;
+    } else {
+        end = std::min(commandLine.find_first_of(" \t"), commandLine.size());
+    }
+    const std::size_t rest = commandLine.find_first_not_of(" \t", end);
+    return rest == std::string_view::npos ? std::string_view() : commandLine.substr(rest);
+}
+
 int32_t BlockSizeValue(std::string_view text) {
     std::size_t i = text.find_first_not_of(" \t\r\n");
     if (i == std::string_view::npos) {

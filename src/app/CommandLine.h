@@ -22,6 +22,17 @@ class clsSetup;
 // argument followed by one that needs quotes: it reads with one more empty token.
 std::string JoinArguments(const std::vector<std::string>& args);
 
+// The single command-line string of this process: everything after the program name.
+// POSIX: the arguments joined (JoinArguments). Windows: the command line as the system
+// keeps it (GetCommandLineW, in UTF-8), so that it is read as the user wrote it, in any
+// code page, quotes and all.
+std::string ProcessCommandLine(int argc, char** argv);
+
+// A Windows command line without its program name and the blanks after it: a name that
+// starts with a double quote runs to the next one, any other to the first blank or tab
+// (as the system's C runtime takes it).
+std::string_view AfterProgramName(std::string_view commandLine);
+
 // A /BLOCKSIZE argument as a number: leading blanks, an optional sign, digits with an
 // optional fraction; whatever follows is ignored and text that starts with no number
 // gives 0. Rounded to a whole number with halves to even (2.5 gives 2, 3.5 gives 4) and

@@ -18,7 +18,6 @@
 #include <cstdlib>
 #include <iostream>
 #include <string>
-#include <vector>
 
 using namespace tessaron;
 
@@ -49,7 +48,11 @@ const char* const kUsage =
     "/LOAD decides. Exit status of /RUN: 0 Backup Complete, 1 Error During Backup,\n"
     "2 Backup Cancelled, 3 nothing was run (no set loaded, or nothing to copy).\n"
     "Environment: TESSARON_LOG_DIR names the folder for the run logs (default: Log\n"
+#ifdef _WIN32
+    "beside the program, else %LOCALAPPDATA%\\VELQO\\Tessaron\\Log).\n";
+#else
     "beside the program, else ~/.local/state/tessaron/Log).\n";
+#endif
 
 ConsoleOptions DetectConsole() {
     ConsoleOptions o;
@@ -100,8 +103,7 @@ bool ForTheWindow(const std::string& text) {
 
 int main(int argc, char** argv) {
     UseUserLocale(); // log dates and grouped numbers in the user's conventions
-    std::vector<std::string> args(argv + (argc > 0 ? 1 : 0), argv + argc);
-    std::string text = JoinArguments(args);
+    const std::string text = ProcessCommandLine(argc, argv);
     if (WantsHelp(text)) {
         std::cout << kUsage;
         return kComplete;

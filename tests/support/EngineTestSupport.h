@@ -8,8 +8,6 @@
 
 #include <gtest/gtest.h>
 
-#include <sys/stat.h>
-
 #include <algorithm>
 #include <cstdlib>
 #include <filesystem>
@@ -106,7 +104,7 @@ protected:
     TempTree tree;
     fs::path root{tree.Root()}, src, out, logs;
     ScriptedView view;
-    clsSetup setup{PathStyle::Posix};
+    clsSetup setup{NativePathStyle()};
 
     void SetUp() override {
         src = root / "src";
@@ -133,7 +131,7 @@ protected:
         view.onYield = nullptr; // it may refer to the engine
         return ok;
     }
-    fs::path Copy(const fs::path& source) const { return fs::path(out.string() + source.string()); }
+    fs::path Copy(const fs::path& source) const { return CopyOf(out, source); }
 };
 
 } // namespace tessaron::test

@@ -6,20 +6,27 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <chrono>
 #include <csignal>
 #include <cstring>
-#include <fcntl.h>
 #include <filesystem>
 #include <fstream>
 #include <functional>
-#include <poll.h>
+#include <optional>
 #include <sstream>
 #include <string>
+#include <vector>
+
+#ifdef _WIN32
+#include <windows.h>
+#else
+#include <fcntl.h>
+#include <poll.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
-#include <vector>
+#endif
 
 namespace tessaron::test {
 
@@ -32,15 +39,12 @@ inline std::string Pattern(std::size_t size, char seed) {
     return s;
 }
 
+#ifndef _WIN32
 inline void SetMtime(const fs::path& p, time_t sec, long nsec) {
     timespec t[2] = {{sec, nsec}, {sec, nsec}};
     utimensat(AT_FDCWD, p.c_str(), t, AT_SYMLINK_NOFOLLOW);
 }
-
-// Where the backup of an absolute source path lands: target + the whole source path.
-inline fs::path CopyOf(const fs::path& target, const fs::path& source) {
-    return fs::path(target.string() + source.string());
-}
+#endif
 
 inline bool Contains(const std::string& haystack, const std::string& needle) {
     return haystack.find(needle) != std::string::npos;
@@ -73,7 +77,8 @@ struct RunResult {
     std::string Out, Err;
 };
 
-using OutputWatch = std::function<void(const std::string& outSoFar, pid_t)>;
+// Sees the standard output so far and the child's process id.
+using OutputWatch = std::function<void(const std::string& outSoFar, long pid)>;
 
 struct RunOptions {
     std::vector<std::pair<std::string, std::string>> Env; // set in the child
@@ -82,6 +87,121 @@ struct RunOptions {
     bool Unprivileged = false;
 };
 
+#ifdef _WIN32
+// The command line of a run: the program and the arguments, those with blanks quoted as
+// the program's tokenizer reads them (no test argument holds a double quote).
+inline std::wstring CommandLineOf(const std::vector<std::string>& args) {
+    auto quoted = [](const std::string& a) {
+        return a.empty() || a.find_first_of(" \t") != std::string::npos ? "\"" + a + "\"" : a;
+    };
+    std::string line = quoted(TESSARON_EXE);
+    for (const std::string& a : args) {
+        line += " " + quoted(a);
+    }
+    line += " /CONSOLE"; // a console run, even when the program has its window
+    std::wstring wide(static_cast<std::size_t>(::MultiByteToWideChar(
+                          CP_UTF8, 0, line.data(), static_cast<int>(line.size()), nullptr, 0)),
+                      L'\0');
+    ::MultiByteToWideChar(CP_UTF8, 0, line.data(), static_cast<int>(line.size()), wide.data(),
+                          static_cast<int>(wide.size()));
+    return wide;
+}
+
+// Sets the environment variables for the child (which inherits them) and puts the old
+// values back at the end.
+class ChildEnvironment {
+public:
+    explicit ChildEnvironment(const std::vector<std::pair<std::string, std::string>>& vars) {
+        for (const auto& [name, value] : vars) {
+            const std::wstring n(name.begin(), name.end());
+            wchar_t old[32768];
+            const DWORD len = ::GetEnvironmentVariableW(n.c_str(), old, 32768);
+            saved_.emplace_back(n, len > 0 ? std::optional<std::wstring>(old) : std::nullopt);
+            ::SetEnvironmentVariableW(n.c_str(), fs::path(value).wstring().c_str());
+        }
+    }
+    ~ChildEnvironment() {
+        for (const auto& [name, value] : saved_) {
+            ::SetEnvironmentVariableW(name.c_str(), value ? value->c_str() : nullptr);
+        }
+    }
+
+private:
+    std::vector<std::pair<std::wstring, std::optional<std::wstring>>> saved_;
+};
+
+// Runs tessaron with args, its log in logDir, for at most 30 s, its standard input the
+// null device. Standard output comes with the line ends of the console's text mode: they
+// are read back as "\n".
+inline RunResult RunTessaron(const std::vector<std::string>& args, const fs::path& logDir,
+                             const OutputWatch& onOutput = {}, const RunOptions& options = {}) {
+    RunResult r;
+    auto env = options.Env;
+    env.emplace_back("TESSARON_LOG_DIR", logDir.string());
+    ChildEnvironment childEnv(env);
+    SECURITY_ATTRIBUTES inherit{sizeof(SECURITY_ATTRIBUTES), nullptr, TRUE};
+    HANDLE readOut = nullptr;
+    HANDLE writeOut = nullptr;
+    ::CreatePipe(&readOut, &writeOut, &inherit, 0);
+    ::SetHandleInformation(readOut, HANDLE_FLAG_INHERIT, 0);
+    const fs::path errFile = logDir.string() + ".err";
+    HANDLE err = ::CreateFileW(errFile.wstring().c_str(), GENERIC_WRITE, FILE_SHARE_READ, &inherit,
+                               CREATE_ALWAYS, 0, nullptr);
+    HANDLE in = ::CreateFileW(L"NUL", GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE, &inherit,
+                              OPEN_EXISTING, 0, nullptr);
+    STARTUPINFOW si{};
+    si.cb = sizeof si;
+    si.dwFlags = STARTF_USESTDHANDLES;
+    si.hStdInput = in;
+    si.hStdOutput = writeOut;
+    si.hStdError = err;
+    PROCESS_INFORMATION pi{};
+    std::wstring line = CommandLineOf(args);
+    const bool started = ::CreateProcessW(nullptr, line.data(), nullptr, nullptr, TRUE,
+                                          CREATE_NO_WINDOW, nullptr, nullptr, &si, &pi) != 0;
+    ::CloseHandle(writeOut);
+    ::CloseHandle(err);
+    ::CloseHandle(in);
+    if (!started) {
+        ::CloseHandle(readOut);
+        return r;
+    }
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(30);
+    char buf[4096];
+    std::string raw;
+    // Until the child's end of the pipe is closed (it has ended), or the time is up.
+    for (DWORD ready = 0; ::PeekNamedPipe(readOut, nullptr, 0, nullptr, &ready, nullptr);) {
+        DWORD n = 0;
+        if (ready > 0 &&
+            ::ReadFile(readOut, buf, std::min<DWORD>(ready, sizeof buf), &n, nullptr)) {
+            raw.append(buf, n);
+            if (onOutput) {
+                onOutput(raw, static_cast<long>(pi.dwProcessId));
+            }
+        } else if (std::chrono::steady_clock::now() > deadline) {
+            r.TimedOut = true;
+            ::TerminateProcess(pi.hProcess, 137);
+            break;
+        } else if (ready == 0) {
+            ::WaitForSingleObject(pi.hProcess, 20);
+        }
+    }
+    ::CloseHandle(readOut);
+    ::WaitForSingleObject(pi.hProcess, INFINITE);
+    DWORD status = 0;
+    ::GetExitCodeProcess(pi.hProcess, &status);
+    r.Status = static_cast<int>(status);
+    ::CloseHandle(pi.hProcess);
+    ::CloseHandle(pi.hThread);
+    for (std::size_t i = 0; i < raw.size(); ++i) {
+        if (raw[i] != '\r' || i + 1 == raw.size() || raw[i + 1] != '\n') {
+            r.Out += raw[i];
+        }
+    }
+    r.Err = ReadFile(errFile);
+    return r;
+}
+#else
 // The child's argument list: the program, or setpriv dropping to 65534 and then it.
 inline std::vector<std::string> ProgramArgs(const std::vector<std::string>& args, bool drop) {
     std::vector<std::string> all;
@@ -150,6 +270,8 @@ inline RunResult RunTessaron(const std::vector<std::string>& args, const fs::pat
     r.Err = ReadFile(errFile);
     return r;
 }
+
+#endif
 
 // A source and a target folder in a temporary tree, and runs of the program on them.
 struct Sandbox : TempTree {

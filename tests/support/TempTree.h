@@ -36,6 +36,37 @@ inline std::string ReadFile(const fs::path& p) {
     return s.str();
 }
 
+// A path from UTF-8 text, and the UTF-8 text of a path. (On Windows a path made from a
+// std::string takes it in the ANSI code page, and its string() gives that back; the
+// program's texts are UTF-8.)
+inline fs::path FromUtf8(const std::string& text) {
+    return fs::path(std::u8string(text.begin(), text.end()));
+}
+inline std::string ToUtf8(const fs::path& p) {
+    const std::u8string text = p.u8string();
+    return std::string(text.begin(), text.end());
+}
+
+// Gives p the modification time sec (seconds since 1970, UTC).
+inline void SetModified(const fs::path& p, long long sec) {
+    using namespace std::chrono;
+    fs::last_write_time(p, file_clock::from_sys(sys_seconds(seconds(sec))));
+}
+
+// The modification time of p in seconds since 1970 (UTC).
+inline long long Modified(const fs::path& p) {
+    using namespace std::chrono;
+    return duration_cast<seconds>(file_clock::to_sys(fs::last_write_time(p)).time_since_epoch())
+        .count();
+}
+
+// Where a backup puts the copy of the absolute path source below target: target + the
+// source's path without its drive ("/home/ann/a" to "/media/b" gives "/media/b/home/ann/a",
+// "C:\Data\a" to "E:\B" gives "E:\B\Data\a").
+inline fs::path CopyOf(const fs::path& target, const fs::path& source) {
+    return fs::path(target.native() + (source.root_directory() / source.relative_path()).native());
+}
+
 // n pseudo-random bytes, the same for the same seed.
 inline std::string Bytes(std::size_t n, unsigned seed = 1) {
     std::mt19937 gen(seed);
@@ -103,8 +134,9 @@ public:
         // A new folder of a random name, made by this process (create_directory fails
         // for a name that exists).
         std::random_device seed;
-        std::mt19937_64 gen(seed() ^ static_cast<unsigned long long>(
-                                         std::chrono::steady_clock::now().time_since_epoch().count()));
+        std::mt19937_64 gen(seed() ^
+                            static_cast<unsigned long long>(
+                                std::chrono::steady_clock::now().time_since_epoch().count()));
         const std::string folder = base.ends_with('/') || base.ends_with('\\') ? base : base + "/";
         for (int attempt = 0; attempt < 100 && m_root.empty(); ++attempt) {
             std::string candidate = folder + "tessaron-test-" + std::to_string(gen() % 1000000000);

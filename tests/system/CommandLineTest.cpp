@@ -38,6 +38,22 @@ TEST(JoinArguments, TokensAreTheArgumentsAgain) {
     }
 }
 
+// The program name of a Windows command line ends at its closing quote, or at the first
+// blank when it is not quoted; the switches keep their quotes for the tokenizer.
+TEST(AfterProgramName, DropsTheNameAsTheSystemsRuntimeDoes) {
+    const std::pair<const char*, const char*> cases[] = {
+        {"tessaron.exe /RUN a.set", "/RUN a.set"},
+        {"\"C:\\Program Files\\Tessaron\\tessaron.exe\" /RUN \"x y.set\"", "/RUN \"x y.set\""},
+        {"\"C:\\a b\\t.exe\"/RUN x", "/RUN x"},
+        {"tessaron\t \t/QUIET", "/QUIET"},
+        {"tessaron.exe", ""},
+        {"\"unclosed name", ""},
+        {"", ""}};
+    for (const auto& [line, rest] : cases) {
+        EXPECT_EQ(AfterProgramName(line), rest) << line;
+    }
+}
+
 TEST(BlockSizeValue, RoundsHalfToEvenAndClamps) {
     constexpr int32_t kMax = std::numeric_limits<int32_t>::max();
     constexpr int32_t kMin = std::numeric_limits<int32_t>::min();

@@ -1,8 +1,8 @@
 #pragma once
 // MailSocket: a non-blocking TCP client socket that reports what happened to it as
 // notices (connected, data waiting, closed by the peer, error), in the manner of an
-// event-driven socket control. Nothing blocks but the name lookup, and on POSIX not even
-// that: it runs on a helper thread and its outcome shows in a later Poll. Memory stays
+// event-driven socket control. Nothing blocks, not even the name lookup: it runs on a
+// helper thread and its outcome shows in a later Poll. Memory stays
 // bounded: at most kMaxPending received bytes wait to be read, and reading stops while
 // they are not taken.
 //

@@ -77,8 +77,8 @@ public:
     // Gives the link name the owner (root only) and times of like.
     virtual bool SetLinkMetaAt(clsFolder& folder, const std::string& name,
                                const FileInfo& like) = 0;
-    // Gives the open folder the owner (root only), permission bits and times of like,
-    // changing only what differs.
+    // Gives the open folder the owner (root only), permission bits, attributes (Windows)
+    // and times of like, changing only what differs.
     virtual bool SetFolderMeta(clsFolder& folder, const FileInfo& like) = 0;
     virtual bool AllowChanges(clsFolder& folder) = 0;
     // Puts everything written to the folder's file system on its medium (clsFolder::Sync).
@@ -90,7 +90,8 @@ public:
     virtual bool OpenFileAt(clsBinaryFile& file, const clsFolder& folder,
                             const std::string& name) = 0;
     // Creates the file name of folder exclusively for writing, to become a copy of like
-    // (clsBinaryFile::CreateFileAt with like's permission bits, owner and group).
+    // (clsBinaryFile::CreateFileAt with like's permission bits, owner, group and whether
+    // it has holes).
     virtual bool CreateFileAt(clsBinaryFile& file, clsFolder& folder, const std::string& name,
                               const FileInfo& like) = 0;
     // Reads up to count bytes; the count read (0 at the end of the file) or -1.
@@ -107,7 +108,8 @@ public:
     virtual bool Seek(clsBinaryFile& file, long long position) = 0;
     // The file ends at size (holes fill what lies past the data written).
     virtual bool Truncate(clsBinaryFile& file, long long size) = 0;
-    // Gives the open file the owner (root only), permission bits and times of like.
+    // Gives the open file the owner (root only), permission bits, attributes (Windows) and
+    // times of like (its creation time too where the system sets one).
     virtual bool SetFileMeta(clsBinaryFile& file, const FileInfo& like) = 0;
     virtual bool Close(clsBinaryFile& file) = 0;
     virtual void AdviseSequential(clsBinaryFile& file) = 0;

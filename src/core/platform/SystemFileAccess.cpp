@@ -126,9 +126,14 @@ bool SystemFileAccess::SetFolderMeta(clsFolder& folder, const FileInfo& like) {
     if (now.Mode != like.Mode && !folder.SetMode(like.Mode)) {
         return false;
     }
-    const bool sameTime =
-        now.MTime.tv_sec == like.MTime.tv_sec && now.MTime.tv_nsec == like.MTime.tv_nsec;
-    return sameTime || folder.SetTimes(like.ATime, like.MTime);
+    if (now.Attributes != like.Attributes && !folder.SetAttributes(like.Attributes)) {
+        return false;
+    }
+    auto same = [](const timespec& a, const timespec& b) {
+        return a.tv_sec == b.tv_sec && a.tv_nsec == b.tv_nsec;
+    };
+    const bool sameTimes = same(now.MTime, like.MTime) && same(now.Created, like.Created);
+    return sameTimes || folder.SetTimes(like.ATime, like.MTime, like.Created);
 }
 
 bool SystemFileAccess::AllowChanges(clsFolder& folder) {
@@ -146,7 +151,7 @@ bool SystemFileAccess::OpenFileAt(clsBinaryFile& file, const clsFolder& folder,
 
 bool SystemFileAccess::CreateFileAt(clsBinaryFile& file, clsFolder& folder, const std::string& name,
                                     const FileInfo& like) {
-    return file.CreateFileAt(folder, name, like.Mode, like.Uid, like.Gid);
+    return file.CreateFileAt(folder, name, like.Mode, like.Uid, like.Gid, like.Sparse);
 }
 
 long long SystemFileAccess::Read(clsBinaryFile& file, void* buffer, std::size_t count) {
@@ -178,7 +183,8 @@ bool SystemFileAccess::Truncate(clsBinaryFile& file, long long size) {
 bool SystemFileAccess::SetFileMeta(clsBinaryFile& file, const FileInfo& like) {
     // Owner before mode: a change of owner clears the set-user and set-group bits.
     return file.SetOwner(like.Uid, like.Gid) && file.SetMode(like.Mode) &&
-           file.SetTimes(like.ATime, like.MTime);
+           file.SetAttributes(like.Attributes) &&
+           file.SetTimes(like.ATime, like.MTime, like.Created);
 }
 
 bool SystemFileAccess::Close(clsBinaryFile& file) {

@@ -3,10 +3,10 @@
 // truncation and file times. The backup engine copies and verifies files through it.
 //
 // Errors never escape: a failing member returns false, -1 or an empty value and keeps the
-// system error code (errno) in LastErrorCode; GetErrorMessage turns a code into the
-// system's text. Members on a closed object do nothing and report failure (EBADF).
-// The object owns its descriptor: it is closed by CloseFile, a new OpenFile, or the
-// object's end. Not copyable.
+// system error code (errno; GetLastError on Windows) in LastErrorCode; GetErrorMessage
+// turns a code into the system's text. Members on a closed object do nothing and report
+// failure (EBADF). The object owns its descriptor (a handle on Windows): it is closed by
+// CloseFile, a new OpenFile, or the object's end. Not copyable.
 
 #include "platform/DateTime.h"
 #include "platform/FileConstants.h"
@@ -30,7 +30,7 @@ public:
     clsBinaryFile(const clsBinaryFile&) = delete;
     clsBinaryFile& operator=(const clsBinaryFile&) = delete;
 
-    // errno of the last failed call; 0 until one fails.
+    // The system error code of the last failed call; 0 until one fails.
     int LastErrorCode = 0;
     // The last failure as a record (code and the system's text).
     SysError Error() const { return SysError::FromCode(LastErrorCode); }
@@ -56,7 +56,9 @@ public:
                   std::int64_t openMode = -1, std::int64_t attributes = -1);
     // Closes the file. False when the system reports a failure on closing (for a file
     // that was written, that can be the first report of a full disk or a lost network
-    // medium); the file is closed either way.
+    // medium); the file is closed either way. On Windows, where an ordinary user cannot
+    // flush a whole volume, a file that was written is first put on its medium
+    // (FlushFileBuffers), and a failure of that is the failure of the close.
     bool CloseFile();
 
     // Opens the entry name (no "/" in it) of an open folder for reading, for copying a
@@ -70,14 +72,18 @@ public:
     // less the umask. When the file is to be given to owner uid and group gid (root
     // only) and the folder would give it others, it starts with its owner's bits alone,
     // so nobody else can read it before SetOwner and SetMode. SetOwner and SetMode then
-    // skip what the new file already has.
+    // skip what the new file already has. sparse: the file is to get holes; where the
+    // system keeps holes only in files marked for them (Windows), it is so marked when
+    // its volume supports that.
     bool CreateFileAt(clsFolder& folder, const std::string& name, unsigned mode, long long uid = -1,
-                      long long gid = -1);
+                      long long gid = -1, bool sparse = false);
     // Tells the kernel the file will be read from start to end (worth it for large files
     // only: it costs a system call).
     void AdviseSequential();
     // Drops the file's pages from the system's memory, so that the next reads come from
-    // the medium (pages not yet written out stay; sync the file system first).
+    // the medium (pages not yet written out stay; sync the file system first). On Windows
+    // the file is opened again for unbuffered reading (FILE_FLAG_NO_BUFFERING), and
+    // ReadBlock reads it in whole sectors into an aligned buffer of its own.
     void DropCache();
     // The next stretch of data at or after from in a file with holes: true with
     // [start, end) when there is one, true with start = end = the file's size when only
@@ -142,9 +148,14 @@ public:
     bool SetLastWriteTime(const DateTime& value);
     bool SetFileDates(const DateTime& created, const DateTime& accessed, const DateTime& written);
 
-    // Full-precision times for carrying metadata to a copy.
+    // Full-precision times for carrying metadata to a copy; created is the creation time
+    // where the system sets one (Windows), and zero leaves it unchanged.
     bool GetTimes(timespec& atime, timespec& mtime);
-    bool SetTimes(const timespec& atime, const timespec& mtime);
+    bool SetTimes(const timespec& atime, const timespec& mtime, const timespec& created = {});
+    // The FileAttr bits ReadOnly, Hidden, System and Archive exactly as attributes has
+    // them, where the system keeps them (Windows); elsewhere nothing to do (read-only is
+    // the permission bits there: SetMode).
+    bool SetAttributes(int attributes);
     // Permission bits (07777) of the open file (fchmod; skipped when a file made by
     // CreateFileAt already has them).
     bool SetMode(unsigned mode);
@@ -152,7 +163,7 @@ public:
     // and returns true. Skipped when a file made by CreateFileAt already has them.
     bool SetOwner(unsigned uid, unsigned gid);
 
-    // The system's text for an errno value, without a trailing line break.
+    // The system's text for an error code, without a trailing line break.
     static std::string GetErrorMessage(int code);
 
 private:
@@ -170,6 +181,14 @@ private:
     long long m_knownUid = -1;
     long long m_knownGid = -1;
     std::vector<unsigned char> m_copyBuffer;
+    // Windows: written through this object (flushed when closed); opened for unbuffered
+    // reading by DropCache, with the position kept here and the aligned buffer it reads
+    // whole sectors into.
+    bool m_written = false;
+    bool m_unbuffered = false;
+    long long m_position = 0;
+    std::vector<unsigned char> m_sectorBuffer;
+    long long UnbufferedRead(unsigned char* out, std::size_t count);
 };
 
 } // namespace tessaron

@@ -20,14 +20,20 @@ struct FileIdentity {
     bool operator==(const FileIdentity&) const = default;
 };
 
-// Everything the engine needs to know about one path, from one lstat (or listing) call.
+// Everything the engine needs to know about one path, from one examination (or listing).
 struct FileInfo {
     bool Exists = false;
     FileKind Kind = FileKind::None;
     long long Size = 0; // bytes (a link: the length of its target text)
     timespec MTime{};   // modification time, full precision
     timespec ATime{};   // last access time, full precision
-    unsigned Mode = 0;  // permission bits (07777)
+    // Creation time where the system keeps and sets one (Windows); zero elsewhere.
+    timespec Created{};
+    unsigned Mode = 0; // permission bits (07777)
+    // The FileAttr bits ReadOnly, Hidden, System and Archive as the system keeps them
+    // (Windows); 0 where they are not kept (POSIX: read-only is the lack of write bits in
+    // Mode, and hidden a name that starts with ".").
+    int Attributes = 0;
     unsigned Uid = 0;
     unsigned Gid = 0;
     FileIdentity Id;     // volume and file number
@@ -35,14 +41,14 @@ struct FileInfo {
 };
 
 struct clsFSItem {
-    // A listing entry: its name alone (no folder part). A drive: its mount point ("/",
-    // "/media/ann/USB").
+    // A listing entry: its name alone (no folder part). A drive: its root ("C:\") or
+    // mount point ("/", "/media/ann/USB").
     std::string Path;
     bool IsDrive = false;
     bool IsDirectory = false; // a real directory, never a link to one
-    bool IsHidden = false;    // the name starts with "."
-    bool IsSystem = false;    // never set on POSIX
-    bool IsReadOnly = false;  // no write permission bit set
+    bool IsHidden = false;    // the hidden attribute (POSIX: the name starts with ".")
+    bool IsSystem = false;    // the system attribute (never set on POSIX)
+    bool IsReadOnly = false;  // the read-only attribute (POSIX: no write permission bit set)
     DateTime Created;         // listing: UTC; the empty date where the file system has none
     DateTime Modified;        // listing: UTC (unlike clsFileSystem::GetFileTime, local)
     double Size = 0;          // listing: file size in bytes; drive: total bytes

@@ -5,9 +5,9 @@
 // drive listings; ejecting a medium; the program's own folders.
 //
 // Errors never escape: a member that fails returns false, 0 or empty and keeps the text
-//   "clsFileSystem.Member() - Error (<errno>) <strerror text>"
-// in LastError (no trailing line break). A member that succeeds leaves LastError as it
-// was, so callers read it only after a failure.
+//   "clsFileSystem.Member() - Error (<code>) <the system's text>"
+// in LastError (no trailing line break); the code is errno, or GetLastError on Windows. A member
+// that succeeds leaves LastError as it was, so callers read it only after a failure.
 //
 // Symbolic links are never followed by a query or a walk: Exists, GetInfo, IsDirectory,
 // GetFileAttributes, GetDirectory, ListFiles, Clean and Delete all look at the link itself.
@@ -107,7 +107,8 @@ public:
 
     // --- Places: decided by the identity of folders, never by how a path is spelled -------
 
-    // The identity (volume and file number) of what path names, every link followed.
+    // The identity (device and inode; on Windows volume serial number and file index) of
+    // what path names, every link followed.
     // False (LastError set) when it does not exist or cannot be examined.
     bool GetIdentity(const std::string& path, FileIdentity& id);
     // True when inner names the folder outer names, or a place below it. Inner's existing
@@ -115,10 +116,13 @@ public:
     // a missing rest lies below its existing part. False when outer does not exist.
     bool IsSameOrInside(const std::string& inner, const std::string& outer);
     // True when path names the root of a file system: "/", a mount point, or a folder
-    // mounted onto another one. False when it does not exist.
+    // mounted onto another one (Windows: a drive's root such as "E:\", or a volume
+    // mounted onto a folder). False when it does not exist.
     bool IsDriveRoot(const std::string& path);
     // Folders whose clearing would wipe people's files: the root folder first, then the
     // home folders ($HOME, those of the system's person accounts, the folders in /home).
+    // Windows: the system drive's root, %USERPROFILE% and the folders in the profiles
+    // folder (C:\Users).
     std::vector<std::string> ProtectedFolders();
 
     // --- Names and listings ----------------------------------------------------------------
@@ -169,8 +173,9 @@ public:
     // The folder of the running executable (no trailing "/"); "" when unknown.
     static std::string ProgramDir();
     // The log folder, created when missing: "Log" beside the executable when it can be
-    // created and written, else ${XDG_STATE_HOME:-~/.local/state}/tessaron/Log. No
-    // trailing "/"; "" (LastError set) when neither can be made.
+    // created and written, else ${XDG_STATE_HOME:-~/.local/state}/tessaron/Log (Windows:
+    // %LOCALAPPDATA%\VELQO\Tessaron\Log). No trailing separator; "" (LastError set)
+    // when neither can be made.
     std::string ProgramLogDir();
 
 private:

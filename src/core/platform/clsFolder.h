@@ -34,8 +34,9 @@ public:
     SysError Error() const { return SysError::FromCode(LastErrorCode); }
 
     // Opens the folder path names. Links on the way are followed as the system follows
-    // them; a link at the end is refused (the link code, or "not a directory") unless
-    // followLast. A path longer than the system's limit is opened one component at a time.
+    // them; a link at the end (on Windows also a junction) is refused (the link code, or
+    // "not a directory") unless followLast. A path longer than the system's limit is
+    // opened one component at a time (on Windows through its "\\?\" form).
     // The path is kept after a failed open too, so that a caller can tell which folder it
     // last asked for.
     bool Open(const std::string& path, bool followLast = false);
@@ -82,16 +83,23 @@ public:
     bool SetOwnerAt(const std::string& name, unsigned uid, unsigned gid);
 
     // The folder's own permission bits (07777), owner and group (root only, as above) and
-    // times.
+    // times (created: the creation time where the system sets one, Windows; zero leaves
+    // it). On Windows the permission bits are the read-only attribute (set when no write
+    // bit is) and owners stay those of the user who runs the program.
     bool SetMode(unsigned mode);
     bool SetOwner(unsigned uid, unsigned gid);
-    bool SetTimes(const timespec& atime, const timespec& mtime);
+    bool SetTimes(const timespec& atime, const timespec& mtime, const timespec& created = {});
+    // The folder's FileAttr bits ReadOnly, Hidden, System and Archive as attributes has
+    // them, where the system keeps them (Windows; elsewhere nothing to do).
+    bool SetAttributes(int attributes);
     // Makes sure this process may create and remove entries here: a folder of its own
     // that lacks its owner's read, write or search permission gets them (SetMode puts the
     // final bits back later). Nothing to do for root.
     bool AllowChanges();
     // Writes everything the system still holds in memory for the file system of this
-    // folder to its medium, and waits until it is there.
+    // folder to its medium, and waits until it is there. Windows lets only administrators
+    // flush a whole volume: there every file written through clsBinaryFile was put on its
+    // medium when it was closed, and the volume is flushed too where the system allows it.
     bool Sync();
 
     // What a file created here by this process gets before any change: owner, group

@@ -1,10 +1,6 @@
 // What a whole program run cannot show: verification mismatch kinds, block rounds, cancel
-// from the view, log naming, a relative selection and a failed mail.
+// from the view, log naming and a relative selection.
 #include "EngineTestSupport.h"
-#include "mail/clsRegSettings.h"
-
-#include <fcntl.h>
-#include <sys/stat.h>
 
 #include <ctime>
 
@@ -28,7 +24,8 @@ TEST_F(RunTest, VerifyFileComparesEveryByte) {
         {"cut short", [&] { WriteFile(copy, data.substr(0, 1000)); }, false, mismatch},
         {"longer", [&] { WriteFile(copy, data + "tail"); }, true, ""},
         {"missing", [&] { fs::remove(copy); }, false,
-         "Unable to open - " + copy.string() + ", Error: (2) No such file or directory"},
+         "Unable to open - " + copy.string() + ", Error: (" +
+             std::to_string(SysError::NotFound().Code()) + ") "},
     };
     WriteFile(src / "f.bin", data);
     for (const auto& c : cases) {
@@ -41,14 +38,13 @@ TEST_F(RunTest, VerifyFileComparesEveryByte) {
         bool ok = !c.ok;
         engine.VerifyFile((src / "f.bin").string(), copy.string(), ok);
         EXPECT_EQ(ok, c.ok);
-        EXPECT_TRUE(c.line.empty() || view.Shows(c.line));
+        EXPECT_TRUE(c.line.empty() || view.ShowsStart(c.line)) << view.All();
     }
 }
 
 TEST_F(RunTest, CancelDuringALargeFileKeepsThePartialCopy) {
     WriteFile(src / "big.bin", Bytes(1 << 20));
-    struct timespec t[2] = {{1600000000, 0}, {1600000000, 0}};
-    utimensat(AT_FDCWD, (src / "big.bin").c_str(), t, 0);
+    SetModified(src / "big.bin", 1600000000);
     setup.BlockSize = 4096;
     setup.Verify = true;
     EXPECT_FALSE(RunBackup([&](BackupEngine& engine) {
@@ -76,7 +72,7 @@ TEST_F(RunTest, LogFilesAreNumberedWithinADay) {
     const std::string first = engine.MakeLogFileName(logs.string());
     EXPECT_EQ(first, (logs / ("BackupLog_" + std::string(day) + ".log")).string());
     WriteFile(first, "");
-    EXPECT_EQ(engine.MakeLogFileName(logs.string() + "/"),
+    EXPECT_EQ(engine.MakeLogFileName(logs.string() + PathSeparator(NativePathStyle())),
               (logs / ("BackupLog_" + std::string(day) + "_1.log")).string());
 }
 
@@ -93,25 +89,6 @@ TEST_F(RunTest, RelativeSelectionLandsBelowTheTarget) {
     EXPECT_TRUE(ok);
     EXPECT_EQ(ReadFile(out / "src" / "a.txt"), "a");
     EXPECT_FALSE(fs::exists(root / "outsrc"));
-}
-
-TEST_F(RunTest, MailFailureLeavesTheResultAlone) {
-    WriteFile(src / "a.txt", "a");
-    clsRegSettings settings;
-    settings.SettingsFile(HKeyCurrentUser, (root / "settings.ini").string());
-    settings.SaveSetting("Settings", "SMTPServer", "127.0.0.1");
-    settings.SaveSetting("Settings", "SMTPPort", "1"); // nothing listens there
-    setup.Email = true;
-    setup.EmailTo = "ann@example.com";
-    const auto start = std::chrono::steady_clock::now();
-    EXPECT_TRUE(RunBackup([&](BackupEngine& engine) {
-        engine.Settings(settings);
-        engine.MailTimeout(1);
-    }));
-    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(10));
-    const auto result = std::find(view.lines.begin(), view.lines.end(), "Backup Complete");
-    ASSERT_NE(result, view.lines.end());
-    EXPECT_NE(result + 1, view.lines.end()); // the mailer's own lines follow the result
 }
 
 // Copy and verify move a file in one round per block of the block size (one yield each),

@@ -18,7 +18,9 @@ struct FaultCase {
     const char* name;
     std::vector<Fault> faults; // paths may hold %A%, %AC% (its copy), %B%, %DIR%, %DIRC%
     const char* result;
-    std::vector<std::string> shown; // line starts, placeholders as above plus %OUT%
+    // Line starts, placeholders as above plus %OUT% and the system's codes of the errors
+    // injected: %IO%, %DENIED%, %FULL%, %QUOTA%, %MISSING%.
+    std::vector<std::string> shown;
     Copy a;
     bool bCopied = true;
     bool oldCopy = false; // a good copy of a.bin is there before the run
@@ -29,13 +31,20 @@ struct FaultCase {
 class FaultMatrix : public EngineTest, public ::testing::WithParamInterface<FaultCase> {
 protected:
     std::string Expand(std::string t) const {
-        const fs::path a = src / "a.bin", b = src / "dir/b.txt";
-        const std::pair<std::string, std::string> keys[] = {{"%AC%", Copy(a).string()},
-                                                            {"%A%", a.string()},
-                                                            {"%B%", b.string()},
-                                                            {"%DIRC%", Copy(src / "dir").string()},
-                                                            {"%DIR%", (src / "dir").string()},
-                                                            {"%OUT%", out.string()}};
+        const fs::path a = src / "a.bin", b = src / "dir" / "b.txt";
+        auto code = [](const SysError& e) { return std::to_string(e.Code()); };
+        const std::pair<std::string, std::string> keys[] = {
+            {"%AC%", Copy(a).string()},
+            {"%A%", a.string()},
+            {"%B%", b.string()},
+            {"%DIRC%", Copy(src / "dir").string()},
+            {"%DIR%", (src / "dir").string()},
+            {"%OUT%", out.string()},
+            {"%IO%", code(SysError::Io())},
+            {"%DENIED%", code(SysError::AccessDenied())},
+            {"%FULL%", code(SysError::NoSpace())},
+            {"%QUOTA%", code(SysError::QuotaExceeded())},
+            {"%MISSING%", code(SysError::NotFound())}};
         for (const auto& [key, value] : keys) {
             for (std::size_t p; (p = t.find(key)) != std::string::npos;) {
                 t.replace(p, key.size(), value);
@@ -50,7 +59,7 @@ const std::string kOriginal = Bytes(kSize, 3);
 TEST_P(FaultMatrix, UserSeesItAndNothingIsLost) {
     const FaultCase& c = GetParam();
     WriteFile(src / "a.bin", kOriginal);
-    WriteFile(src / "dir/b.txt", "bbb");
+    WriteFile(src / "dir" / "b.txt", "bbb");
     if (c.oldCopy) {
         WriteFile(Copy(src / "a.bin"), "good old copy");
     }
@@ -69,7 +78,7 @@ TEST_P(FaultMatrix, UserSeesItAndNothingIsLost) {
     const std::string expected[] = {"good old copy", "", kOriginal, kOriginal.substr(0, 1000)};
     EXPECT_EQ(fs::exists(aCopy), c.a != Copy::Absent);
     EXPECT_TRUE(ReadFile(aCopy) == expected[static_cast<int>(c.a)]) << "copy of a.bin differs";
-    EXPECT_EQ(fs::exists(Copy(src / "dir/b.txt")), c.bCopied);
+    EXPECT_EQ(fs::exists(Copy(src / "dir" / "b.txt")), c.bCopied);
     EXPECT_EQ(view.warnings.size(), c.warned ? 1u : 0u);
     for (const auto& e : fs::recursive_directory_iterator(out)) {
         EXPECT_EQ(e.path().filename().string().rfind(".tessaron-", 0), std::string::npos)
@@ -101,26 +110,26 @@ const FaultCase kFaults[] = {
     {"ReadErrorMidFile",
      {At(Op::Read, "%A%", SysError::Io(), 131072)},
      kError,
-     {"Error During Read - %A%, Error: (5) ", "Unable to Copy File - %A%"},
+     {"Error During Read - %A%, Error: (%IO%) ", "Unable to Copy File - %A%"},
      Copy::Old,
      true,
      true},
     {"WriteErrorMidFile",
      {At(Op::Write, "", SysError::Io(), 131072)},
      kError,
-     {"Error During Write - %AC%, Error: (5) "},
+     {"Error During Write - %AC%, Error: (%IO%) "},
      Copy::Old,
      true,
      true},
     {"DiskFullMidFile",
      {At(Op::Write, "", SysError::NoSpace(), 65536)},
      kError,
-     {"Error During Write - %AC%, Error: (28) ", "Unable to Copy File - %A%"},
+     {"Error During Write - %AC%, Error: (%FULL%) ", "Unable to Copy File - %A%"},
      Copy::Absent},
     {"QuotaMidFile",
      {At(Op::Write, "", SysError::QuotaExceeded(), 200000)},
      kError,
-     {"Error During Write - %AC%, Error: (122) "},
+     {"Error During Write - %AC%, Error: (%QUOTA%) "},
      Copy::Old,
      true,
      true},
@@ -128,30 +137,30 @@ const FaultCase kFaults[] = {
     {"OpenDenied",
      {At(Op::OpenFileAt, "%A%", SysError::AccessDenied())},
      kError,
-     {"Unable to open - %A%, Error: (13) ", "Unable to Copy File - %A%"},
+     {"Unable to open - %A%, Error: (%DENIED%) ", "Unable to Copy File - %A%"},
      Copy::Absent},
     {"ListDenied",
      {At(Op::List, "%DIR%", SysError::AccessDenied())},
      kError,
-     {"Unable to list directory - %DIR%, Error: (13) "},
+     {"Unable to list directory - %DIR%, Error: (%DENIED%) "},
      Copy::Whole,
      false},
     {"ExamineDenied",
      {At(Op::Examine, "%B%", SysError::AccessDenied())},
      kError,
-     {"Unable to examine - %B%, Error: (13) "},
+     {"Unable to examine - %B%, Error: (%DENIED%) "},
      Copy::Whole,
      false},
     {"EnterDenied",
      {At(Op::OpenFolderAt, "%DIR%", SysError::AccessDenied())},
      kError,
-     {"Unable to open - %DIR%, Error: (13) "},
+     {"Unable to open - %DIR%, Error: (%DENIED%) "},
      Copy::Whole,
      false},
     {"Vanishes",
      {Before(Op::OpenFileAt, "%A%", [](const std::string& p) { fs::remove(p); })},
      kError,
-     {"Unable to open - %A%, Error: (2) "},
+     {"Unable to open - %A%, Error: (%MISSING%) "},
      Copy::Absent},
     {"SmallFileVanishes",
      {Before(Op::OpenFileAt, "%B%", [](const std::string& p) { fs::remove(p); })},
@@ -179,30 +188,31 @@ const FaultCase kFaults[] = {
     {"CloseFails",
      {At(Op::Close, "%AC%", SysError::Io())},
      kError,
-     {"Error During Write - %AC%, Error: (5) "},
+     {"Error During Write - %AC%, Error: (%IO%) "},
      Copy::Absent},
     {"RenameFails",
      {At(Op::RenameAt, "%AC%", SysError::AccessDenied())},
      kError,
-     {"Unable to create - %AC%, Error: (13) "},
+     {"Unable to create - %AC%, Error: (%DENIED%) "},
      Copy::Old,
      true,
      true},
     {"TimesFail",
      {At(Op::SetFileMeta, "%AC%", SysError::AccessDenied())},
      kError,
-     {"Unable to set attributes - %AC%, Error: (13) "},
+     {"Unable to set attributes - %AC%, Error: (%DENIED%) "},
      Copy::Absent},
     {"FolderCreateFails",
      {At(Op::CreateFolderAt, "%DIRC%", SysError::AccessDenied())},
      kError,
-     {"Unable to create target directory - %DIRC% clsFileSystem.CreateDirectory() - Error (13) "},
+     {"Unable to create target directory - %DIRC% clsFileSystem.CreateDirectory() - Error "
+      "(%DENIED%) "},
      Copy::Whole,
      false},
     {"FolderTimesFail",
      {At(Op::SetFolderMeta, "%DIRC%", SysError::AccessDenied())},
      kError,
-     {"Unable to set attributes - %DIRC%, Error: (13) "},
+     {"Unable to set attributes - %DIRC%, Error: (%DENIED%) "},
      Copy::Whole},
     {"LogCannotBeWritten",
      {At(Op::WriteLog, "", SysError::NoSpace())},
@@ -216,7 +226,7 @@ const FaultCase kFaults[] = {
     {"MediumFlushFails",
      {At(Op::Sync, "", SysError::Io())},
      kError,
-     {"Unable to write to the target medium - %OUT%, Error: (5) "},
+     {"Unable to write to the target medium - %OUT%, Error: (%IO%) "},
      Copy::Whole},
     {"StopOnErrorStillVerifies",
      {At(Op::OpenFileAt, "%A%", SysError::AccessDenied())},

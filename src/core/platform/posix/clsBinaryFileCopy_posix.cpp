@@ -80,7 +80,8 @@ bool clsBinaryFile::GetTimes(timespec& atime, timespec& mtime) {
     return true;
 }
 
-bool clsBinaryFile::SetTimes(const timespec& atime, const timespec& mtime) {
+// A creation time cannot be set on POSIX.
+bool clsBinaryFile::SetTimes(const timespec& atime, const timespec& mtime, const timespec&) {
     if (m_fd < 0) {
         return Fail(EBADF);
     }

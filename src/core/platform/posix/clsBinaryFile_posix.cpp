@@ -114,8 +114,9 @@ bool clsBinaryFile::OpenFileAt(const clsFolder& folder, const std::string& name)
     return true;
 }
 
+// A file gets holes wherever it is written past its end: nothing to mark for sparse.
 bool clsBinaryFile::CreateFileAt(clsFolder& folder, const std::string& name, unsigned mode,
-                                 long long uid, long long gid) {
+                                 long long uid, long long gid, bool) {
     CloseFile();
     Access = FileAccess::Write;
     OpenMode = FileOpen::CreateNew;
@@ -319,6 +320,11 @@ bool clsBinaryFile::SetMode(unsigned mode) {
     }
     m_knownMode = mode & 07777;
     return true;
+}
+
+bool clsBinaryFile::SetAttributes(int) {
+    // Read-only is the lack of write bits (SetMode); hidden is a name; system is unknown.
+    return m_fd >= 0 || Fail(EBADF);
 }
 
 bool clsBinaryFile::SetOwner(unsigned uid, unsigned gid) {

@@ -209,9 +209,15 @@ bool clsFolder::SetOwner(unsigned uid, unsigned gid) {
     return ::fchown(m_fd, uid, gid) == 0 || Fail();
 }
 
-bool clsFolder::SetTimes(const timespec& atime, const timespec& mtime) {
+// A creation time cannot be set on POSIX.
+bool clsFolder::SetTimes(const timespec& atime, const timespec& mtime, const timespec&) {
     const timespec ts[2] = {atime, mtime};
     return ::futimens(m_fd, ts) == 0 || Fail();
+}
+
+bool clsFolder::SetAttributes(int) {
+    // Read-only is the lack of write bits (SetMode); hidden is a name; system is unknown.
+    return m_fd >= 0 || (LastErrorCode = EBADF, false);
 }
 
 bool clsFolder::AllowChanges() {

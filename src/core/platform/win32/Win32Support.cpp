@@ -59,6 +59,33 @@ std::wstring LongPath(const std::string& path) {
     return L"\\\\?\\" + full;
 }
 
+std::string EnvironmentText(const wchar_t* name) {
+    const DWORD n = ::GetEnvironmentVariableW(name, nullptr, 0);
+    std::wstring value(n, L'\0');
+    if (n == 0 || ::GetEnvironmentVariableW(name, value.data(), n) != n - 1) {
+        return {};
+    }
+    value.resize(n - 1);
+    return Narrow(value);
+}
+
+std::wstring FinalPath(HANDLE h) {
+    std::wstring path(MAX_PATH, L'\0');
+    for (int attempt = 0; attempt < 2; ++attempt) {
+        const DWORD n = ::GetFinalPathNameByHandleW(h, path.data(), static_cast<DWORD>(path.size()),
+                                                    FILE_NAME_NORMALIZED | VOLUME_NAME_DOS);
+        if (n == 0) {
+            return {};
+        }
+        if (n < path.size()) {
+            path.resize(n);
+            return path;
+        }
+        path.resize(n + 1);
+    }
+    return {};
+}
+
 std::string ErrorText(DWORD code) {
     wchar_t* buffer = nullptr;
     const DWORD flags =
@@ -131,22 +158,8 @@ bool FileTimeOfDate(const DateTime& date, FILETIME& ft) {
     return ::SystemTimeToFileTime(&st, &ft) != 0;
 }
 
-bool AttributeData(const std::wstring& longPath, WIN32_FILE_ATTRIBUTE_DATA& data) {
-    return ::GetFileAttributesExW(longPath.c_str(), GetFileExInfoStandard, &data) != 0;
-}
-
 bool IsLinkTag(DWORD reparseTag) {
     return reparseTag == IO_REPARSE_TAG_SYMLINK || reparseTag == IO_REPARSE_TAG_MOUNT_POINT;
-}
-
-DWORD ReparseTag(const std::wstring& longPath) {
-    WIN32_FIND_DATAW data{};
-    const HANDLE find = ::FindFirstFileW(longPath.c_str(), &data);
-    if (find == INVALID_HANDLE_VALUE) {
-        return 0;
-    }
-    ::FindClose(find);
-    return (data.dwFileAttributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0 ? data.dwReserved0 : 0;
 }
 
 FileKind KindOf(DWORD attributes, DWORD reparseTag) {
@@ -157,44 +170,6 @@ FileKind KindOf(DWORD attributes, DWORD reparseTag) {
         return FileKind::Directory;
     }
     return (attributes & FILE_ATTRIBUTE_DEVICE) != 0 ? FileKind::Device : FileKind::File;
-}
-
-void FillInfo(DWORD attributes, DWORD reparseTag, const FILETIME& written, const FILETIME& accessed,
-              DWORD sizeHigh, DWORD sizeLow, FileInfo& out) {
-    out = FileInfo{};
-    out.Exists = true;
-    out.Kind = KindOf(attributes, reparseTag);
-    if (out.Kind == FileKind::File) {
-        out.Size =
-            static_cast<long long>((static_cast<unsigned long long>(sizeHigh) << 32) | sizeLow);
-    }
-    out.MTime = ToTimespec(written);
-    out.ATime = ToTimespec(accessed);
-    out.Mode = (attributes & FILE_ATTRIBUTE_READONLY) != 0 ? 0444 : 0666;
-    if (out.Kind == FileKind::Directory) {
-        out.Mode |= 0111;
-    }
-}
-
-bool IsNotFound(DWORD code) {
-    return code == ERROR_FILE_NOT_FOUND || code == ERROR_PATH_NOT_FOUND ||
-           code == ERROR_INVALID_DRIVE || code == ERROR_BAD_NETPATH || code == ERROR_BAD_NET_NAME ||
-           code == ERROR_DIRECTORY;
-}
-
-bool ExamineEntry(const std::string& path, FileInfo& out, DWORD& code) {
-    out = FileInfo{};
-    const std::wstring wide = LongPath(path);
-    WIN32_FILE_ATTRIBUTE_DATA data{};
-    if (wide.empty() || !AttributeData(wide, data)) {
-        code = wide.empty() ? ERROR_FILE_NOT_FOUND : ::GetLastError();
-        return IsNotFound(code);
-    }
-    const DWORD tag =
-        (data.dwFileAttributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0 ? ReparseTag(wide) : 0;
-    FillInfo(data.dwFileAttributes, tag, data.ftLastWriteTime, data.ftLastAccessTime,
-             data.nFileSizeHigh, data.nFileSizeLow, out);
-    return true;
 }
 
 } // namespace tessaron::win32

@@ -1,4 +1,5 @@
-// clsBinaryFile on Windows: one file handle, its blocks, position and times.
+// clsBinaryFile on Windows: one file handle, its blocks, position, holes, and reading
+// from the medium. Times and attributes are in clsBinaryFileMeta_win32.cpp.
 // LastErrorCode holds the system's error code (GetLastError).
 #include "platform/clsBinaryFile.h"
 
@@ -6,6 +7,8 @@
 #include "platform/win32/Win32Support.h"
 
 #include <algorithm>
+#include <cstring>
+#include <winioctl.h>
 
 namespace tessaron {
 
@@ -14,6 +17,10 @@ namespace {
 constexpr long long kMaxSpecialBlock = 16 << 20;
 // ReadFile and WriteFile take 32-bit counts: larger blocks go in rounds of this.
 constexpr std::size_t kMaxRound = 1u << 30;
+// Unbuffered reads start, end and land on multiples of the sector size; 4 KiB covers
+// the sectors of disks in use. They go through an aligned buffer of this many bytes.
+constexpr long long kSectorUnit = 4096;
+constexpr std::size_t kUnbufferedRound = 1u << 20;
 
 HANDLE AsHandle(NativeHandle h) {
     return reinterpret_cast<HANDLE>(h);
@@ -56,13 +63,23 @@ bool clsBinaryFile::OpenFile(const std::string& name, std::int64_t access, std::
     return true;
 }
 
+// A file that was written is put on its medium before it is closed: Windows has no flush
+// of a whole volume for an ordinary user, so this is the one moment to do it.
 bool clsBinaryFile::CloseFile() {
     m_knownMode = m_knownUid = m_knownGid = -1;
+    const bool written = m_written;
+    m_written = m_unbuffered = false;
+    m_position = 0;
     if (m_fd == -1) {
         return true;
     }
+    const bool flushed = !written || ::FlushFileBuffers(AsHandle(m_fd));
+    const DWORD flushCode = flushed ? 0 : ::GetLastError();
     const bool closed = ::CloseHandle(AsHandle(m_fd)) != 0;
     m_fd = -1;
+    if (!flushed) {
+        return Fail(static_cast<int>(flushCode));
+    }
     return closed || Fail();
 }
 
@@ -92,7 +109,7 @@ bool clsBinaryFile::OpenFileAt(const clsFolder& folder, const std::string& name)
 }
 
 bool clsBinaryFile::CreateFileAt(clsFolder& folder, const std::string& name, unsigned, long long,
-                                 long long) {
+                                 long long, bool sparse) {
     CloseFile();
     Access = FileAccess::Write;
     OpenMode = FileOpen::CreateNew;
@@ -108,6 +125,16 @@ bool clsBinaryFile::CreateFileAt(clsFolder& folder, const std::string& name, uns
         return Fail();
     }
     m_fd = reinterpret_cast<NativeHandle>(h);
+    m_written = true; // even an empty copy is put on the medium when closed
+    DWORD volumeFlags = 0;
+    DWORD bytes = 0;
+    // Where the volume keeps no holes the copy is a plain one: the gaps are written out.
+    if (sparse &&
+        ::GetVolumeInformationByHandleW(h, nullptr, 0, nullptr, nullptr, &volumeFlags, nullptr,
+                                        0) &&
+        (volumeFlags & FILE_SUPPORTS_SPARSE_FILES) != 0) {
+        ::DeviceIoControl(h, FSCTL_SET_SPARSE, nullptr, 0, nullptr, 0, &bytes, nullptr);
+    }
     return true;
 }
 
@@ -115,10 +142,100 @@ void clsBinaryFile::AdviseSequential() {
     // Files opened for copying already carry FILE_FLAG_SEQUENTIAL_SCAN.
 }
 
+// The copy is opened again without the system's cache: every read then comes from the
+// medium. When that cannot be done the buffered handle stays.
+void clsBinaryFile::DropCache() {
+    if (m_fd == -1 || m_unbuffered) {
+        return;
+    }
+    const long long position = FilePointer();
+    HANDLE direct = ::ReOpenFile(AsHandle(m_fd), GENERIC_READ, FILE_SHARE_READ,
+                                 FILE_FLAG_NO_BUFFERING | FILE_FLAG_SEQUENTIAL_SCAN);
+    if (direct == INVALID_HANDLE_VALUE || position < 0) {
+        return;
+    }
+    ::CloseHandle(AsHandle(m_fd));
+    m_fd = reinterpret_cast<NativeHandle>(direct);
+    m_unbuffered = true;
+    m_position = position;
+}
+
+// Reads whole sectors from the sector at or before the position into the aligned buffer
+// and hands out the bytes asked for. A read that reaches the end of the file returns
+// fewer bytes; past the end it returns none.
+long long clsBinaryFile::UnbufferedRead(unsigned char* out, std::size_t count) {
+    if (m_sectorBuffer.empty()) {
+        m_sectorBuffer.resize(kUnbufferedRound + kSectorUnit);
+    }
+    const auto address = reinterpret_cast<std::uintptr_t>(m_sectorBuffer.data());
+    unsigned char* aligned =
+        m_sectorBuffer.data() + (kSectorUnit - address % kSectorUnit) % kSectorUnit;
+    std::size_t done = 0;
+    while (done < count) {
+        const long long start = m_position / kSectorUnit * kSectorUnit;
+        const auto skip = static_cast<std::size_t>(m_position - start);
+        const std::size_t want = std::min<std::size_t>(
+            (skip + count - done + kSectorUnit - 1) / kSectorUnit * kSectorUnit, kUnbufferedRound);
+        OVERLAPPED at{};
+        at.Offset = static_cast<DWORD>(start & 0xFFFFFFFF);
+        at.OffsetHigh = static_cast<DWORD>(static_cast<unsigned long long>(start) >> 32);
+        DWORD got = 0;
+        if (!::ReadFile(AsHandle(m_fd), aligned, static_cast<DWORD>(want), &got, &at) &&
+            ::GetLastError() != ERROR_HANDLE_EOF) {
+            Fail();
+            return -1;
+        }
+        if (got <= skip) {
+            break;
+        }
+        const std::size_t take = std::min<std::size_t>(got - skip, count - done);
+        std::memcpy(out + done, aligned + skip, take);
+        done += take;
+        m_position += static_cast<long long>(take);
+        if (got < want) {
+            break;
+        }
+    }
+    return static_cast<long long>(done);
+}
+
+// The stretches of data that the file system reports for a sparse file; one that cannot
+// tell reports the whole rest as data.
+bool clsBinaryFile::NextData(long long from, long long& start, long long& end) {
+    const long long size = FileSize();
+    if (size < 0) {
+        return false;
+    }
+    start = end = size;
+    if (from >= size) {
+        return true;
+    }
+    FILE_ALLOCATED_RANGE_BUFFER query{};
+    query.FileOffset.QuadPart = from;
+    query.Length.QuadPart = size - from;
+    FILE_ALLOCATED_RANGE_BUFFER ranges[16] = {};
+    DWORD bytes = 0;
+    const bool answered = ::DeviceIoControl(AsHandle(m_fd), FSCTL_QUERY_ALLOCATED_RANGES, &query,
+                                            sizeof query, ranges, sizeof ranges, &bytes, nullptr) ||
+                          ::GetLastError() == ERROR_MORE_DATA;
+    if (!answered) {
+        start = from;
+        return true;
+    }
+    if (bytes >= sizeof ranges[0]) {
+        start = std::max(from, ranges[0].FileOffset.QuadPart);
+        end = std::min(size, ranges[0].FileOffset.QuadPart + ranges[0].Length.QuadPart);
+    }
+    return true;
+}
+
 long long clsBinaryFile::ReadBlock(void* buf, std::size_t count) {
     if (m_fd == -1) {
         Fail(ERROR_INVALID_HANDLE);
         return -1;
+    }
+    if (m_unbuffered) {
+        return UnbufferedRead(static_cast<unsigned char*>(buf), count);
     }
     auto* out = static_cast<unsigned char*>(buf);
     std::size_t done = 0;
@@ -148,6 +265,7 @@ bool clsBinaryFile::WriteAll(const void* buf, std::size_t count, long long offse
         return Fail(ERROR_INVALID_HANDLE);
     }
     const long long before = offset < 0 ? -1 : FilePointer();
+    m_written = true;
     const auto* in = static_cast<const unsigned char*>(buf);
     std::size_t done = 0;
     while (done < count) {
@@ -210,12 +328,17 @@ bool clsBinaryFile::SeekFile(long long position) {
     if (position < 0) {
         return Fail(ERROR_NEGATIVE_SEEK);
     }
+    if (m_unbuffered) {
+        m_position = position;
+        return true;
+    }
     LARGE_INTEGER to{};
     to.QuadPart = position;
     return ::SetFilePointerEx(AsHandle(m_fd), to, nullptr, FILE_BEGIN) || Fail();
 }
 
 bool clsBinaryFile::TruncateFile(long long position) {
+    m_written = m_written || m_fd != -1;
     return SeekFile(position) && (::SetEndOfFile(AsHandle(m_fd)) || Fail());
 }
 
@@ -239,110 +362,14 @@ long long clsBinaryFile::FilePointer() {
         Fail(ERROR_INVALID_HANDLE);
         return -1;
     }
+    if (m_unbuffered) {
+        return m_position;
+    }
     if (!::SetFilePointerEx(AsHandle(m_fd), zero, &at, FILE_CURRENT)) {
         Fail();
         return -1;
     }
     return at.QuadPart;
-}
-
-bool clsBinaryFile::SetMode(unsigned mode) {
-    if (m_fd == -1) {
-        return Fail(ERROR_INVALID_HANDLE);
-    }
-    FILE_BASIC_INFO basic{};
-    if (!::GetFileInformationByHandleEx(AsHandle(m_fd), FileBasicInfo, &basic, sizeof basic)) {
-        return Fail();
-    }
-    // Read-only, the one permission Windows has, when no write bit is set.
-    const DWORD before = basic.FileAttributes;
-    basic.FileAttributes = (mode & 0222) == 0
-                               ? before | FILE_ATTRIBUTE_READONLY
-                               : before & ~static_cast<DWORD>(FILE_ATTRIBUTE_READONLY);
-    if (basic.FileAttributes == before) {
-        return true;
-    }
-    // Times of 0 leave them unchanged.
-    basic.CreationTime.QuadPart = basic.LastAccessTime.QuadPart = 0;
-    basic.LastWriteTime.QuadPart = basic.ChangeTime.QuadPart = 0;
-    return ::SetFileInformationByHandle(AsHandle(m_fd), FileBasicInfo, &basic, sizeof basic) ||
-           Fail();
-}
-
-bool clsBinaryFile::SetOwner(unsigned, unsigned) {
-    // Copies belong to the user who runs the backup, as files that user makes do.
-    return m_fd != -1 || Fail(ERROR_INVALID_HANDLE);
-}
-
-bool clsBinaryFile::GetTimes(timespec& atime, timespec& mtime) {
-    FILETIME accessed{};
-    FILETIME written{};
-    if (m_fd == -1) {
-        return Fail(ERROR_INVALID_HANDLE);
-    }
-    if (!::GetFileTime(AsHandle(m_fd), nullptr, &accessed, &written)) {
-        return Fail();
-    }
-    atime = win32::ToTimespec(accessed);
-    mtime = win32::ToTimespec(written);
-    return true;
-}
-
-bool clsBinaryFile::SetTimes(const timespec& atime, const timespec& mtime) {
-    if (m_fd == -1) {
-        return Fail(ERROR_INVALID_HANDLE);
-    }
-    const FILETIME accessed = win32::ToFileTime(atime);
-    const FILETIME written = win32::ToFileTime(mtime);
-    return ::SetFileTime(AsHandle(m_fd), nullptr, &accessed, &written) || Fail();
-}
-
-// File dates are local: the zone's present bias is applied (FileTimeToLocalFileTime), not
-// the one in force at the stored moment, so a date read and written back in the same
-// zone comes out unchanged.
-bool clsBinaryFile::GetFileDates(DateTime& created, DateTime& accessed, DateTime& written) {
-    created = accessed = written = DateTime{};
-    FILETIME times[3] = {};
-    if (m_fd == -1) {
-        return Fail(ERROR_INVALID_HANDLE);
-    }
-    if (!::GetFileTime(AsHandle(m_fd), &times[0], &times[1], &times[2])) {
-        return Fail();
-    }
-    DateTime* dates[3] = {&created, &accessed, &written};
-    for (int i = 0; i < 3; ++i) {
-        FILETIME local{};
-        if (::FileTimeToLocalFileTime(&times[i], &local)) {
-            *dates[i] = win32::DateOfFileTime(local);
-        }
-    }
-    return true;
-}
-
-bool clsBinaryFile::SetCreateTime(const DateTime& value) {
-    return SetFileDates(value, DateTime{}, DateTime{});
-}
-
-bool clsBinaryFile::SetFileDates(const DateTime& created, const DateTime& accessed,
-                                 const DateTime& written) {
-    if (m_fd == -1) {
-        return Fail(ERROR_INVALID_HANDLE);
-    }
-    const DateTime* dates[3] = {&created, &accessed, &written};
-    FILETIME times[3] = {};
-    const FILETIME* given[3] = {};
-    for (int i = 0; i < 3; ++i) {
-        FILETIME local{};
-        if (dates[i]->IsEmpty()) {
-            continue; // an empty date leaves that time as it is
-        }
-        if (!win32::FileTimeOfDate(*dates[i], local) ||
-            !::LocalFileTimeToFileTime(&local, &times[i])) {
-            return Fail(ERROR_INVALID_PARAMETER);
-        }
-        given[i] = &times[i];
-    }
-    return ::SetFileTime(AsHandle(m_fd), given[0], given[1], given[2]) || Fail();
 }
 
 } // namespace tessaron

@@ -218,19 +218,19 @@ std::string clsFileSystem::ProgramLogDir() {
     if (!program.empty()) {
         const std::string beside = program + "\\Log";
         const std::string saved = LastError;
+        const SysError savedInfo = LastErrorInfo;
         if (CreateDirectories(beside) && IsWritableFolder(beside)) {
             return beside;
         }
         LastError = saved; // falling back is not a failure
+        LastErrorInfo = savedInfo;
     }
-    const DWORD n = ::GetEnvironmentVariableW(L"LOCALAPPDATA", nullptr, 0);
-    std::wstring local(n, L'\0');
-    if (n == 0 || ::GetEnvironmentVariableW(L"LOCALAPPDATA", local.data(), n) != n - 1) {
+    const std::string local = win32::EnvironmentText(L"LOCALAPPDATA");
+    if (local.empty()) {
         Fail("ProgramLogDir", ERROR_ENVVAR_NOT_FOUND);
         return {};
     }
-    local.resize(n - 1);
-    const std::string dir = win32::Narrow(local) + "\\VELQO\\Tessaron\\Log";
+    const std::string dir = local + "\\VELQO\\Tessaron\\Log";
     if (!CreateDirectories(dir)) {
         return {};
     }

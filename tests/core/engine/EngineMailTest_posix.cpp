@@ -79,5 +79,15 @@ TEST_F(MailRunTest, RecipientWithALineBreakIsRefusedWithoutConnecting) {
     EXPECT_TRUE(view.Shows("Backup Complete"));
 }
 
+// A server that cannot be reached is logged after the result, which it leaves alone.
+TEST_F(MailRunTest, FailureLeavesTheResultAlone) {
+    WriteFile(src / "a.txt", "a");
+    UseServer(1); // nothing listens there
+    EXPECT_TRUE(Run());
+    const auto result = std::find(view.lines.begin(), view.lines.end(), "Backup Complete");
+    ASSERT_NE(result, view.lines.end());
+    EXPECT_NE(result + 1, view.lines.end()); // the mailer's own lines follow the result
+}
+
 } // namespace
 } // namespace tessaron::test
