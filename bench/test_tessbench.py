@@ -171,12 +171,15 @@ class Cases(unittest.TestCase):
         return case
 
     def test_copies_are_checked_and_outputs_moved_aside(self):
-        case = self.run_case(self.bench.copy_case("2", "t", self.src, small=True))
-        self.assertEqual([c.name for c in case.contenders], ["cp -a", "rsync -a"])
+        case = self.run_case(self.bench.copy_case("2", "t", self.src, small=True,
+                                                  synced="cp -a + sync -f"))
+        self.assertEqual([c.name for c in case.contenders],
+                         ["cp -a", "cp -a + sync -f", "rsync -a"])
+        self.assertEqual(case.targets[0].peer, "cp -a + sync -f")
         for c in case.contenders:
             self.assertEqual((c.problems, len(c.results)), ([], 2))
             self.assertFalse(c.out_dir.exists())
-        self.assertEqual(len(os.listdir(self.bench.trash.folder)), 4)
+        self.assertEqual(len(os.listdir(self.bench.trash.folder)), 6)
 
     def test_incremental_over_an_up_to_date_copy_rewrites_nothing(self):
         case = self.run_case(self.bench.incremental_case("3", "t", self.src))

@@ -3,12 +3,15 @@
 // so, fails it instead (by operation, path and call count, or once a read or write reaches
 // an offset), moves fewer bytes than asked, or first runs a step of the test (a file that
 // vanishes, grows or shrinks between listing and copy). Paths are matched by their end.
+// Calls may come from the run's read-ahead thread too: each call holds one lock while it
+// looks at the faults, so faults, steps and observers see one call at a time.
 
 #include "platform/SystemFileAccess.h"
 #include "platform/clsPath.h"
 
 #include <functional>
 #include <map>
+#include <mutex>
 #include <string>
 #include <vector>
 
@@ -59,17 +62,21 @@ public:
     std::function<void(Op, const std::string&)> onCall;
 
     bool OpenFolder(clsFolder& f, const std::string& p) override {
+        const std::lock_guard<std::recursive_mutex> hold(lock);
         return Pass(Op::OpenFolder, p, f.LastErrorCode) && real.OpenFolder(f, p);
     }
     bool CreateFolder(clsFolder& f, const std::string& p) override {
+        const std::lock_guard<std::recursive_mutex> hold(lock);
         return Pass(Op::CreateFolder, p, f.LastErrorCode) && real.CreateFolder(f, p);
     }
     bool OpenFile(clsBinaryFile& f, const std::string& p) override {
+        const std::lock_guard<std::recursive_mutex> hold(lock);
         paths[&f] = p;
         offsets[&f] = 0;
         return Pass(Op::OpenFile, p, f.LastErrorCode) && real.OpenFile(f, p);
     }
     bool GetPathInfo(const std::string& p, FileInfo& out, SysError& e) override {
+        const std::lock_guard<std::recursive_mutex> hold(lock);
         int code = 0;
         if (!Pass(Op::PathInfo, p, code)) {
             e = SysError::FromCode(code);
@@ -78,6 +85,7 @@ public:
         return real.GetPathInfo(p, out, e);
     }
     bool IsSameOrInside(const std::string& a, const std::string& b) override {
+        const std::lock_guard<std::recursive_mutex> hold(lock);
         return real.IsSameOrInside(a, b);
     }
     bool IsDriveRoot(const std::string& p) override { return real.IsDriveRoot(p); }
@@ -87,18 +95,22 @@ public:
     bool Exists(const std::string& p) override { return real.Exists(p); }
     std::string ProgramLogDir() override { return real.ProgramLogDir(); }
     bool Clean(const std::string& p, const std::function<void()>& y, SysError& e) override {
+        const std::lock_guard<std::recursive_mutex> hold(lock);
         return real.Clean(p, y, e);
     }
     bool CopyFile(const std::string& a, const std::string& b, SysError& e) override {
+        const std::lock_guard<std::recursive_mutex> hold(lock);
         return real.CopyFile(a, b, e);
     }
     bool EjectMedia(const std::string& p) override { return real.EjectMedia(p); }
 
     bool OpenFolderAt(clsFolder& f, const clsFolder& parent, const std::string& n) override {
+        const std::lock_guard<std::recursive_mutex> hold(lock);
         return Pass(Op::OpenFolderAt, At(parent, n), f.LastErrorCode) &&
                real.OpenFolderAt(f, parent, n);
     }
     bool List(clsFolder& f, std::vector<clsFSItem>& items) override {
+        const std::lock_guard<std::recursive_mutex> hold(lock);
         if (!Pass(Op::List, f.Path(), f.LastErrorCode) || !real.List(f, items)) {
             return false;
         }
@@ -112,48 +124,60 @@ public:
         return true;
     }
     bool GetInfoAt(clsFolder& f, const std::string& n, FileInfo& out) override {
+        const std::lock_guard<std::recursive_mutex> hold(lock);
         return Pass(Op::GetInfoAt, At(f, n), f.LastErrorCode) && real.GetInfoAt(f, n, out);
     }
     bool GetFolderInfo(clsFolder& f, FileInfo& out) override { return real.GetFolderInfo(f, out); }
     bool CreateFolderAt(clsFolder& f, const std::string& n) override {
+        const std::lock_guard<std::recursive_mutex> hold(lock);
         return Pass(Op::CreateFolderAt, At(f, n), f.LastErrorCode) && real.CreateFolderAt(f, n);
     }
     bool RemoveAt(clsFolder& f, const std::string& n) override {
+        const std::lock_guard<std::recursive_mutex> hold(lock);
         return Pass(Op::RemoveAt, At(f, n), f.LastErrorCode) && real.RemoveAt(f, n);
     }
     bool RenameAt(clsFolder& f, const std::string& a, const std::string& b) override {
+        const std::lock_guard<std::recursive_mutex> hold(lock);
         return Pass(Op::RenameAt, At(f, b), f.LastErrorCode) && real.RenameAt(f, a, b);
     }
     bool ReadLinkAt(clsFolder& f, const std::string& n, std::string& text) override {
+        const std::lock_guard<std::recursive_mutex> hold(lock);
         return real.ReadLinkAt(f, n, text);
     }
     bool CreateLinkAt(clsFolder& f, const std::string& n, const std::string& text) override {
+        const std::lock_guard<std::recursive_mutex> hold(lock);
         return Pass(Op::CreateLinkAt, At(f, n), f.LastErrorCode) && real.CreateLinkAt(f, n, text);
     }
     bool SetLinkMetaAt(clsFolder& f, const std::string& n, const FileInfo& like) override {
+        const std::lock_guard<std::recursive_mutex> hold(lock);
         return Pass(Op::SetLinkMeta, At(f, n), f.LastErrorCode) && real.SetLinkMetaAt(f, n, like);
     }
     bool SetFolderMeta(clsFolder& f, const FileInfo& like) override {
+        const std::lock_guard<std::recursive_mutex> hold(lock);
         return Pass(Op::SetFolderMeta, f.Path(), f.LastErrorCode) && real.SetFolderMeta(f, like);
     }
     bool AllowChanges(clsFolder& f) override { return real.AllowChanges(f); }
     bool Sync(clsFolder& f) override {
+        const std::lock_guard<std::recursive_mutex> hold(lock);
         return Pass(Op::Sync, f.Path(), f.LastErrorCode) && real.Sync(f);
     }
 
     bool OpenFileAt(clsBinaryFile& f, const clsFolder& dir, const std::string& n) override {
+        const std::lock_guard<std::recursive_mutex> hold(lock);
         paths[&f] = At(dir, n);
         offsets[&f] = 0;
         return Pass(Op::OpenFileAt, paths[&f], f.LastErrorCode) && real.OpenFileAt(f, dir, n);
     }
     bool CreateFileAt(clsBinaryFile& f, clsFolder& dir, const std::string& n,
                       const FileInfo& like) override {
+        const std::lock_guard<std::recursive_mutex> hold(lock);
         paths[&f] = At(dir, n);
         offsets[&f] = 0;
         return Pass(Op::CreateFileAt, paths[&f], f.LastErrorCode) &&
                real.CreateFileAt(f, dir, n, like);
     }
     long long Read(clsBinaryFile& f, void* buf, std::size_t count) override {
+        const std::lock_guard<std::recursive_mutex> hold(lock);
         if (onCall) {
             onCall(Op::Read, paths[&f]);
         }
@@ -162,6 +186,7 @@ public:
     }
     long long CopyBlock(clsBinaryFile& from, clsBinaryFile& to, long long count, void* buf,
                         std::size_t size) override {
+        const std::lock_guard<std::recursive_mutex> hold(lock);
         long long n = Allowed(Op::Read, from, count);
         n = n <= 0 ? n : Allowed(Op::Write, to, n);
         if (n <= 0) {
@@ -172,17 +197,21 @@ public:
         return Moved(to, moved);
     }
     bool NextData(clsBinaryFile& f, long long from, long long& a, long long& b) override {
+        const std::lock_guard<std::recursive_mutex> hold(lock);
         return real.NextData(f, from, a, b);
     }
     bool Seek(clsBinaryFile& f, long long pos) override {
+        const std::lock_guard<std::recursive_mutex> hold(lock);
         offsets[&f] = pos;
         return real.Seek(f, pos);
     }
     bool Truncate(clsBinaryFile& f, long long size) override { return real.Truncate(f, size); }
     bool SetFileMeta(clsBinaryFile& f, const FileInfo& like) override {
+        const std::lock_guard<std::recursive_mutex> hold(lock);
         return Pass(Op::SetFileMeta, paths[&f], f.LastErrorCode) && real.SetFileMeta(f, like);
     }
     bool Close(clsBinaryFile& f) override {
+        const std::lock_guard<std::recursive_mutex> hold(lock);
         if (!f.IsOpen()) {
             return real.Close(f);
         }
@@ -192,13 +221,23 @@ public:
         f.LastErrorCode = pass ? f.LastErrorCode : code;
         return pass && closed;
     }
+    long long Write(clsBinaryFile& f, const void* data, std::size_t count) override {
+        const std::lock_guard<std::recursive_mutex> hold(lock);
+        if (onCall) {
+            onCall(Op::Write, paths[&f]);
+        }
+        const long long n = Allowed(Op::Write, f, static_cast<long long>(count));
+        return n <= 0 ? n : Moved(f, real.Write(f, data, static_cast<std::size_t>(n)));
+    }
     void AdviseSequential(clsBinaryFile& f) override { real.AdviseSequential(f); }
     void DropCache(clsBinaryFile& f) override { real.DropCache(f); }
     bool OpenLog(clsBinaryFile& f, const std::string& p) override {
+        const std::lock_guard<std::recursive_mutex> hold(lock);
         paths[&f] = p;
         return Pass(Op::OpenLog, p, f.LastErrorCode) && real.OpenLog(f, p);
     }
     bool WriteAt(clsBinaryFile& f, const void* d, std::size_t n, long long at) override {
+        const std::lock_guard<std::recursive_mutex> hold(lock);
         return Pass(Op::WriteLog, paths[&f], f.LastErrorCode) && real.WriteAt(f, d, n, at);
     }
 
@@ -260,6 +299,7 @@ private:
     }
 
     SystemFileAccess real;
+    std::recursive_mutex lock;
     std::map<const clsBinaryFile*, std::string> paths;
     std::map<const clsBinaryFile*, long long> offsets;
 };

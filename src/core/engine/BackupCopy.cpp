@@ -58,6 +58,9 @@ bool BackupEngine::LookUpCopy(const Dest& d, FileInfo& dst) {
         LogError("Unable to open", d.path, d.folder.error);
         return false;
     }
+    if (d.folder.listed != nullptr && FindListed(*d.folder.listed, d.name, dst)) {
+        return true;
+    }
     if (!m_fa->GetInfoAt(d.folder.folder, d.name, dst)) {
         LogError("Unable to open", d.path, d.folder.folder.Error());
         return false;
@@ -75,8 +78,7 @@ bool BackupEngine::IsUpToDate(const Source& s, const Dest& d, const FileInfo& ds
                m_fa->ReadLinkAt(*s.folder, s.name, srcText) &&
                m_fa->ReadLinkAt(d.folder.folder, d.name, dstText) && srcText == dstText;
     }
-    return s.info.Kind == FileKind::File && dst.Kind == FileKind::File && s.info.Size == dst.Size &&
-           s.info.MTime.tv_sec == dst.MTime.tv_sec;
+    return UpToDate(s.info, dst);
 }
 
 bool BackupEngine::OpenSource(const Source& s, clsBinaryFile& file) {
@@ -156,7 +158,13 @@ bool BackupEngine::CopyLink(const Source& s, const Dest& d, const FileInfo& dst)
 
 bool BackupEngine::CopyContent(const Source& s, const Dest& d, const FileInfo& dst) {
     FileCopy c(s, d, dst);
-    if (!OpenSource(s, c.in)) {
+    if (s.ahead != nullptr) {
+        TakeFile(*s.ahead);
+        if (s.ahead->openError) {
+            LogError("Unable to open", s.path, s.ahead->openError);
+            return false;
+        }
+    } else if (!OpenSource(s, c.in)) {
         LogError("Unable to open", s.path, c.in.Error());
         return false;
     }
@@ -178,7 +186,10 @@ bool BackupEngine::CopyContent(const Source& s, const Dest& d, const FileInfo& d
         return false;
     }
     c.created = true;
-    if (!(s.info.Sparse ? CopySparse(c) : CopyRange(c, s.info.Size))) {
+    const bool copied = s.ahead != nullptr ? WriteAhead(c, *s.ahead)
+                        : s.info.Sparse    ? CopySparse(c)
+                                           : CopyRange(c, s.info.Size);
+    if (!copied) {
         FailCopy(c);
         return false;
     }

@@ -51,8 +51,22 @@
 // Memory stays flat: the engine keeps one listing per folder level, two block buffers
 // and the displayed log lines (a bounded head and tail for the mail body, see GetLogText);
 // every line goes to the log file the moment it is logged.
+//
+// Overlap: with it on (the default), a second thread does read-only work ahead of the walk
+// in the size and copy phases: it lists the next few folders (in an INCREMENTAL run also
+// the folders of their copies, so that each copy is looked up in a listing instead of
+// being examined on its own) and reads the next small files (up to one block, at most
+// 1 MiB) whole, within a bound of folders, files and bytes. Everything else stays on the
+// run's thread in the walk's order: every log line, counter, yield and question, and
+// every change to the target, so that log, results and what lands on disk are the same
+// with it off; a failure met ahead is said when the walk reaches the entry, as it would
+// have been. The verify phase runs without it. While the copy phase runs, a third thread
+// flushes the target's file system every quarter of a second, so that the flush the run
+// ends with finds little left to do; the run's own flushes still decide and report.
 
+#include "engine/EarlyFlush.h"
 #include "engine/IBackupView.h"
+#include "engine/ReadAhead.h"
 #include "engine/clsProgress.h"
 #include "platform/IFileAccess.h"
 #include "platform/SysError.h"
@@ -96,6 +110,13 @@ public:
     // The way to the file system (not owned; must outlive the engine). Default: the
     // system's own (SystemFileAccess). Tests pass one that injects failures.
     void FileAccess(IFileAccess& access);
+
+    // Whether runs overlap their read-only work (see above); set before Run. Default: on,
+    // unless the environment variable TESSARON_OVERLAP is "0" when the first engine is
+    // made (tests and measurements run both ways with it).
+    void Overlap(bool on) { m_overlap = on; }
+    bool Overlap() const { return m_overlap; }
+    static bool OverlapByDefault();
 
     // Runs the backup. True only when the run ended with neither an error nor a
     // cancellation.
@@ -169,6 +190,9 @@ private:
     struct Dest;
     struct FileCopy;
     struct Ancestor;
+    struct FolderAhead;
+    struct FileAhead;
+    struct LevelAhead;
 
     // Run steps (BackupRun.cpp).
     void StartRun();
@@ -200,8 +224,10 @@ private:
     bool WalkEntryFolder(const std::string& path, const FileInfo& info);
     bool WalkEntryFile(const std::string& path, const FileInfo& info);
     bool Walk(Level& level);
-    bool WalkItem(Level& level, const clsFSItem& item, const std::string& full);
-    bool EnterFolder(Level& level, const clsFSItem& item, const std::string& full);
+    bool ListLevel(Level& level);
+    bool WalkItem(Level& level, std::size_t index, const std::string& full);
+    bool EnterFolder(Level& level, std::size_t index, const std::string& full);
+    bool OpenLevel(Level& level, std::size_t index, Level& sub);
     bool ProcessFile(const Source& source, const Dest& dest);
     void CountFile(const FileInfo& info);
     bool LeftOutAsOutput(const FileIdentity& id);
@@ -214,11 +240,29 @@ private:
     bool OpenCopyChain(const std::string& sourcePath, std::size_t count, Level& level,
                        std::deque<Ancestor>& chain);
     bool StepInto(CopyFolder& parent, const std::string& name, CopyFolder& sub);
-    bool MakeCopyFolder(CopyFolder& parent, const std::string& name, const std::string& path,
-                        bool& made);
+    bool MakeCopyFolder(CopyFolder& parent, const std::string& name, CopyFolder& sub, bool& made);
     bool FinishCopyFolder(CopyFolder& dst, const FileInfo& like);
     bool FinishAncestors(std::deque<Ancestor>& chain);
     std::string CopyPath(const std::string& folderPath, const std::string& name) const;
+
+    // Read-ahead of the walk (BackupAhead.cpp).
+    void StartAhead();
+    void StopAhead();
+    void FlushEarly(std::chrono::steady_clock::time_point now);
+    bool SelectedAt(Level& level, std::size_t index, const std::string* full = nullptr);
+    void PostAhead(Level& level, std::size_t at);
+    void PostFolders(Level& level);
+    void PostFiles(Level& level, std::size_t at);
+    bool WantsContent(const Level& level, const clsFSItem& item) const;
+    bool TakeFolder(Level& level, std::size_t index, Level& sub);
+    FileAhead* FileJob(Level& level, std::size_t index);
+    void ReleaseAhead(Level& level, std::size_t index);
+    void WithdrawAll(LevelAhead& ahead);
+    void TakeFile(FileAhead& job);
+    bool WriteAhead(FileCopy& c, const FileAhead& job);
+    static bool FindListed(const std::vector<clsFSItem>& items, const std::string& name,
+                           FileInfo& out);
+    static bool UpToDate(const FileInfo& source, const FileInfo& copy);
 
     // One file's copy (BackupCopy.cpp).
     bool CopyEntry(const Source& s, const Dest& d);
@@ -275,6 +319,16 @@ private:
     Phase m_phase = Phase::Idle;
     std::vector<unsigned char> m_bufA, m_bufB;
     std::mt19937_64 m_random;
+
+    // The read-ahead thread (size and copy phases, with overlap on) and what is posted to
+    // it and not yet taken (kept on the run's thread only).
+    bool m_overlap = OverlapByDefault();
+    std::unique_ptr<ReadAhead> m_ahead;
+    int m_aheadFolders = 0;
+    int m_aheadFiles = 0;
+    long long m_aheadBytes = 0;
+    std::unique_ptr<EarlyFlush> m_flush;
+    std::chrono::steady_clock::time_point m_lastFlush;
 
     // The target: its folder (open from the copy phase on) and the path it was opened for;
     // its identity and path as written (left out of every walk, said once).

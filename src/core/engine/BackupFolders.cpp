@@ -128,7 +128,7 @@ bool BackupEngine::StepInto(CopyFolder& parent, const std::string& name, CopyFol
         return true;
     }
     bool made = false;
-    if (!MakeCopyFolder(parent, name, sub.path, made)) {
+    if (!MakeCopyFolder(parent, name, sub, made)) {
         return false;
     }
     if (!m_fa->OpenFolderAt(sub.folder, parent.folder, name)) {
@@ -142,11 +142,12 @@ bool BackupEngine::StepInto(CopyFolder& parent, const std::string& name, CopyFol
     return true;
 }
 
-// Makes the folder name in parent unless a folder is there; an old copy of another kind
-// (a file or a link) is removed first, nothing else.
-bool BackupEngine::MakeCopyFolder(CopyFolder& parent, const std::string& name,
-                                  const std::string& path, bool& made) {
+// Makes the folder name in parent unless a folder is there (then sub.id is what it is);
+// an old copy of another kind (a file or a link) is removed first, nothing else.
+bool BackupEngine::MakeCopyFolder(CopyFolder& parent, const std::string& name, CopyFolder& sub,
+                                  bool& made) {
     made = false;
+    const std::string& path = sub.path;
     if (!parent.fresh) {
         FileInfo now;
         if (!m_fa->GetInfoAt(parent.folder, name, now)) {
@@ -154,6 +155,7 @@ bool BackupEngine::MakeCopyFolder(CopyFolder& parent, const std::string& name,
             return false;
         }
         if (now.Kind == FileKind::Directory) {
+            sub.id = now.Id;
             return true;
         }
         if (now.Exists && !m_fa->RemoveAt(parent.folder, name)) {

@@ -13,6 +13,7 @@ namespace {
 constexpr size_t kShownHeadLimit = 4u << 20;
 constexpr size_t kShownTailLines = 200;
 constexpr auto kRefreshInterval = std::chrono::milliseconds(500);
+constexpr auto kFlushInterval = std::chrono::milliseconds(250);
 
 std::string TwoDigits(int n) {
     return std::string(1, static_cast<char>('0' + (n / 10) % 10)) + static_cast<char>('0' + n % 10);
@@ -201,8 +202,12 @@ void BackupEngine::UpdateProgress() {
 }
 
 void BackupEngine::YieldPoint() {
-    if (m_timerOn && std::chrono::steady_clock::now() - m_lastRefresh >= kRefreshInterval) {
+    const auto now = std::chrono::steady_clock::now();
+    if (m_timerOn && now - m_lastRefresh >= kRefreshInterval) {
         UpdateProgress();
+    }
+    if (m_overlap && m_phase == Phase::Copy && now - m_lastFlush >= kFlushInterval) {
+        FlushEarly(now);
     }
     m_view.Yield();
 }

@@ -91,7 +91,10 @@ bool BackupEngine::Run(bool unloadOnExit) {
     }
     StartRun();
     bool hadError = false;
-    if (SizePhase(hadError) && CopyOrVerifyPhase(false, hadError)) {
+    StartAhead();
+    const bool copied = SizePhase(hadError) && CopyOrVerifyPhase(false, hadError);
+    StopAhead();
+    if (copied) {
         if (m_setup->Verify && !m_cancelled) {
             std::int32_t copyElapsed = 0;
             StartVerify(copyElapsed, hadError);
@@ -100,6 +103,7 @@ bool BackupEngine::Run(bool unloadOnExit) {
         }
     }
     MakeDurable(hadError);
+    m_flush.reset();
     const std::string resultText = FinishResult(hadError);
     MailLog(resultText);
     SaveLogToTarget();
@@ -212,6 +216,7 @@ bool BackupEngine::CopyOrVerifyPhase(bool verifying, bool& hadError) {
     if (!verifying) {
         AddLogLine("Copying Files To: " + target + "...", true);
         m_progress->Start();
+        m_lastFlush = std::chrono::steady_clock::now();
     }
     m_phase = verifying ? Phase::Verify : Phase::Copy;
     EnsureBuffers();

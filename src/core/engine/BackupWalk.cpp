@@ -68,10 +68,10 @@ bool BackupEngine::WalkEntry(const std::string& entry, const std::string& target
 }
 
 bool BackupEngine::WalkEntryFolder(const std::string& path, const FileInfo& info) {
-    Level top;
-    if (!m_fa->OpenFolder(top.src, path)) {
+    Level top(*this);
+    if (!m_fa->OpenFolder(*top.src, path)) {
         if (m_phase != Phase::Size) {
-            LogError("Unable to open", path, top.src.Error());
+            LogError("Unable to open", path, top.src->Error());
         }
         return m_phase == Phase::Size;
     }
@@ -99,14 +99,14 @@ bool BackupEngine::WalkEntryFile(const std::string& path, const FileInfo& info) 
     }
     const std::vector<std::string> parts = clsPath::PlaceParts(path, kStyle);
     const std::string& name = parts.empty() ? path : parts.back();
-    Level level;
+    Level level(*this);
     std::deque<Ancestor> chain;
     if (!OpenCopyChain(path, parts.empty() ? 0 : parts.size() - 1, level, chain)) {
         AddLogLine("Unable to Copy File - " + path, true);
         return false;
     }
     const std::string copy = CopyPath(level.dst->path, name);
-    bool ok = ProcessFile(Source{nullptr, name, path, info}, Dest{*level.dst, name, copy});
+    bool ok = ProcessFile(Source{nullptr, name, path, info, nullptr}, Dest{*level.dst, name, copy});
     if (m_phase == Phase::Copy) {
         ok = FinishAncestors(chain) && ok;
     }
@@ -116,18 +116,20 @@ bool BackupEngine::WalkEntryFile(const std::string& path, const FileInfo& info) 
 // Every selected entry of one open folder, in name order. False when an entry failed or
 // the run was cancelled; with stop-on-error the first failure ends the walk at once.
 bool BackupEngine::Walk(Level& level) {
-    std::vector<clsFSItem> items;
-    if (!m_fa->List(level.src, items)) {
+    if (!ListLevel(level)) {
         if (m_phase == Phase::Size) {
             return true; // the copy phase reports it
         }
-        LogError("Unable to list directory", level.srcPath, level.src.Error());
+        LogError("Unable to list directory", level.srcPath, level.src->Error());
         return false;
     }
     bool failed = false;
-    for (const clsFSItem& item : items) {
-        const std::string full = clsPath::Join(level.srcPath, item.Path, kStyle);
-        if (m_setup->Sel.IsSelected(full) && !WalkItem(level, item, full)) {
+    for (std::size_t i = 0; i < level.items.size(); ++i) {
+        PostAhead(level, i);
+        const std::string full = clsPath::Join(level.srcPath, level.items[i].Path, kStyle);
+        const bool ok = !SelectedAt(level, i, &full) || WalkItem(level, i, full);
+        ReleaseAhead(level, i);
+        if (!ok) {
             failed = true;
             if (m_setup->StopOnError) {
                 return false;
@@ -141,9 +143,23 @@ bool BackupEngine::Walk(Level& level) {
     return !failed;
 }
 
+// The level's entries: listed here, or taken from its read-ahead.
+bool BackupEngine::ListLevel(Level& level) {
+    switch (level.listing) {
+    case Level::Listing::Ahead:
+        return true;
+    case Level::Listing::AheadFailed:
+        return false;
+    case Level::Listing::Here:
+        break;
+    }
+    return m_fa->List(*level.src, level.items);
+}
+
 // One selected entry of a listing. The size phase only counts: what it cannot examine or
 // enter, the copy phase reports.
-bool BackupEngine::WalkItem(Level& level, const clsFSItem& item, const std::string& full) {
+bool BackupEngine::WalkItem(Level& level, std::size_t index, const std::string& full) {
+    const clsFSItem& item = level.items[index];
     if (item.Error) {
         if (m_phase != Phase::Size) {
             LogError("Unable to examine", full, item.Error);
@@ -151,7 +167,7 @@ bool BackupEngine::WalkItem(Level& level, const clsFSItem& item, const std::stri
         return m_phase == Phase::Size;
     }
     if (item.Kind == FileKind::Directory) {
-        return EnterFolder(level, item, full);
+        return EnterFolder(level, index, full);
     }
     if (IsSpecial(item.Kind)) {
         // Never opened: reading a FIFO could block the run, a device could be endless.
@@ -165,18 +181,19 @@ bool BackupEngine::WalkItem(Level& level, const clsFSItem& item, const std::stri
         return true;
     }
     const std::string copy = CopyPath(level.dst->path, item.Path);
-    return ProcessFile(Source{&level.src, item.Path, full, item.Info},
+    return ProcessFile(Source{level.src, item.Path, full, item.Info, FileJob(level, index)},
                        Dest{*level.dst, item.Path, copy});
 }
 
-bool BackupEngine::EnterFolder(Level& level, const clsFSItem& item, const std::string& full) {
+bool BackupEngine::EnterFolder(Level& level, std::size_t index, const std::string& full) {
+    const clsFSItem& item = level.items[index];
     if (LeftOutAsOutput(item.Info.Id)) {
         return true;
     }
-    Level sub;
-    if (!m_fa->OpenFolderAt(sub.src, level.src, item.Path)) {
+    Level sub(*this);
+    if (!OpenLevel(level, index, sub)) {
         if (m_phase != Phase::Size) {
-            LogError("Unable to open", full, sub.src.Error());
+            LogError("Unable to open", full, sub.src->Error());
         }
         return m_phase == Phase::Size;
     }
@@ -184,11 +201,23 @@ bool BackupEngine::EnterFolder(Level& level, const clsFSItem& item, const std::s
     if (m_phase != Phase::Size && !StepInto(*level.dst, item.Path, *sub.dst)) {
         return false;
     }
+    if (sub.copyListed && sub.dst->id.Valid && sub.dst->id == sub.copyId) {
+        sub.dst->listed = &sub.copyItems; // listed ahead, and the very folder the walk uses
+    }
     bool ok = Walk(sub);
     if (m_phase == Phase::Copy) {
         ok = FinishCopyFolder(*sub.dst, item.Info) && ok; // after its contents
     }
     return ok;
+}
+
+// Opens the sub-folder at index of level as sub's source folder (or takes it from the
+// read-ahead). False with sub.src's error set when it cannot be opened.
+bool BackupEngine::OpenLevel(Level& level, std::size_t index, Level& sub) {
+    if (TakeFolder(level, index, sub)) {
+        return sub.src->IsOpen();
+    }
+    return m_fa->OpenFolderAt(*sub.src, *level.src, level.items[index].Path);
 }
 
 // Copies or verifies one selected file and counts it. False after a failure (logged).

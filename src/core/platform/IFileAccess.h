@@ -6,6 +6,11 @@
 //
 // One virtual call per system call: nothing here allocates per block.
 //
+// Threads: the run may call the members for entries of open folders and for open files
+// from a second thread (see ReadAhead), never on the same object at the same time except
+// a parent folder that both only read (the *At members take it as const). An
+// implementation keeps whatever state it shares safe for that.
+//
 // Errors: a member that fails returns false (or -1) and leaves the failure where the
 // member says: in the folder or file object it worked on (its LastErrorCode, as Error()
 // gives it), or in an out-argument. Members of folder objects: the folder's own failures
@@ -91,6 +96,9 @@ public:
                               const FileInfo& like) = 0;
     // Reads up to count bytes; the count read (0 at the end of the file) or -1.
     virtual long long Read(clsBinaryFile& file, void* buffer, std::size_t count) = 0;
+    // Writes up to count bytes (count > 0) at the file's position; the count written (at
+    // least 1) or -1.
+    virtual long long Write(clsBinaryFile& file, const void* data, std::size_t count) = 0;
     // Moves up to count bytes from from's position to to's position
     // (clsBinaryFile::CopyBlockTo); the count moved (0 at the end of from) or -1.
     virtual long long CopyBlock(clsBinaryFile& from, clsBinaryFile& to, long long count,

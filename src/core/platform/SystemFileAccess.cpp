@@ -158,6 +158,10 @@ long long SystemFileAccess::Read(clsBinaryFile& file, void* buffer, std::size_t 
     return file.ReadBlock(buffer, count);
 }
 
+long long SystemFileAccess::Write(clsBinaryFile& file, const void* data, std::size_t count) {
+    return file.WriteBlock(data, count) ? static_cast<long long>(count) : -1;
+}
+
 long long SystemFileAccess::CopyBlock(clsBinaryFile& from, clsBinaryFile& to, long long count,
                                       void* buffer, std::size_t bufferSize) {
     return from.CopyBlockTo(to, count, buffer, bufferSize);

@@ -44,6 +44,7 @@ public:
     bool CreateFileAt(clsBinaryFile& file, clsFolder& folder, const std::string& name,
                       const FileInfo& like) override;
     long long Read(clsBinaryFile& file, void* buffer, std::size_t count) override;
+    long long Write(clsBinaryFile& file, const void* data, std::size_t count) override;
     long long CopyBlock(clsBinaryFile& from, clsBinaryFile& to, long long count, void* buffer,
                         std::size_t bufferSize) override;
     bool NextData(clsBinaryFile& file, long long from, long long& start, long long& end) override;
