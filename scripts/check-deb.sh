@@ -39,6 +39,21 @@ grep -q 'Exec=tessaron /LOAD %f' "$root/usr/share/applications/tessaron-set.desk
 depends=$(dpkg-deb -f "$deb" Depends)
 grep -q 'libqt6widgets6' <<<"$depends" || { echo "Depends lacks Qt: $depends"; status=1; }
 "$root/usr/bin/tessaron" /? | grep -q '/RUN file.set' || { echo "the program does not run"; status=1; }
+# The installed program runs a backup, and keeps its log in the user's state folder, never
+# in a "Log" folder beside itself in usr/bin.
+home=$root/home
+mkdir -p "$home/src" "$home/out"
+echo data >"$home/src/file.txt"
+printf '%s\r\n' "Target = \"$home/out\"" "BackupType = FULL" \
+    "Selections = \"$home/src\"" >"$home/one.set"
+if ! env -u DISPLAY -u WAYLAND_DISPLAY -u XDG_STATE_HOME -u TESSARON_LOG_DIR HOME="$home" \
+    "$root/usr/bin/tessaron" /RUN "$home/one.set" /QUIET >/dev/null; then
+    echo "the unpacked program did not back up a folder"
+    status=1
+fi
+ls "$home"/.local/state/tessaron/Log/BackupLog_*.log >/dev/null 2>&1 ||
+    { echo "no log in ~/.local/state/tessaron/Log"; status=1; }
+[[ ! -e $root/usr/bin/Log ]] || { echo "the program made /usr/bin/Log"; status=1; }
 if ((status == 0)); then
     echo "$deb: all files there, Depends: $depends"
 fi

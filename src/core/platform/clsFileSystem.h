@@ -173,7 +173,8 @@ public:
     // The folder of the running executable (no trailing "/"); "" when unknown.
     static std::string ProgramDir();
     // The log folder, created when missing: "Log" beside the executable when it can be
-    // created and written, else ${XDG_STATE_HOME:-~/.local/state}/tessaron/Log (Windows:
+    // created and written (on Linux not when the executable is installed in a "bin"
+    // folder), else ${XDG_STATE_HOME:-~/.local/state}/tessaron/Log (Windows:
     // %LOCALAPPDATA%\VELQO\Tessaron\Log). No trailing separator; "" (LastError set)
     // when neither can be made.
     std::string ProgramLogDir();

@@ -178,9 +178,22 @@ std::string clsFileSystem::ProgramDir() {
     return slash == 0 ? "/" : exe.substr(0, slash);
 }
 
+namespace {
+
+// An installed program lives in a "bin" folder (/usr/bin, /usr/local/bin, /opt/x/bin),
+// where a "Log" folder beside it would be a surprise to the system (and, run as root, one
+// would be made there); a program run from where it was built or unpacked keeps its logs
+// beside it.
+bool IsInstalledBinFolder(const std::string& dir) {
+    const std::size_t slash = dir.rfind('/');
+    return dir.substr(slash == std::string::npos ? 0 : slash + 1) == "bin";
+}
+
+} // namespace
+
 std::string clsFileSystem::ProgramLogDir() {
     std::string program = ProgramDir();
-    if (!program.empty()) {
+    if (!program.empty() && !IsInstalledBinFolder(program)) {
         std::string beside = (program == "/" ? "" : program) + "/Log";
         std::string saved = LastError;
         if (CreateDirectories(beside) && IsWritableDir(beside)) {
