@@ -32,13 +32,13 @@ void CancelRunsOnInterrupt(QTimer& poll) {
             return;
         }
         poll.stop();
-        if (QWidget* question = QApplication::activeModalWidget()) {
-            question->close();
-        }
         for (QWidget* window : QApplication::topLevelWidgets()) {
             if (auto* run = qobject_cast<gui::frmBackup*>(window)) {
-                run->CancelRun();
+                run->Interrupt();
             }
+        }
+        if (QWidget* question = QApplication::activeModalWidget()) {
+            question->close(); // a question of the window's own ("Cancel Operation")
         }
     });
     poll.start(kInterruptPollMs);

@@ -6,6 +6,7 @@
 #include "engine/BackupEngine.h"
 #include "setfile/clsSetup.h"
 
+#include <QApplication>
 #include <QCloseEvent>
 #include <QCoreApplication>
 #include <QGridLayout>
@@ -280,6 +281,16 @@ void frmBackup::CancelRun() {
     cmdCancel_Click();
 }
 
+void frmBackup::Interrupt() {
+    if (m_asking) {
+        m_answerReason = "interrupted";
+        if (QWidget* question = QApplication::activeModalWidget()) {
+            question->close(); // answered as its close box answers
+        }
+    }
+    CancelRun();
+}
+
 void frmBackup::cmdCancel_Click() {
     if (!m_running || m_engine->Finished()) {
         Unload();
@@ -343,7 +354,12 @@ void frmBackup::SetBar(ViewBar which, int value) {
 
 MsgAnswer frmBackup::Ask(const std::string& title, const std::string& text, MsgButtons buttons) {
     FlushLog(); // the list shows what led to the question
-    return ShowMessageBox(this, QString::fromStdString(title), BoxText(text), buttons);
+    m_answerReason.clear();
+    m_asking = true;
+    const MsgAnswer answer =
+        ShowMessageBox(this, QString::fromStdString(title), BoxText(text), buttons);
+    m_asking = false;
+    return answer;
 }
 
 void frmBackup::Yield() {

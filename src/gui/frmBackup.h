@@ -67,6 +67,9 @@ public:
     // The Cancel button's work: asks the run to stop at its next check, and closes the
     // window once the run is finished.
     void CancelRun();
+    // Ctrl+C or SIGTERM: an open question of the run is answered the way its close box
+    // answers (and the run logs it as answered "(interrupted)"), then the run is cancelled.
+    void Interrupt();
 
     bool Running() const { return m_running; }
     // True once the last run's result is known.
@@ -83,6 +86,7 @@ public:
     int GetBar(ViewBar which) const override;
     void SetBar(ViewBar which, int value) override;
     MsgAnswer Ask(const std::string& title, const std::string& text, MsgButtons buttons) override;
+    std::string LastAnswerReason() const override { return m_answerReason; }
     void Yield() override;
     void Finished(bool unloadOnExit) override;
 
@@ -112,6 +116,8 @@ private:
     bool m_parentWasVisible = false;
     bool m_running = false;
     bool m_unloadOnExit = false;
+    bool m_asking = false;         // a question of the run is open
+    std::string m_answerReason;    // why the last question was answered without a person
     bool m_unloading = false;      // the window closes itself: no question
     bool m_unloadAfterRun = false; // closed while the finished run still ends (eject)
     std::chrono::steady_clock::time_point m_lastEvents;

@@ -74,5 +74,7 @@ kill -TERM "$pid"
 finish_run
 [[ $status -eq 2 ]] || fail "SIGTERM at the question: exit status $status, expected 2"
 grep -q "Backup Cancelled" <<<"$log" || fail "SIGTERM: no Backup Cancelled in the log"
+grep -q "Clear Target - answered No (interrupted)" <<<"$log" ||
+    fail "SIGTERM: the log does not say the question was answered No (interrupted)"
 [[ -e $work/dst/old.txt ]] || fail "SIGTERM: the target was cleared"
 echo "PASS: run window shown, question answered, statuses 0 and 2; screenshot in $artifacts"
