@@ -1,5 +1,5 @@
-#include "SetupFile.h"
 #include "CommandLine.h"
+#include "SetupFile.h"
 #include "SystemSupport.h"
 
 #include "setfile/SetupLoad.h"

@@ -1,5 +1,5 @@
-#include "mail/TimeZone.h"
 #include "MailTestSupport.h"
+#include "mail/TimeZone.h"
 
 #include <gtest/gtest.h>
 

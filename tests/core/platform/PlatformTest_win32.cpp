@@ -71,7 +71,8 @@ TEST(WindowsFiles, ALockedFileFailsToOpenAndStopsAClean) {
 
     clsFileSystem fsys;
     EXPECT_FALSE(fsys.Clean(dir));
-    EXPECT_TRUE(fsys.LastError.starts_with("clsFileSystem.Clean() - Error (32) ")) << fsys.LastError;
+    EXPECT_TRUE(fsys.LastError.starts_with("clsFileSystem.Clean() - Error (32) "))
+        << fsys.LastError;
     EXPECT_TRUE(fsys.Exists(dir + "\\b-after.txt")); // not reached after the failure
     holder.CloseFile();
     EXPECT_TRUE(fsys.Clean(dir)) << fsys.LastError;
@@ -96,7 +97,8 @@ TEST(WindowsFiles, PathsLongerThan260CharactersWork) {
 
 TEST(WindowsFiles, NamesOutsideTheAnsiCodePageKeepTheirCharacters) {
     TempTree t;
-    const std::string name = "\xCE\xA9mega-\xE6\x97\xA5\xE6\x9C\xAC-\xF0\x9F\x98\x80.txt"; // Ωmega-日本-😀
+    const std::string name =
+        "\xCE\xA9mega-\xE6\x97\xA5\xE6\x9C\xAC-\xF0\x9F\x98\x80.txt"; // Ωmega-日本-😀
     const std::string dir = t.MakeDir("u");
     MakeFile(dir + "\\" + name, "text");
     clsFileSystem fsys;

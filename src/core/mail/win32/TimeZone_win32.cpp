@@ -52,8 +52,9 @@ DateTime Begins(const SYSTEMTIME& rule, const DateTime& present) {
         return {rule.wYear, rule.wMonth, rule.wDay, rule.wHour, rule.wMinute, rule.wSecond};
     }
     for (int year = present.Year; year <= present.Year + 1; ++year) {
-        const DateTime at{year,      rule.wMonth,  NthWeekday(year, rule.wMonth, rule.wDayOfWeek, rule.wDay),
-                          rule.wHour, rule.wMinute, rule.wSecond};
+        const DateTime at{
+            year,       rule.wMonth,  NthWeekday(year, rule.wMonth, rule.wDayOfWeek, rule.wDay),
+            rule.wHour, rule.wMinute, rule.wSecond};
         if (at >= present) {
             return at;
         }

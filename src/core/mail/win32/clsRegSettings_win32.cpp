@@ -42,7 +42,6 @@ std::string DataText(const std::vector<wchar_t>& data, DWORD bytes) {
     return win32::Narrow(nul == std::wstring::npos ? text : text.substr(0, nul));
 }
 
-
 // The root handle and the full key path of a section, with a stand-in key (tests) in
 // front when one is set.
 HKEY RootAndPath(std::uint32_t root, const std::string& standIn, std::string& path) {
@@ -66,7 +65,8 @@ std::string clsRegSettings::SettingsFile() const {
 std::string clsRegSettings::GetSetting(const std::string& section, const std::string& key,
                                        const std::string& defaultValue) const {
     std::string path = KeyPath(section);
-    const HKEY root = RootAndPath(hKey_, hKey_ == HKeyLocalMachine ? machineFile_ : userFile_, path);
+    const HKEY root =
+        RootAndPath(hKey_, hKey_ == HKeyLocalMachine ? machineFile_ : userFile_, path);
     Key k;
     LONG rc = ::RegOpenKeyExW(root, win32::Widen(path).c_str(), 0, KEY_READ, k.Out());
     const std::wstring name = ValueName(key);
@@ -92,7 +92,8 @@ std::string clsRegSettings::GetSetting(const std::string& section, const std::st
 bool clsRegSettings::SaveSetting(const std::string& section, const std::string& key,
                                  const std::string& value) {
     std::string path = KeyPath(section);
-    const HKEY root = RootAndPath(hKey_, hKey_ == HKeyLocalMachine ? machineFile_ : userFile_, path);
+    const HKEY root =
+        RootAndPath(hKey_, hKey_ == HKeyLocalMachine ? machineFile_ : userFile_, path);
     Key k;
     LONG rc = ::RegCreateKeyExW(root, win32::Widen(path).c_str(), 0, nullptr,
                                 REG_OPTION_NON_VOLATILE, KEY_ALL_ACCESS, nullptr, k.Out(), nullptr);
@@ -111,7 +112,8 @@ bool clsRegSettings::DeleteSetting(const std::string& section, const std::string
     // With a key, the value goes; without one, the section's key below the base (which
     // must have no keys of its own).
     std::string path = KeyPath(key.empty() ? std::string() : section);
-    const HKEY root = RootAndPath(hKey_, hKey_ == HKeyLocalMachine ? machineFile_ : userFile_, path);
+    const HKEY root =
+        RootAndPath(hKey_, hKey_ == HKeyLocalMachine ? machineFile_ : userFile_, path);
     Key k;
     LONG rc = ::RegOpenKeyExW(root, win32::Widen(path).c_str(), 0, KEY_ALL_ACCESS, k.Out());
     if (rc == ERROR_SUCCESS) {
@@ -129,7 +131,8 @@ std::vector<std::pair<std::string, std::string>>
 clsRegSettings::GetAllSettings(const std::string& section) const {
     std::vector<std::pair<std::string, std::string>> all;
     std::string path = KeyPath(section);
-    const HKEY root = RootAndPath(hKey_, hKey_ == HKeyLocalMachine ? machineFile_ : userFile_, path);
+    const HKEY root =
+        RootAndPath(hKey_, hKey_ == HKeyLocalMachine ? machineFile_ : userFile_, path);
     Key k;
     DWORD nameChars = 0;
     DWORD dataBytes = 0;
