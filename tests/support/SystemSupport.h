@@ -39,13 +39,6 @@ inline std::string Pattern(std::size_t size, char seed) {
     return s;
 }
 
-#ifndef _WIN32
-inline void SetMtime(const fs::path& p, time_t sec, long nsec) {
-    timespec t[2] = {{sec, nsec}, {sec, nsec}};
-    utimensat(AT_FDCWD, p.c_str(), t, AT_SYMLINK_NOFOLLOW);
-}
-#endif
-
 inline bool Contains(const std::string& haystack, const std::string& needle) {
     return haystack.find(needle) != std::string::npos;
 }
