@@ -196,6 +196,8 @@ protected:
     }
 };
 
+// And nothing past the point where a FULL run stopped is written: every copy there is one
+// that a "Copying" line names.
 TEST_P(Overlap, SameLogResultAndCopies) {
     const Outcome without = RunOnce(false);
     const Outcome with = RunOnce(true);
@@ -205,14 +207,10 @@ TEST_P(Overlap, SameLogResultAndCopies) {
     ASSERT_EQ(with.log, without.log);
     EXPECT_TRUE(with.tree == without.tree) << Differences(with.tree, without.tree);
     EXPECT_NE(std::find(with.log.begin(), with.log.end(), GetParam().result), with.log.end());
-}
-
-// Nothing past the point where a FULL run stopped is written: every copy there is one that
-// a "Copying" line names.
-class OverlapStop : public Overlap {};
-
-TEST_P(OverlapStop, NothingWrittenPastTheStop) {
-    const Outcome with = RunOnce(true);
+    const OverlapCase& c = GetParam();
+    if (std::string(c.type) != "FULL" || (!c.stopOnError && c.cancelAt == 0)) {
+        return;
+    }
     EXPECT_FALSE(with.ok);
     std::size_t copied = 0;
     for (const auto& e : fs::recursive_directory_iterator(Copy(src))) {
@@ -250,8 +248,6 @@ const OverlapCase kCases[] = {
 
 auto CaseName = [](const auto& p) { return std::string(p.param.name); };
 INSTANTIATE_TEST_SUITE_P(Runs, Overlap, ::testing::ValuesIn(kCases), CaseName);
-INSTANTIATE_TEST_SUITE_P(Stops, OverlapStop, ::testing::Values(kCases[5], kCases[6], kCases[7]),
-                         CaseName);
 
 } // namespace
 } // namespace tessaron::test
