@@ -30,15 +30,6 @@
 
 namespace tessaron::test {
 
-// Content of a given size that differs from file to file.
-inline std::string Pattern(std::size_t size, char seed) {
-    std::string s(size, '\0');
-    for (std::size_t i = 0; i < size; ++i) {
-        s[i] = static_cast<char>(seed + i * 7 + i / 251);
-    }
-    return s;
-}
-
 inline bool Contains(const std::string& haystack, const std::string& needle) {
     return haystack.find(needle) != std::string::npos;
 }

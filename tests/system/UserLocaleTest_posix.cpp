@@ -19,17 +19,13 @@ struct LocaleRun {
     const char* Totals;
 };
 
-void PrintTo(const LocaleRun& c, std::ostream* os) {
-    *os << c.Name;
-}
-
 class UserLocale : public ::testing::TestWithParam<LocaleRun>, public Sandbox {};
 
 TEST_P(UserLocale, DatesAndNumbersInTheLogAnEnglishDateInTheMail) {
     const LocaleRun& c = GetParam();
     if (!LocaleInstalled(c.Locale))
         GTEST_SKIP() << NotInstalled(c.Locale);
-    WriteFile(src / "a.bin", Pattern(1234, 'a'));
+    WriteFile(src / "a.bin", Bytes(1234, 'a'));
     FakeSmtpServer server(SmtpScript{});
     WriteFile(
         root / "config/tessaron/settings.ini",

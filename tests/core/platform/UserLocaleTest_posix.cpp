@@ -22,10 +22,6 @@ struct TimeLocale {
     const char* Text;
 };
 
-void PrintTo(const TimeLocale& c, std::ostream* os) {
-    *os << c.Name;
-}
-
 class LogDate : public ::testing::TestWithParam<TimeLocale> {
 protected:
     void TearDown() override { std::setlocale(LC_ALL, "C"); }
