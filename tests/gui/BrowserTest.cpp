@@ -10,7 +10,6 @@
 #include <QTest>
 #include <gtest/gtest.h>
 
-#include <fcntl.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -266,8 +265,7 @@ protected:
         tmp.MakeDir("sort/Alpha");
         tmp.MakeDir("sort/beta");
         for (const auto& [name, t] : times) {
-            const timespec both[2] = {{t, 0}, {t, 0}};
-            utimensat(AT_FDCWD, tmp.Path(std::string("sort/") + name).c_str(), both, 0);
+            test::SetMtime(tmp.Path(std::string("sort/") + name), t);
         }
         BrowserTest::SetUp();
         ASSERT_TRUE(browser.GoTo(tmp.Path("sort")));

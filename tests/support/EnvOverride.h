@@ -1,7 +1,9 @@
 #pragma once
 // Sets an environment variable for the life of the object (and reloads the time zone,
-// in case it is TZ); a child process started meanwhile inherits it.
+// in case it is TZ); a child process started meanwhile inherits it. And whether a locale
+// the environment may name is installed.
 
+#include <clocale>
 #include <cstdlib>
 #include <ctime>
 #include <optional>
@@ -28,5 +30,20 @@ private:
     const char* name_;
     std::optional<std::string> old_;
 };
+
+#ifndef _WIN32
+inline bool LocaleInstalled(const char* name) {
+    const locale_t probe = newlocale(LC_ALL_MASK, name, locale_t{});
+    if (probe != locale_t{})
+        freelocale(probe);
+    return probe != locale_t{};
+}
+
+// Why a case that needs the locale name is skipped.
+inline std::string NotInstalled(const char* name) {
+    return std::string("the locale ") + name +
+           " is not installed (scripts/install-deps.sh generates de_DE.UTF-8)";
+}
+#endif
 
 } // namespace tessaron::test

@@ -30,22 +30,6 @@
 
 namespace tessaron::test {
 
-// Content of a given size that differs from file to file.
-inline std::string Pattern(std::size_t size, char seed) {
-    std::string s(size, '\0');
-    for (std::size_t i = 0; i < size; ++i) {
-        s[i] = static_cast<char>(seed + i * 7 + i / 251);
-    }
-    return s;
-}
-
-#ifndef _WIN32
-inline void SetMtime(const fs::path& p, time_t sec, long nsec) {
-    timespec t[2] = {{sec, nsec}, {sec, nsec}};
-    utimensat(AT_FDCWD, p.c_str(), t, AT_SYMLINK_NOFOLLOW);
-}
-#endif
-
 inline bool Contains(const std::string& haystack, const std::string& needle) {
     return haystack.find(needle) != std::string::npos;
 }

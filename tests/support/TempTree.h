@@ -78,6 +78,12 @@ inline std::string Bytes(std::size_t n, unsigned seed = 1) {
 }
 
 #ifndef _WIN32
+// Gives p itself (a link is not followed) the access and modification time sec.nsec.
+inline void SetMtime(const fs::path& p, time_t sec, long nsec = 0) {
+    const timespec t[2] = {{sec, nsec}, {sec, nsec}};
+    ::utimensat(AT_FDCWD, p.c_str(), t, AT_SYMLINK_NOFOLLOW);
+}
+
 // The status of p itself (a link is not followed); all zero when it cannot be read.
 inline struct stat Stat(const fs::path& p) {
     struct stat st {};

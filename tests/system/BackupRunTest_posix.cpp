@@ -21,7 +21,7 @@ TEST_F(PosixBackup, FullCopiesEverythingThenIncrementalCopiesOnlyChanges) {
                  {"touched.txt", 20, 0444}};
     for (std::size_t i = 0; i < std::size(files); ++i) {
         fs::path p = src / files[i].rel;
-        WriteFile(p, Pattern(files[i].size, static_cast<char>('a' + i)));
+        WriteFile(p, Bytes(files[i].size, static_cast<unsigned>(i)));
         chmod(p.c_str(), files[i].mode);
         SetMtime(p, 1600000000 + static_cast<time_t>(i), 123456789);
     }
@@ -39,7 +39,7 @@ TEST_F(PosixBackup, FullCopiesEverythingThenIncrementalCopiesOnlyChanges) {
 
     // One file grows (same time), one gets a newer time (same size), one is new.
     fs::path grow = src / "grow.txt", touched = src / "touched.txt", added = src / "docs/new.txt";
-    WriteFile(grow, Pattern(11, 'g'));
+    WriteFile(grow, Bytes(11, 'g'));
     SetMtime(grow, 1600000003, 123456789);
     SetMtime(touched, 1600000005, 0);
     WriteFile(added, "new");

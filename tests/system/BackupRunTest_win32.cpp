@@ -28,9 +28,9 @@ std::size_t Count(const std::string& text, const std::string& what) {
 
 TEST_F(WindowsBackup, CopiesLogsTheWindowsWayAndSkipsWhatIsUpToDate) {
     const fs::path unicode = src / "docs" / FromUtf8("\xCE\xA9mega \xE6\x97\xA5\xE6\x9C\xAC.txt");
-    WriteFile(src / "docs" / "report 2024.txt", Pattern(1000, 'a'));
+    WriteFile(src / "docs" / "report 2024.txt", Bytes(1000, 'a'));
     WriteFile(unicode, "unicode");
-    WriteFile(src / "big.bin", Pattern(300000, 'b'));
+    WriteFile(src / "big.bin", Bytes(300000, 'b'));
     SetFile s = Set();
     s.Verify = s.SaveLog = true;
     const fs::path set = root / FromUtf8("S\xC3\xA4tze 2024") / "daily set.set";

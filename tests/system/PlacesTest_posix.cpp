@@ -3,7 +3,7 @@
 // never reaches a source, a home folder or the root; a run with nothing to copy is refused;
 // a link on the way to a selection is followed while the copy keeps the path as written.
 
-#include "SystemSupport.h"
+#include "PlaceRun.h"
 
 #include <sys/mount.h>
 
@@ -11,94 +11,49 @@ using namespace tessaron::test;
 
 namespace {
 
-// A sandbox with src (two files), a second selection outside it, and the options of a
-// quiet clearing run.
-struct PlaceRun : Sandbox {
-    TempTree elsewhere;
-    fs::path other = fs::path(elsewhere.Root()) / "o.txt";
-    SetFile set = Set();
-    RunOptions options;
-    std::vector<std::string> switches{"/QUIET"};
-    bool mounted = false;
-    bool skip = false;
-
-    ~PlaceRun() {
-        if (mounted) {
-            umount2((root / "mnt").c_str(), MNT_DETACH);
-        }
-    }
-    PlaceRun() {
-        WriteFile(src / "a/f.txt", "first");
-        WriteFile(src / "g.txt", "second");
-        WriteFile(other, "other");
-        set.Selections.push_back(other.string());
-        set.CleanTarget = true;
-    }
-    bool SourcesIntact() const {
-        return ReadFile(src / "a/f.txt") == "first" && ReadFile(src / "g.txt") == "second";
-    }
-};
-
-struct PlaceCase {
-    const char* name;
-    void (*prepare)(PlaceRun&); // sets the target (and what it needs)
-    int status;
-    std::string out; // in standard output; %T% is the target as spelled
-    std::string err; // in standard error
-};
-
-class TargetSpelling : public ::testing::TestWithParam<PlaceCase> {};
+class TargetSpelling : public PlaceTest {};
 
 TEST_P(TargetSpelling, DecidesOnWhatItNames) {
-    const PlaceCase& c = GetParam();
-    PlaceRun b;
-    c.prepare(b);
-    if (b.skip) {
-        GTEST_SKIP() << "mounting a file system needs root";
-    }
-    RunResult r = b.RunSet(b.set, b.switches, b.options);
-    EXPECT_EQ(r.Status, c.status) << r.Out << r.Err;
-    std::string out = c.out;
-    if (const auto at = out.find("%T%"); at != std::string::npos) {
-        out.replace(at, 3, b.set.Target);
-    }
-    EXPECT_TRUE(Contains(r.Out, out)) << out << "\n" << r.Out;
-    EXPECT_TRUE(Contains(r.Err, c.err)) << r.Err;
-    EXPECT_TRUE(b.SourcesIntact());
-    EXPECT_EQ(ReadFile(b.other), "other");
+    RunCase();
 }
 
 void Mount(PlaceRun& b) {
     const fs::path mnt = b.root / "mnt";
     fs::create_directories(mnt);
-    b.mounted = geteuid() == 0 && mount("tmpfs", mnt.c_str(), "tmpfs", 0, "size=1m") == 0;
-    b.skip = !b.mounted;
-    WriteFile(mnt / "keep.txt", "keep");
+    if (geteuid() != 0 || mount("tmpfs", mnt.c_str(), "tmpfs", 0, "size=1m") != 0) {
+        b.skip = "mounting a file system needs root";
+        return;
+    }
+    b.undo = [mnt] { umount2(mnt.c_str(), MNT_DETACH); };
+    b.keep = mnt / "keep.txt";
+    WriteFile(b.keep, "keep");
     b.set.Target = (mnt / ".").string();
     b.switches.clear(); // quiet or not, a drive root is asked about; nobody answers
 }
 
+const std::string kHoldsSource = "Target Not Cleared - %T% holds the selected source";
+
 const PlaceCase kSpellings[] = {
     {"SourceWithDotDot", [](PlaceRun& b) { b.set.Target = (b.src / "a" / "..").string(); }, 2,
-     "Target Not Cleared - %T% holds the selected source", ""},
+     kHoldsSource},
     {"ParentWithDotDot", [](PlaceRun& b) { b.set.Target = (b.src / "..").string(); }, 2,
-     "Target Not Cleared - %T% holds the selected source", ""},
+     kHoldsSource},
     {"RepeatedSeparators", [](PlaceRun& b) { b.set.Target = b.root.string() + "//src"; }, 2,
-     "Target Not Cleared - %T% holds the selected source", ""},
+     kHoldsSource},
     {"ThroughALink",
      [](PlaceRun& b) {
          fs::create_directory_symlink(b.src, b.root / "link");
          b.set.Target = (b.root / "link").string();
      },
-     2, "Target Not Cleared - %T% holds the selected source", ""},
+     2, kHoldsSource},
     {"HomeWithDot",
      [](PlaceRun& b) {
          WriteFile(b.root / "home/h.txt", "home");
          b.options.Env = {{"HOME", (b.root / "home").string()}};
          b.set.Target = (b.root / "home/.").string();
      },
-     2, "Target Not Cleared - %T% is the root or a home directory", ""},
-    {"MountPointWithDot", Mount, 2, "Clear Target - answered No (no terminal)", ""},
+     2, "Target Not Cleared - %T% is the root or a home directory"},
+    {"MountPointWithDot", Mount, 2, "Clear Target - answered No (no terminal)"},
     {"RootWithDotQuiet", [](PlaceRun& b) { b.set.Target = "/."; }, 3, "",
      "Nothing to back up - every selection is the target or lies inside it"},
     {"OnlySelectionIsTheTarget",

@@ -2,73 +2,29 @@
 // (another letter case, "/" for "\", doubled separators, ".."), a home folder, a drive's
 // root and a share. Each is decided by what it names.
 
-#include "SystemSupport.h"
+#include "PlaceRun.h"
 
 using namespace tessaron::test;
 
 namespace {
 
-// A sandbox with src (two files), a second selection outside it, and the options of a
-// quiet clearing run.
-struct PlaceRun : Sandbox {
-    TempTree elsewhere;
-    fs::path other = fs::path(elsewhere.Root()) / "o.txt";
-    SetFile set = Set();
-    RunOptions options;
-    bool skip = false;
-
-    PlaceRun() {
-        WriteFile(src / "a" / "f.txt", "first");
-        WriteFile(src / "g.txt", "second");
-        WriteFile(other, "other");
-        set.Selections.push_back(ToUtf8(other));
-        set.CleanTarget = true;
-    }
-    // The sources, and a file of the user's on a drive that was the target, are all there.
-    bool Intact() const {
-        const bool drive = set.Target.size() == 3 && set.Target.ends_with(":\\");
-        return ReadFile(src / "a" / "f.txt") == "first" && ReadFile(src / "g.txt") == "second" &&
-               ReadFile(other) == "other" &&
-               (!drive || ReadFile(set.Target + "keep.txt") == "keep");
-    }
-};
-
-struct PlaceCase {
-    const char* name;
-    void (*prepare)(PlaceRun&); // sets the target (and what it needs)
-    int status;
-    std::string out; // in standard output; %T% is the target as spelled
-};
-
-class WindowsTarget : public ::testing::TestWithParam<PlaceCase> {};
+class WindowsTarget : public PlaceTest {};
 
 TEST_P(WindowsTarget, DecidesOnWhatItNames) {
-    const PlaceCase& c = GetParam();
-    PlaceRun b;
-    c.prepare(b);
-    if (b.skip) {
-        GTEST_SKIP() << "no drive of the tests is there (scripts/check-windows.sh makes one)";
-    }
-    RunResult r = b.RunSet(b.set, {"/QUIET"}, b.options);
-    EXPECT_EQ(r.Status, c.status) << r.Out << r.Err;
-    std::string out = c.out;
-    if (const auto at = out.find("%T%"); at != std::string::npos) {
-        out.replace(at, 3, b.set.Target);
-    }
-    EXPECT_TRUE(Contains(r.Out, out)) << out << "\n" << r.Out;
-    EXPECT_TRUE(b.Intact());
+    RunCase();
 }
 
 // A drive of its own for the tests (scripts/check-windows.sh gives Wine one, marked by a
 // file at its root), which a clearing may meet as a whole drive.
 void DriveRoot(PlaceRun& b) {
-    b.skip = true;
+    b.skip = "no drive of the tests is there (scripts/check-windows.sh makes one)";
     for (char letter = 'D'; letter <= 'Z' && b.skip; ++letter) {
         const std::string root = std::string(1, letter) + ":\\";
         if (fs::exists(root + "TESSARON-TEST-DRIVE")) {
             b.set.Target = root;
-            WriteFile(root + "keep.txt", "keep");
-            b.skip = false;
+            b.keep = root + "keep.txt";
+            WriteFile(b.keep, "keep");
+            b.skip = nullptr;
         }
     }
 }

@@ -161,7 +161,7 @@ TEST_P(Interrupt, CancelsTheRun) {
     Sandbox b;
     constexpr std::size_t kSize = 200u * 1024u * 1024u;
     fs::path big = b.src / "big.bin";
-    WriteFile(big, Pattern(kSize, 'c'));
+    WriteFile(big, Bytes(kSize, 'c'));
     b.Set().Save(b.setFile);
     bool sent = false;
     RunResult r = b.RunArgs({"/RUN", b.setFile.string(), "/QUIET", "/BLOCKSIZE", "4096"},
@@ -196,7 +196,7 @@ TEST(DiskFull, FailedFileIsRemovedAndRunFails) {
     std::unique_ptr<const char, int (*)(const char*)> unmount(
         mountPoint.c_str(), [](const char* p) { return umount2(p, MNT_DETACH); });
     fs::path big = b.src / "big.bin";
-    WriteFile(big, Pattern(3u * 1024u * 1024u, 'd'));
+    WriteFile(big, Bytes(3u * 1024u * 1024u, 'd'));
     WriteFile(b.src / "small.txt", "fits");
     SetFile s = b.Set();
     b.dst = mountPoint / "backup";

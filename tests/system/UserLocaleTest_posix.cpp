@@ -19,25 +19,13 @@ struct LocaleRun {
     const char* Totals;
 };
 
-void PrintTo(const LocaleRun& c, std::ostream* os) {
-    *os << c.Name;
-}
-
 class UserLocale : public ::testing::TestWithParam<LocaleRun>, public Sandbox {};
-
-bool LocaleInstalled(const char* name) {
-    const locale_t probe = newlocale(LC_ALL_MASK, name, locale_t{});
-    if (probe != locale_t{})
-        freelocale(probe);
-    return probe != locale_t{};
-}
 
 TEST_P(UserLocale, DatesAndNumbersInTheLogAnEnglishDateInTheMail) {
     const LocaleRun& c = GetParam();
     if (!LocaleInstalled(c.Locale))
-        GTEST_SKIP() << "the locale " << c.Locale
-                     << " is not installed (scripts/install-deps.sh generates de_DE.UTF-8)";
-    WriteFile(src / "a.bin", Pattern(1234, 'a'));
+        GTEST_SKIP() << NotInstalled(c.Locale);
+    WriteFile(src / "a.bin", Bytes(1234, 'a'));
     FakeSmtpServer server(SmtpScript{});
     WriteFile(
         root / "config/tessaron/settings.ini",

@@ -13,11 +13,6 @@ namespace {
 
 using CopyTest = EngineTest;
 
-void Touch(const fs::path& p, time_t sec) {
-    const timespec t[2] = {{sec, 0}, {sec, 0}};
-    utimensat(AT_FDCWD, p.c_str(), t, AT_SYMLINK_NOFOLLOW);
-}
-
 // Folders and files keep their permission bits, times (folders' set after their
 // contents) and, for root, owners; no copy is ever more open to others than it ends up,
 // and a read-only folder's copy can still be updated by a later run.
@@ -35,7 +30,7 @@ TEST_F(CopyTest, MetadataOfFilesAndFolders) {
         lchown((src / "tool").c_str(), 1234, 5678);
     }
     for (const char* p : {"private/secret.txt", "private", "ro/fixed.txt", "ro", "tool"}) {
-        Touch(src / p, 1500000000);
+        SetMtime(src / p, 1500000000);
     }
     chmod((src / "private").c_str(), 0700);
     chmod((src / "ro").c_str(), 0555);

@@ -236,12 +236,6 @@ const FaultCase kFaults[] = {
      false,
      false,
      true},
-    {"ErrorWithoutStopGoesOn",
-     {At(Op::OpenFileAt, "%A%", SysError::AccessDenied())},
-     kError,
-     {"Unable to Copy File - %A%"},
-     Copy::Absent,
-     true},
 };
 
 INSTANTIATE_TEST_SUITE_P(Faults, FaultMatrix, ::testing::ValuesIn(kFaults),

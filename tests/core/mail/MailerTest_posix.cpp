@@ -98,10 +98,6 @@ struct Exchange {
     double MinSeconds, MaxSeconds;
 };
 
-void PrintTo(const Exchange& c, std::ostream* os) {
-    *os << c.Name;
-}
-
 class MailExchange : public ::testing::TestWithParam<Exchange> {};
 
 TEST_P(MailExchange, EndsAsTheServerAllowsAndSaysWhy) {
@@ -221,10 +217,6 @@ struct BodyCase {
     std::string Sent;
 };
 
-void PrintTo(const BodyCase& c, std::ostream* os) {
-    *os << c.Name;
-}
-
 class MailBody : public ::testing::TestWithParam<BodyCase> {};
 
 TEST_P(MailBody, TravelsDotStuffedInLinesOfAtMost998) {
@@ -261,10 +253,6 @@ struct Smuggled {
     const char* Name;
     std::string From, To, Subject, What;
 };
-
-void PrintTo(const Smuggled& c, std::ostream* os) {
-    *os << c.Name;
-}
 
 class LineBreakRefused : public ::testing::TestWithParam<Smuggled> {};
 

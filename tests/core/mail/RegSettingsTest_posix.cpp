@@ -152,10 +152,6 @@ struct InTheWay {
     std::string Reason;
 };
 
-void PrintTo(const InTheWay& c, std::ostream* os) {
-    *os << c.Name;
-}
-
 class SettingsFileInTheWay : public ::testing::TestWithParam<InTheWay> {};
 
 TEST_P(SettingsFileInTheWay, IsLeftAloneAndReported) {

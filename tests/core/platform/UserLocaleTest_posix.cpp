@@ -9,20 +9,10 @@
 #include <cstdlib>
 
 using namespace tessaron;
+using test::LocaleInstalled;
+using test::NotInstalled;
 
 namespace {
-
-bool LocaleInstalled(const char* name) {
-    const locale_t probe = newlocale(LC_ALL_MASK, name, locale_t{});
-    if (probe != locale_t{})
-        freelocale(probe);
-    return probe != locale_t{};
-}
-
-std::string NotInstalled(const char* name) {
-    return std::string("the locale ") + name +
-           " is not installed (scripts/install-deps.sh generates de_DE.UTF-8)";
-}
 
 // The time locale as the program set it decides a log line's date; the C locale and
 // its UTF-8 variant give the unambiguous form, not "11/05/26".
@@ -31,10 +21,6 @@ struct TimeLocale {
     const char* Locale;
     const char* Text;
 };
-
-void PrintTo(const TimeLocale& c, std::ostream* os) {
-    *os << c.Name;
-}
 
 class LogDate : public ::testing::TestWithParam<TimeLocale> {
 protected:
