@@ -59,6 +59,7 @@ finish_run() {
 }
 
 start_run
+sleep 1 # the question is mapped before it is painted: let it paint for the screenshot
 xwd -root -silent -out "$artifacts/run-window.xwd" || fail "no screenshot"
 xdotool windowfocus --sync "$question" key Return
 finish_run
