@@ -30,6 +30,18 @@ bool StartWinsock() {
     return started;
 }
 
+// The result of one send or recv: the bytes moved, kWouldBlock, or kFailed with why set.
+long Transferred(int n, Failure& why) {
+    if (n != SOCKET_ERROR) {
+        return n;
+    }
+    if (::WSAGetLastError() == WSAEWOULDBLOCK) {
+        return kWouldBlock;
+    }
+    why = LastFailure();
+    return kFailed;
+}
+
 } // namespace
 
 struct Address : addrinfo {};
@@ -106,27 +118,11 @@ int ConnectResult(Handle sock, bool hangUp) {
 
 long SendSome(Handle sock, const char* data, std::size_t size, Failure& why) {
     const int want = static_cast<int>(std::min<std::size_t>(size, 1 << 20));
-    const int n = ::send(SocketOf(sock), data, want, 0);
-    if (n != SOCKET_ERROR) {
-        return n;
-    }
-    if (::WSAGetLastError() == WSAEWOULDBLOCK) {
-        return kWouldBlock;
-    }
-    why = LastFailure();
-    return kFailed;
+    return Transferred(::send(SocketOf(sock), data, want, 0), why);
 }
 
 long ReceiveSome(Handle sock, char* buffer, std::size_t size, Failure& why) {
-    const int n = ::recv(SocketOf(sock), buffer, static_cast<int>(size), 0);
-    if (n != SOCKET_ERROR) {
-        return n;
-    }
-    if (::WSAGetLastError() == WSAEWOULDBLOCK) {
-        return kWouldBlock;
-    }
-    why = LastFailure();
-    return kFailed;
+    return Transferred(::recv(SocketOf(sock), buffer, static_cast<int>(size), 0), why);
 }
 
 Readiness Wait(Handle sock, bool read, bool write, int timeoutMs) {
