@@ -152,7 +152,7 @@ const OutcomeCase kOutcomes[] = {
 };
 
 INSTANTIATE_TEST_SUITE_P(Runs, RunOutcome, ::testing::ValuesIn(kOutcomes),
-                         [](const auto& p) { return std::string(p.param.name); });
+                         tessaron::test::ParamName());
 
 // A set file that cannot be loaded ends the program with status 3 before any backup.
 // (The system's texts for a missing file differ between systems: only the program's own

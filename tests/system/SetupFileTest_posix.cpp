@@ -51,10 +51,7 @@ INSTANTIATE_TEST_SUITE_P(
         BadFile{"badbool.set",
                 [](const fs::path& p) { WriteFile(p, "Target = \"/x\"\r\nVerify = yes\r\n"); },
                 "Type mismatch"}),
-    [](const auto& tc) {
-        std::string n = tc.param.name;
-        return n.substr(0, n.find('.'));
-    });
+    tessaron::test::ParamName());
 
 // Every load starts from the record the window's New leaves, then applies the window's
 // option rules, so a set never inherits options from the set loaded before it and an
@@ -100,6 +97,6 @@ INSTANTIATE_TEST_SUITE_P(
                  "BackupType = INCREMENTAL\nCleanTarget = True\nEMail = 1\n", false, true, ""},
         LoadCase{"NothingCarriesOver", kCleanMail, "Target = \"/other\"\r\n", false, false, ""},
         LoadCase{"EmptyFileIsANewSet", kCleanMail, "", false, false, ""}),
-    [](const auto& tc) { return std::string(tc.param.name); });
+    tessaron::test::ParamName());
 
 } // namespace

@@ -14,39 +14,36 @@ namespace {
 
 constexpr int kLevels = 25;
 
-// Makes kLevels folders of 200-byte names below dir, longer in all than the system's limit
-// on paths, with the file deep.txt at the bottom.
-void MakeDeep(const fs::path& dir) {
+// Opens the folder kLevels levels of 200-byte names below dir, one level at a time (the
+// whole path is longer than the system's limit on paths), making each level when make is
+// set. -1 when a level is missing.
+int OpenDeep(const fs::path& dir, bool make) {
     const std::string name(200, 'd');
     int fd = open(dir.c_str(), O_RDONLY | O_DIRECTORY);
-    for (int i = 0; i < kLevels; ++i) {
-        mkdirat(fd, name.c_str(), 0755);
+    for (int i = 0; i < kLevels && fd >= 0; ++i) {
+        if (make) {
+            mkdirat(fd, name.c_str(), 0755);
+        }
         const int sub = openat(fd, name.c_str(), O_RDONLY | O_DIRECTORY);
         close(fd);
         fd = sub;
     }
+    return fd;
+}
+
+// Makes the deep folders below dir with the file deep.txt at the bottom.
+void MakeDeep(const fs::path& dir) {
+    const int fd = OpenDeep(dir, true);
     const int f = openat(fd, "deep.txt", O_WRONLY | O_CREAT, 0644);
     EXPECT_EQ(write(f, "deep", 4), 4);
     close(f);
     close(fd);
 }
 
-// The content of deep.txt below dir, reached one folder at a time.
+// The content of deep.txt at the bottom of the deep folders below dir.
 std::string ReadDeep(const fs::path& dir) {
-    std::string rel;
-    for (int i = 0; i < kLevels; ++i) {
-        rel += std::string(200, 'd') + "/";
-    }
-    rel += "deep.txt";
-    int fd = open(dir.c_str(), O_RDONLY | O_DIRECTORY);
-    std::size_t pos = 0;
-    for (std::size_t slash; fd >= 0 && (slash = rel.find('/', pos)) != std::string::npos;
-         pos = slash + 1) {
-        const int sub = openat(fd, rel.substr(pos, slash - pos).c_str(), O_RDONLY | O_DIRECTORY);
-        close(fd);
-        fd = sub;
-    }
-    const int f = fd < 0 ? -1 : openat(fd, rel.substr(pos).c_str(), O_RDONLY);
+    const int fd = OpenDeep(dir, false);
+    const int f = fd < 0 ? -1 : openat(fd, "deep.txt", O_RDONLY);
     char buf[16] = {};
     const ssize_t n = f < 0 ? 0 : read(f, buf, sizeof buf);
     close(f);
@@ -151,8 +148,7 @@ const TreeCase kTrees[] = {
      }},
 };
 
-INSTANTIATE_TEST_SUITE_P(Trees, OddTree, ::testing::ValuesIn(kTrees),
-                         [](const auto& p) { return std::string(p.param.name); });
+INSTANTIATE_TEST_SUITE_P(Trees, OddTree, ::testing::ValuesIn(kTrees), tessaron::test::ParamName());
 
 // An interrupt while a large file is copied in small blocks cancels the run.
 class Interrupt : public ::testing::TestWithParam<int> {};
