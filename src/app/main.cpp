@@ -8,6 +8,7 @@
 #include "ConsoleView.h"
 #include "SetupFile.h"
 #include "Terminal.h"
+#include "TestMailCommand.h"
 #include "WindowFrontEnd.h"
 
 #include "engine/BackupEngine.h"
@@ -31,6 +32,7 @@ constexpr int kNothingRun = 3;
 const char* const kUsage =
     "Usage: tessaron [/RUN file.set | /LOAD file.set] [/QUIET] [/LOGPATH dir]\n"
     "                [/BLOCKSIZE n] [/CONSOLE]\n"
+    "       tessaron /TESTMAIL address\n"
     "\n"
     "  (none)          open the main window\n"
     "  /RUN file.set   load the backup set, run it and exit (in the run window\n"
@@ -42,6 +44,8 @@ const char* const kUsage =
     "  /LOGPATH dir    kept with the set; the run log always goes to the log folder\n"
     "  /BLOCKSIZE n    bytes per read and write block, 1 to 16777216 (default 128000)\n"
     "  /CONSOLE        run in the console even when a window could be shown\n"
+    "  /TESTMAIL address  send a test mail with the Email Setup settings (exit\n"
+    "                  status 0 when the server accepted it, else 1)\n"
     "  /?, -h, --help  show this text\n"
     "\n"
     "Switches may be written in any case and come in any order; the last /RUN or\n"
@@ -107,6 +111,9 @@ int main(int argc, char** argv) {
     if (WantsHelp(text)) {
         std::cout << kUsage;
         return kComplete;
+    }
+    if (const auto address = TestMailAddress(text)) {
+        return RunTestMail(*address, std::cout, std::cerr);
     }
     if (ForTheWindow(text)) {
         static char programName[] = "tessaron";

@@ -166,8 +166,8 @@ clsMailer::clsMailer(IMailHost& host, const clsRegSettings& settings)
     : clsMailer(host, settings, std::make_unique<MailSocket>()) {}
 
 clsMailer::clsMailer(IMailHost& host, const clsRegSettings& settings,
-                     std::unique_ptr<IMailSocket> socket, std::unique_ptr<SecretStore> secrets)
-    : host_(host), settings_(settings), socket_(std::move(socket)), secrets_(std::move(secrets)) {}
+                     std::unique_ptr<IMailSocket> socket)
+    : host_(host), settings_(settings), socket_(std::move(socket)) {}
 
 clsMailer::~clsMailer() = default;
 

@@ -47,14 +47,15 @@ public:
     // host and settings must outlive the mailer. The account (ReadMailAccount) is read
     // from section "Settings" at each Send_Email.
     clsMailer(IMailHost& host, const clsRegSettings& settings);
-    // Talks through the given socket instead of the system's (scripted servers), and asks
-    // the given credential store (null: the system's) for passwords.
-    clsMailer(IMailHost& host, const clsRegSettings& settings, std::unique_ptr<IMailSocket> socket,
-              std::unique_ptr<SecretStore> secrets = nullptr);
+    // Talks through the given socket instead of the system's (scripted servers).
+    clsMailer(IMailHost& host, const clsRegSettings& settings, std::unique_ptr<IMailSocket> socket);
     ~clsMailer();
     clsMailer(const clsMailer&) = delete;
     clsMailer& operator=(const clsMailer&) = delete;
 
+    // Asks this credential store for passwords instead of the system's (not owned; it must
+    // outlive the mailer).
+    void Secrets(SecretStore& store) { secrets_ = &store; }
     // The server's TCP port. Until set, the account's port.
     void Port(int port);
     int Port() const;
@@ -148,7 +149,7 @@ private:
     IMailHost& host_;
     const clsRegSettings& settings_;
     std::unique_ptr<IMailSocket> socket_;
-    std::unique_ptr<SecretStore> secrets_;
+    SecretStore* secrets_ = nullptr;
     std::string replyBuffer_;
     std::string lastReply_; // the last whole reply accepted in the strict conversation
     bool strict_ = false;
