@@ -134,8 +134,11 @@ int main(int argc, char** argv) {
 
     clsRegSettings settings;
     settings.SettingsFile(HKeyCurrentUser, tree.Path("settings.ini"));
-    settings.SaveSetting("Settings", "SMTPServer", "mail.example.com");
+    settings.SaveSetting("Settings", "SMTPServer", "smtp.example.com");
     settings.SaveSetting("Settings", "EmailFrom", "backup@example.com");
+    settings.SaveSetting("Settings", "SMTPPort", "587");
+    settings.SaveSetting("Settings", "SMTPSecurity", "STARTTLS");
+    settings.SaveSetting("Settings", "SMTPUser", "backup@example.com");
     gui::frmEmailSetup email(settings);
     email.show();
     SlowWindow::Save(email, out.filePath("email-setup.png"));

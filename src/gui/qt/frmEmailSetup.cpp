@@ -50,6 +50,7 @@ frmEmailSetup::frmEmailSetup(clsRegSettings& settings, QWidget* parent, SecretSt
     m_txtSMTPServer = TextBox("txtSMTPServer", v.Server, 40, this);
     m_txtEmailFrom = TextBox("txtEmailFrom", v.From, 40, this);
     m_txtSMTPPort = TextBox("txtSMTPPort", v.Port, 8, this);
+    m_txtSMTPPort->setMaximumWidth(m_txtSMTPPort->minimumWidth());
     m_cboSecurity = new QComboBox(this);
     m_cboSecurity->setObjectName("cboSecurity");
     for (const char* text : kSecurityTexts)
