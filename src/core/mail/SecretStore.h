@@ -41,4 +41,10 @@ public:
 // that nobody else may read; otherwise Why names the file and says what is wrong with it.
 SecretLookup ReadPasswordFile(const std::string& path);
 
+namespace passwordfile {
+// The system's part of ReadPasswordFile: the file's first 4 KiB into text, or what is
+// wrong with the file, to follow its name ("is not a regular file").
+std::string Read(const std::string& path, std::string& text);
+} // namespace passwordfile
+
 } // namespace tessaron

@@ -163,22 +163,18 @@ private:
     }
 };
 
-std::string FileProblem(const std::string& path, const std::string& what) {
-    return "The password file " + path + " " + what;
-}
-
 // The checks on an open password file: what is wrong with it, or "".
-std::string Unsafe(int fd, const std::string& path) {
+std::string Unsafe(int fd) {
     struct stat st {};
     if (::fstat(fd, &st) != 0)
-        return FileProblem(path, "cannot be read: " + SysError::FromCode(errno).Text());
+        return ("cannot be read: " + SysError::FromCode(errno).Text());
     if (!S_ISREG(st.st_mode))
-        return FileProblem(path, "is not a regular file");
+        return ("is not a regular file");
     if (st.st_uid != ::geteuid())
-        return FileProblem(path, "belongs to another user");
+        return ("belongs to another user");
     if ((st.st_mode & (S_IRGRP | S_IROTH)) != 0)
-        return FileProblem(path, "can be read by other users; allow only its owner to read "
-                                 "it (chmod 600)");
+        return ("can be read by other users; allow only its owner to read "
+                "it (chmod 600)");
     return "";
 }
 
@@ -188,28 +184,19 @@ std::unique_ptr<SecretStore> SecretStore::Create() {
     return std::make_unique<SecretService>();
 }
 
-SecretLookup ReadPasswordFile(const std::string& path) {
-    SecretLookup r;
+std::string passwordfile::Read(const std::string& path, std::string& text) {
     // O_NONBLOCK: a FIFO in its place must not make the mail wait for a writer.
     const int fd = ::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC | O_NOCTTY);
-    if (fd < 0) {
-        r.Why = FileProblem(path, "cannot be opened: " + SysError::FromCode(errno).Text());
-        return r;
-    }
-    r.Why = Unsafe(fd, path);
+    if (fd < 0)
+        return "cannot be opened: " + SysError::FromCode(errno).Text();
+    std::string what = Unsafe(fd);
     char buf[4096];
-    const ssize_t n = r.Why.empty() ? ::read(fd, buf, sizeof buf) : 0;
-    ::close(fd);
+    const ssize_t n = what.empty() ? ::read(fd, buf, sizeof buf) : 0;
     if (n < 0)
-        r.Why = FileProblem(path, "cannot be read: " + SysError::FromCode(errno).Text());
-    if (!r.Why.empty())
-        return r;
-    const std::string text(buf, static_cast<std::size_t>(n));
-    r.Value = text.substr(0, text.find_first_of("\r\n"));
-    r.Found = !r.Value.empty();
-    if (!r.Found)
-        r.Why = FileProblem(path, "holds no password on its first line");
-    return r;
+        what = "cannot be read: " + SysError::FromCode(errno).Text();
+    ::close(fd);
+    text.assign(buf, n > 0 ? static_cast<std::size_t>(n) : 0);
+    return what;
 }
 
 } // namespace tessaron

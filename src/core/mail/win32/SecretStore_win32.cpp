@@ -98,16 +98,12 @@ bool OthersMayRead(PACL dacl, PSID owner, PSID user) {
     return false;
 }
 
-std::string FileProblem(const std::string& path, const std::string& what) {
-    return "The password file " + path + " " + what;
-}
-
 // What is wrong with the open password file, or "".
-std::string Unsafe(HANDLE h, const std::string& path) {
+std::string Unsafe(HANDLE h) {
     BY_HANDLE_FILE_INFORMATION info{};
     if (::GetFileType(h) != FILE_TYPE_DISK || !::GetFileInformationByHandle(h, &info) ||
         (info.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0)
-        return FileProblem(path, "is not a regular file");
+        return ("is not a regular file");
     PSID owner = nullptr;
     PACL dacl = nullptr;
     PSECURITY_DESCRIPTOR sd = nullptr;
@@ -115,15 +111,15 @@ std::string Unsafe(HANDLE h, const std::string& path) {
         ::GetSecurityInfo(h, SE_FILE_OBJECT, OWNER_SECURITY_INFORMATION | DACL_SECURITY_INFORMATION,
                           &owner, nullptr, &dacl, nullptr, &sd);
     if (rc != ERROR_SUCCESS)
-        return FileProblem(path, "cannot be checked: " + win32::ErrorText(rc));
+        return ("cannot be checked: " + win32::ErrorText(rc));
     const std::unique_ptr<void, LocalFreer> hold(sd);
     const std::unique_ptr<BYTE[]> user = TokenUser();
     PSID me = user ? reinterpret_cast<TOKEN_USER*>(user.get())->User.Sid : nullptr;
     if (me == nullptr ||
         (!::EqualSid(owner, me) && !IsWellKnown(owner, WinBuiltinAdministratorsSid)))
-        return FileProblem(path, "belongs to another user");
+        return ("belongs to another user");
     if (OthersMayRead(dacl, owner, me))
-        return FileProblem(path, "can be read by other users; allow only its owner to read it");
+        return ("can be read by other users; allow only its owner to read it");
     return "";
 }
 
@@ -133,28 +129,19 @@ std::unique_ptr<SecretStore> SecretStore::Create() {
     return std::make_unique<CredentialManager>();
 }
 
-SecretLookup ReadPasswordFile(const std::string& path) {
-    SecretLookup r;
+std::string passwordfile::Read(const std::string& path, std::string& text) {
     const win32::Handle h(::CreateFileW(win32::LongPath(path).c_str(), GENERIC_READ | READ_CONTROL,
                                         FILE_SHARE_READ, nullptr, OPEN_EXISTING,
                                         FILE_ATTRIBUTE_NORMAL, nullptr));
-    if (!h.Valid()) {
-        r.Why = FileProblem(path, "cannot be opened: " + win32::ErrorText(::GetLastError()));
-        return r;
-    }
-    r.Why = Unsafe(h.Get(), path);
+    if (!h.Valid())
+        return "cannot be opened: " + win32::ErrorText(::GetLastError());
+    std::string what = Unsafe(h.Get());
     char buf[4096];
     DWORD n = 0;
-    if (r.Why.empty() && !::ReadFile(h.Get(), buf, sizeof buf, &n, nullptr))
-        r.Why = FileProblem(path, "cannot be read: " + win32::ErrorText(::GetLastError()));
-    if (!r.Why.empty())
-        return r;
-    const std::string text(buf, n);
-    r.Value = text.substr(0, text.find_first_of("\r\n"));
-    r.Found = !r.Value.empty();
-    if (!r.Found)
-        r.Why = FileProblem(path, "holds no password on its first line");
-    return r;
+    if (what.empty() && !::ReadFile(h.Get(), buf, sizeof buf, &n, nullptr))
+        what = "cannot be read: " + win32::ErrorText(::GetLastError());
+    text.assign(buf, n);
+    return what;
 }
 
 } // namespace tessaron
