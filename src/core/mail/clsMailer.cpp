@@ -70,7 +70,10 @@ std::string OneLine(std::string_view reply) {
     while (!reply.empty() && (reply.back() == '\n' || reply.back() == '\r'))
         reply.remove_suffix(1);
     std::string out;
-    for (const char c : reply.substr(0, clsMailer::kMaxReplyShown)) {
+    std::size_t taken = 0;
+    // The bound is on what is shown: an escaped character takes up to four.
+    for (; taken < reply.size() && out.size() < clsMailer::kMaxReplyShown; ++taken) {
+        const char c = reply[taken];
         const auto u = static_cast<unsigned char>(c);
         if (c == '\r') {
             out += "\\r";
@@ -84,7 +87,7 @@ std::string OneLine(std::string_view reply) {
             out += c;
         }
     }
-    return reply.size() > clsMailer::kMaxReplyShown ? out + "..." : out;
+    return taken < reply.size() ? out + "..." : out;
 }
 
 // The length of the first whole reply in text: its lines up to the one whose code is not
@@ -261,7 +264,7 @@ void clsMailer::Send_Email(const std::string& recipient, const std::string& subj
 }
 
 void clsMailer::Fail(const std::string& why) {
-    host_.AddLogLine(kUnable + OneLine(why), true);
+    host_.AddLogLine(kUnable + OneLine(Hidden(why)), true);
 }
 
 bool clsMailer::Send(const MailAccount& account, const std::string& recipient,
@@ -272,6 +275,7 @@ bool clsMailer::Send(const MailAccount& account, const std::string& recipient,
             return false;
         }
         std::string password;
+        hidden_.clear();
         if (RefuseUnsafe(account.From, recipient, subject) ||
             (!account.User.empty() && !TakePassword(account, password)))
             return false;
@@ -326,7 +330,19 @@ bool clsMailer::TakePassword(const MailAccount& account, std::string& password) 
         return false;
     }
     password = found.Value;
+    // A server that repeats a refused command in its reply must not put the password
+    // into the log.
+    hidden_ = {password, Base64(password),
+               Base64(std::string(1, '\0') + account.User + '\0' + password)};
     return true;
+}
+
+std::string clsMailer::Hidden(std::string text) const {
+    for (const std::string& secret : hidden_) {
+        for (std::size_t at; !secret.empty() && (at = text.find(secret)) != std::string::npos;)
+            text.replace(at, secret.size(), "***");
+    }
+    return text;
 }
 
 bool clsMailer::WaitForConnection() {
@@ -363,7 +379,7 @@ bool clsMailer::Step(const std::string& command, const char* code, const std::st
     socket_->SendData(command + kCrLf);
     if (Winsock_WaitFor(code))
         return true;
-    host_.AddLogLine(failure + OneLine(replyBuffer_), true);
+    host_.AddLogLine(failure + OneLine(Hidden(replyBuffer_)), true);
     return false;
 }
 
@@ -511,7 +527,7 @@ void clsMailer::Winsock1_DataArrival(long /*bytesTotal*/) {
 
 void clsMailer::Winsock1_Error(int /*number*/, const std::string& description) {
     socketFailed_ = true;
-    host_.AddLogLine("Unable to send Email - Error: " + OneLine(description), true);
+    host_.AddLogLine("Unable to send Email - Error: " + OneLine(Hidden(description)), true);
     socket_->Close();
 }
 

@@ -37,6 +37,7 @@
 #include <ctime>
 #include <memory>
 #include <string>
+#include <vector>
 
 namespace tessaron {
 
@@ -138,6 +139,7 @@ private:
     bool RefuseUnsafe(const std::string& from, const std::string& recipient,
                       const std::string& subject);
     void Fail(const std::string& why);
+    std::string Hidden(std::string text) const;
     bool TakePassword(const MailAccount& account, std::string& password);
     bool WaitForWholeReply(const std::string& code);
     bool Step(const std::string& command, const char* code, const std::string& failure);
@@ -151,7 +153,8 @@ private:
     std::unique_ptr<IMailSocket> socket_;
     SecretStore* secrets_ = nullptr;
     std::string replyBuffer_;
-    std::string lastReply_; // the last whole reply accepted in the strict conversation
+    std::string lastReply_;           // the last whole reply accepted in the strict conversation
+    std::vector<std::string> hidden_; // the password in the forms it travels, kept out of the log
     bool strict_ = false;
     bool secured_ = false; // the connection is encrypted
     bool connected_ = false;
