@@ -21,4 +21,12 @@ inline std::string NameOf(const std::string& text) {
     return name;
 }
 
+// The name generator of a table whose rows name themselves in a field `name`:
+// INSTANTIATE_TEST_SUITE_P(Suite, Test, ::testing::ValuesIn(kRows), test::CaseName()).
+struct CaseName {
+    template <typename Info> std::string operator()(const Info& info) const {
+        return NameOf(info.param.name);
+    }
+};
+
 } // namespace tessaron::test
