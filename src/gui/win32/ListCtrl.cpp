@@ -2,6 +2,7 @@
 
 #include "Win32Text.h"
 
+#include <algorithm>
 #include <cwchar>
 
 namespace tessaron::win {
@@ -98,7 +99,9 @@ void ListCtrl::SetColumns() {
         LVCOLUMNW column{};
         column.mask = LVCF_TEXT | LVCF_WIDTH | LVCF_FMT;
         column.fmt = list.IsSizeColumn(i) ? LVCFMT_RIGHT : LVCFMT_LEFT;
-        column.cx = Twips(list.ColumnTwips(i), m_list);
+        // At least as wide as its title, so that no title is cut.
+        const int titleWidth = ListView_GetStringWidth(m_list, title.c_str()) + 20;
+        column.cx = std::max(Twips(list.ColumnTwips(i), m_list), titleWidth);
         column.pszText = title.data();
         ListView_InsertColumn(m_list, i, &column);
     }

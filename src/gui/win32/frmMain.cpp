@@ -88,9 +88,9 @@ bool frmMain::Create() {
         ::RegisterClassExW(&cls);
     }
     const int width = Twips(12600, nullptr), height = Twips(8400, nullptr);
-    m_window = ::CreateWindowExW(WS_EX_CONTROLPARENT, kClassName, L"Tessaron",
-                                 WS_OVERLAPPEDWINDOW | WS_CLIPCHILDREN, CW_USEDEFAULT,
-                                 CW_USEDEFAULT, width, height, nullptr, nullptr, instance, this);
+    m_window = ::CreateWindowExW(WS_EX_CONTROLPARENT, kClassName, L"Tessaron", WS_OVERLAPPEDWINDOW,
+                                 CW_USEDEFAULT, CW_USEDEFAULT, width, height, nullptr, nullptr,
+                                 instance, this);
     if (m_window == nullptr) {
         return false;
     }
@@ -323,9 +323,11 @@ std::string frmMain::FileDialog(ui::FileDialogKind kind, const ui::FileDialogReq
 
 // Until the run window is part of the Windows build, a set runs from a command prompt.
 void frmMain::StartRun(clsSetup&) {
+    const std::string file = m_logic.FileName().empty() ? "<backup set file>" : m_logic.FileName();
     Message("Start Backup",
             "The run window is not part of this build yet.\nSave the backup set, then run it "
-            "from a command prompt:\ntessaron /RUN \"<backup set file>\"",
+            "from a command prompt:\n\ntessaron /RUN \"" +
+                file + "\"",
             MsgButtons::OK);
 }
 
