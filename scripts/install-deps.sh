@@ -31,6 +31,8 @@ if [[ ${1:-} == --windows ]]; then
         g++-mingw-w64-x86-64-posix  # the Windows cross compiler (posix threads: std::mutex)
         googletest                  # GoogleTest sources, built with the cross compiler
         wine wine64                 # runs the Windows tests
+        xvfb xauth xdotool x11-apps # the native window's tests: a virtual display, finding
+                                    # the window by its caption, xwd for its screenshot
     )
 fi
 

@@ -100,7 +100,8 @@ bool ForTheWindow(const std::string& text) {
     clsSetup scratch;
     const CommandLine probe =
         ReadCommandLine(text, scratch, [](const std::string&) { return true; });
-    return !probe.Console && WindowAvailable();
+    const bool runs = probe.Action == "/RUN";
+    return !probe.Console && WindowAvailable() && (!runs || WindowRunsBackups());
 }
 
 } // namespace
@@ -109,6 +110,7 @@ int main(int argc, char** argv) {
     UseUserLocale(); // log dates and grouped numbers in the user's conventions
     const std::string text = ProcessCommandLine(argc, argv);
     if (WantsHelp(text)) {
+        UseParentConsole();
         std::cout << kUsage;
         return kComplete;
     }
@@ -119,6 +121,7 @@ int main(int argc, char** argv) {
         static char programName[] = "tessaron";
         return RunMainWindow(argc > 0 ? argv[0] : programName, text);
     }
+    UseParentConsole();
     clsSetup setup;
     CommandLine cl = ReadCommandLine(text, setup, [&setup](const std::string& file) {
         return LoadSetup(file, setup, std::cerr);
