@@ -21,4 +21,12 @@ inline std::string NameOf(const std::string& text) {
     return name;
 }
 
+// The name generator of parameterised cases that carry their name in a field `name`:
+//   INSTANTIATE_TEST_SUITE_P(Runs, Overlap, ::testing::ValuesIn(kCases), CaseName());
+struct CaseName {
+    template <class ParamInfo> std::string operator()(const ParamInfo& info) const {
+        return NameOf(info.param.name);
+    }
+};
+
 } // namespace tessaron::test
