@@ -8,6 +8,7 @@
 #include <QApplication>
 #include <QCloseEvent>
 #include <QCoreApplication>
+#include <QElapsedTimer>
 #include <QGridLayout>
 #include <QGroupBox>
 #include <QGuiApplication>
@@ -18,10 +19,10 @@
 #include <QPainter>
 #include <QProgressBar>
 #include <QPushButton>
-#include <QScreen>
 #include <QSessionManager>
 #include <QStyledItemDelegate>
 #include <QVBoxLayout>
+#include <QWindow>
 
 #include <cstdlib>
 
@@ -271,6 +272,22 @@ void frmBackup::ShowInstead(QWidget* parent) {
     raise();
     activateWindow();
     m_cmdCancel->setFocus();
+    WaitUntilPlaced();
+}
+
+// A window shown a moment ago has not yet been placed by the window manager, and a
+// question asked at once (a small selection totals in no time) would be centred on where
+// the window was first put: over a corner of it. So the run starts once the window is on
+// the screen, or after half a second at most.
+void frmBackup::WaitUntilPlaced() {
+    constexpr int kMaxWaitMs = 500;
+    QElapsedTimer waited;
+    waited.start();
+    while (windowHandle() != nullptr && !windowHandle()->isExposed() &&
+           waited.elapsed() < kMaxWaitMs) {
+        QCoreApplication::processEvents(QEventLoop::ExcludeUserInputEvents, 10);
+    }
+    QCoreApplication::processEvents(QEventLoop::ExcludeUserInputEvents);
 }
 
 void frmBackup::CancelRun() {

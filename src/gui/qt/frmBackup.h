@@ -96,6 +96,7 @@ private:
     QLabel* ValueLabel(const char* name);
     bool PressKey(int key);
     void ShowInstead(QWidget* parent);
+    void WaitUntilPlaced();
     void Unload();
     void ShowParent();
     void FlushLog();
