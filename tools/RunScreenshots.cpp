@@ -33,17 +33,17 @@ public:
     int shootAt = 101;
     QString file;
 
-    void Yield() override {
+    void PumpMessages() override {
         std::this_thread::sleep_for(std::chrono::microseconds(3000));
-        gui::frmBackup::Yield();
+        gui::frmBackup::PumpMessages();
         if (m_due && !file.isEmpty()) {
             Save(*this, file);
             file.clear();
         }
     }
-    void SetBar(ViewBar which, int value) override {
-        gui::frmBackup::SetBar(which, value);
-        m_due = m_due || (which == ViewBar::Overall && value >= shootAt);
+    void ShowBar(ui::RunBar which, int value) override {
+        gui::frmBackup::ShowBar(which, value);
+        m_due = m_due || (which == ui::RunBar::Overall && value >= shootAt);
     }
     static void Save(QWidget& w, const QString& file) {
         if (!w.grab().save(file)) {

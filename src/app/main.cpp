@@ -1,8 +1,8 @@
 // tessaron: with no arguments or /LOAD it opens the main window, and /RUN runs the backup
 // set it names in the run window alone (when the build has the window and a display
-// answers); otherwise /RUN runs the set in the console. Exit status of a /RUN: 0 "Backup
-// Complete", 1 "Error During Backup", 2 "Backup Cancelled", 3 nothing was run (the set
-// could not be loaded, or it has nothing that could be copied).
+// answers); otherwise /RUN runs the set in the console. Exit status of a /RUN: the run's
+// (engine/RunResult.h), or 3 when nothing was run (the set could not be loaded, or it has
+// nothing that could be copied).
 
 #include "CommandLine.h"
 #include "ConsoleView.h"
@@ -23,11 +23,6 @@
 using namespace tessaron;
 
 namespace {
-
-constexpr int kComplete = 0;
-constexpr int kError = 1;
-constexpr int kCancelled = 2;
-constexpr int kNothingRun = 3;
 
 const char* const kUsage =
     "Usage: tessaron [/RUN file.set | /LOAD file.set] [/QUIET] [/LOGPATH dir]\n"
@@ -72,7 +67,7 @@ int RunBackup(clsSetup& setup) {
     // A run with nothing it could copy must never end "Backup Complete".
     if (const std::string reason = NothingToRunReason(setup); !reason.empty()) {
         std::cerr << reason << std::endl;
-        return kNothingRun;
+        return kExitNothingRun;
     }
     ConsoleView view(std::cout, std::cerr, std::cin, DetectConsole());
     BackupEngine engine(view);
@@ -82,15 +77,12 @@ int RunBackup(clsSetup& setup) {
         engine.LogDir(dir);
     }
     InstallInterruptHandlers();
-    bool ok = engine.Run(true);
-    view.Finished(true);
+    engine.Run();
+    view.End();
     if (!engine.LogFile().empty()) {
         std::cerr << "Log file: " << engine.LogFile() << std::endl;
     }
-    if (ok) {
-        return kComplete;
-    }
-    return engine.Cancelled() ? kCancelled : kError;
+    return ExitStatus(engine.Result());
 }
 
 // Whether the command line is for the window: it does not ask for the console, and a
@@ -112,7 +104,7 @@ int main(int argc, char** argv) {
     if (WantsHelp(text)) {
         UseParentConsole();
         std::cout << kUsage;
-        return kComplete;
+        return EXIT_SUCCESS;
     }
     if (const auto address = TestMailAddress(text)) {
         return RunTestMail(*address, std::cout, std::cerr);
@@ -131,10 +123,10 @@ int main(int argc, char** argv) {
     }
     if (cl.Action == "/LOAD") {
         std::cout << "Backup set " << cl.LastFile << "\n" << SetupSummary(setup);
-        return kComplete;
+        return EXIT_SUCCESS;
     }
     if (cl.Loads == 0) {
         std::cerr << WhyNoWindow() << " Use /RUN to run a backup set in the console.\n\n" << kUsage;
     }
-    return kNothingRun;
+    return kExitNothingRun;
 }
