@@ -120,7 +120,7 @@ int main(int argc, char** argv) {
            1.0, "folder of " + n + " files shown");
     Report("8b",
            Median(
-               runs, window, [] {}, [&] { browser.HeaderClicked(2); }),
+               runs, window, [] {}, [&] { browser.Panes().HeaderClicked(2); }),
            0.5, "folder of " + n + " files sorted by Size");
     const std::string m = QString("%L1").arg(folders).toStdString();
     Report("8c",

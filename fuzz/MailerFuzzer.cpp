@@ -1,8 +1,10 @@
 // The mailer against a scripted socket (no network): whatever the server says and
-// whenever the connection fails or closes, the mail step ends, its log lines are single
-// bounded lines, and the body can never end the message early. The input holds the log
-// text to mail, then the server's side: a notice kind and, for data, the text that
-// arrives.
+// whenever the connection fails, closes, or its TLS handshake ends well or badly, the mail
+// step ends, its log lines are single bounded lines without the password, the body can
+// never end the message early, and with STARTTLS or TLS nothing but EHLO and STARTTLS goes
+// out in clear and nothing at all after a failed handshake. The input holds the account's
+// security and login, the log text to mail, then the server's side: a notice kind and,
+// for data, the text that arrives.
 
 #include "FuzzSupport.h"
 #include "mail/MailSocket.h"
@@ -26,7 +28,14 @@ public:
     explicit ScriptedSocket(FuzzedDataProvider& script) : script_(script) {}
 
     void Connect(const std::string&, int) override { connecting_ = true; }
-    void SendData(const std::string& data) override { Sent += data; }
+    void SendData(const std::string& data) override {
+        Require(!tlsAsked_ || secured_, "data sent while TLS is not up", data);
+        (secured_ ? Encrypted : Sent) += data;
+    }
+    void StartTls(const std::string&) override {
+        Require(connected_ && !tlsAsked_, "TLS asked for twice or without a connection");
+        tlsAsked_ = true;
+    }
     std::string GetData() override { return std::exchange(waiting_, std::string()); }
     void Close() override { connecting_ = false; }
 
@@ -39,7 +48,7 @@ public:
             connected_ = false;
             return {e};
         }
-        switch (script_.ConsumeIntegralInRange<int>(0, 4)) {
+        switch (script_.ConsumeIntegralInRange<int>(0, 6)) {
         case 0:
             e.Kind = Notice::Connect;
             connected_ = connecting_;
@@ -56,19 +65,35 @@ public:
             e.Kind = Notice::Error;
             e.Description = script_.ConsumeRandomLengthString(40);
             break;
+        case 4:
+            if (!tlsAsked_ || secured_)
+                return {};
+            e.Kind = Notice::Secured;
+            secured_ = true;
+            break;
+        case 5:
+            if (!tlsAsked_)
+                return {};
+            e.Kind = Notice::TlsFailed;
+            e.Description = script_.ConsumeRandomLengthString(40);
+            connected_ = false;
+            break;
         default:
             return {}; // nothing happened this turn
         }
         return {e};
     }
 
-    std::string Sent;
+    std::string Sent;      // in clear
+    std::string Encrypted; // once TLS is up
 
 private:
     FuzzedDataProvider& script_;
     std::string waiting_;
     bool connecting_ = false;
     bool connected_ = false;
+    bool tlsAsked_ = false;
+    bool secured_ = false;
 };
 
 struct QuietHost : IMailHost {
@@ -106,6 +131,12 @@ void CheckData(const std::string& text) {
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     FuzzedDataProvider script(data, size);
+    MailAccount account;
+    account.Server = "mail.example.org";
+    account.From = "backup@example.org";
+    account.Security = static_cast<MailSecurity>(script.ConsumeIntegralInRange<int>(0, 2));
+    account.User = script.ConsumeBool() ? "ann" : "";
+    account.Password = "pw-Secret-1";
     const std::string body = script.ConsumeRandomLengthString(4000);
     CheckData(body);
 
@@ -115,17 +146,25 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     auto socket = std::make_unique<ScriptedSocket>(script);
     ScriptedSocket& wire = *socket;
     clsMailer mailer(host, settings, std::move(socket));
-    mailer.Send_Email("ann@example.com", "Backup Complete", body);
+    mailer.Send(account, "ann@example.com", "Backup Complete", body);
 
     for (const std::string& line : host.Lines) {
         Require(line.find_first_of("\r\n") == std::string::npos, "a log line breaks", line);
         Require(line.size() <= clsMailer::kMaxReplyShown + 100, "a log line is too long");
+        Require(account.User.empty() || line.find("pw-Secret-1") == std::string::npos,
+                "the password is logged", line);
+    }
+    // In clear, with STARTTLS or TLS: at most EHLO and STARTTLS.
+    if (account.Security != MailSecurity::None) {
+        Require(wire.Sent.empty() || wire.Sent == "EHLO mail\r\n" ||
+                    wire.Sent == "EHLO mail\r\nSTARTTLS\r\n",
+                "more than EHLO and STARTTLS in clear", wire.Sent);
     }
     // The message ends once, at its end: nothing but QUIT may follow the end mark.
-    const std::size_t end = wire.Sent.find("\r\n.\r\n");
-    Require(end == std::string::npos ||
-                wire.Sent.compare(end + 5, std::string::npos, "QUIT\r\n") == 0 ||
-                end + 5 == wire.Sent.size(),
-            "the message ended early", wire.Sent);
+    const std::string& sent = account.Security == MailSecurity::None ? wire.Sent : wire.Encrypted;
+    const std::size_t end = sent.find("\r\n.\r\n");
+    Require(end == std::string::npos || sent.compare(end + 5, std::string::npos, "QUIT\r\n") == 0 ||
+                end + 5 == sent.size(),
+            "the message ended early", sent);
     return 0;
 }

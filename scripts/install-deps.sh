@@ -16,6 +16,9 @@ packages=(
     python3                 # runs the benchmark harness (bench/run)
     clang-14 libfuzzer-14-dev   # the fuzz targets (make fuzz, make fuzz-smoke)
     locales                 # de_DE.UTF-8 for the tests of dates and numbers in the user's locale
+    libssl-dev              # TLS for the mail (STARTTLS, TLS), from OpenSSL 3
+    libsecret-1-dev         # the mail password in the Secret Service (headers; loaded at run time)
+    pkg-config              # finds libsecret's headers
     qt6-base-dev            # the window front end (Qt 6 Widgets)
     xvfb xauth xdotool      # the window's system test and screenshots under a virtual display
     x11-apps                # xwd: the window system test's screenshot
@@ -32,6 +35,8 @@ if [[ ${1:-} == --windows ]]; then
         g++-mingw-w64-x86-64-posix  # the Windows cross compiler (posix threads: std::mutex)
         googletest                  # GoogleTest sources, built with the cross compiler
         wine wine64                 # runs the Windows tests
+        xvfb xauth xdotool x11-apps # the native window's tests: a virtual display, finding
+                                    # the window by its caption, xwd for its screenshot
     )
 fi
 

@@ -33,17 +33,17 @@ public:
     int shootAt = 101;
     QString file;
 
-    void Yield() override {
+    void PumpMessages() override {
         std::this_thread::sleep_for(std::chrono::microseconds(3000));
-        gui::frmBackup::Yield();
+        gui::frmBackup::PumpMessages();
         if (m_due && !file.isEmpty()) {
             Save(*this, file);
             file.clear();
         }
     }
-    void SetBar(ViewBar which, int value) override {
-        gui::frmBackup::SetBar(which, value);
-        m_due = m_due || (which == ViewBar::Overall && value >= shootAt);
+    void ShowBar(ui::RunBar which, int value) override {
+        gui::frmBackup::ShowBar(which, value);
+        m_due = m_due || (which == ui::RunBar::Overall && value >= shootAt);
     }
     static void Save(QWidget& w, const QString& file) {
         if (!w.grab().save(file)) {
@@ -134,8 +134,11 @@ int main(int argc, char** argv) {
 
     clsRegSettings settings;
     settings.SettingsFile(HKeyCurrentUser, tree.Path("settings.ini"));
-    settings.SaveSetting("Settings", "SMTPServer", "mail.example.com");
+    settings.SaveSetting("Settings", "SMTPServer", "smtp.example.com");
     settings.SaveSetting("Settings", "EmailFrom", "backup@example.com");
+    settings.SaveSetting("Settings", "SMTPPort", "587");
+    settings.SaveSetting("Settings", "SMTPSecurity", "STARTTLS");
+    settings.SaveSetting("Settings", "SMTPUser", "backup@example.com");
     gui::frmEmailSetup email(settings);
     email.show();
     SlowWindow::Save(email, out.filePath("email-setup.png"));

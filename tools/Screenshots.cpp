@@ -8,8 +8,8 @@
 // it shows as /home/ann; that mount is seen by this process alone and goes with it. The
 // program refuses the switch when its mount namespace is its parent's. Without the
 // switch the sample is made in a temporary folder.
-#include "DriveSource.h"
 #include "frmMain.h"
+#include "ui/DriveSource.h"
 
 #include "mail/clsRegSettings.h"
 
@@ -150,7 +150,7 @@ int main(int argc, char** argv) {
         std::fprintf(stderr, "tessaron_screenshots: cannot make the sample folder\n");
         return 1;
     }
-    gui::SetDriveLister(SampleDrives);
+    ui::SetDriveLister(SampleDrives);
     const QString set = work.path() + "/daily.set";
     WriteSampleSet(set, home);
     clsRegSettings settings;
@@ -158,7 +158,7 @@ int main(int argc, char** argv) {
     window.resize(980, 640);
     window.LoadSetup(set.toStdString());
     window.Browser().GoTo((home + "/Documents").toStdString());
-    window.Browser().List()->setCurrentIndex(window.Browser().ListModel().index(6, 0));
+    window.Browser().ListView()->setCurrentIndex(window.Browser().ListModel().index(6, 0));
     window.show();
     QApplication::processEvents();
     window.findChild<QSplitter*>("splSelect")->setSizes({300, 660});

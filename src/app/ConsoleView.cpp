@@ -70,18 +70,6 @@ const char* ButtonPrompt(MsgButtons buttons) {
 
 } // namespace
 
-MsgAnswer UnattendedAnswer(MsgButtons buttons) {
-    switch (buttons) {
-    case MsgButtons::OK:
-        return MsgAnswer::OK;
-    case MsgButtons::YesNo:
-        return MsgAnswer::No;
-    case MsgButtons::RetryCancel:
-        return MsgAnswer::Cancel;
-    }
-    return MsgAnswer::Cancel;
-}
-
 bool ParseAnswer(const std::string& reply, MsgButtons buttons, MsgAnswer& answer) {
     std::string r = Lower(Trimmed(reply));
     auto is = [&r](const char* word) { return r == word || (r.size() == 1 && r[0] == word[0]); };
@@ -102,9 +90,7 @@ bool ParseAnswer(const std::string& reply, MsgButtons buttons, MsgAnswer& answer
 ConsoleView::ConsoleView(std::ostream& out, std::ostream& err, std::istream& in,
                          ConsoleOptions options, Clock clock)
     : m_out(out), m_err(err), m_in(in), m_options(options),
-      m_clock(clock ? std::move(clock) : Clock(SteadyNow)) {
-    static_assert(static_cast<std::size_t>(ViewText::CancelButton) < 16);
-}
+      m_clock(clock ? std::move(clock) : Clock(SteadyNow)) {}
 
 void ConsoleView::WatchInterrupt(std::function<bool()> interrupted,
                                  std::function<void()> onCancel) {
@@ -142,7 +128,7 @@ void ConsoleView::ClearProgress() {
     }
 }
 
-void ConsoleView::AddLine(const std::string& line) {
+void ConsoleView::LogLine(const std::string& line) {
     ClearProgress();
     EndPendingLine();
     // The line end is written with the next line, so that "Done" can still be appended.
@@ -182,47 +168,47 @@ int ConsoleView::TerminalRows(std::size_t bytes) const {
     return static_cast<int>(std::max<std::size_t>(1, (chars + cols - 1) / cols));
 }
 
-void ConsoleView::SetText(ViewText which, const std::string& text) {
-    m_texts[static_cast<std::size_t>(which)] = text;
+void ConsoleView::PhaseStarted(RunPhase phase, const clsProgress& progress) {
+    m_texts.PhaseStarted(phase, progress);
 }
 
-int ConsoleView::GetBar(ViewBar which) const {
-    return m_bars[static_cast<std::size_t>(which)];
+void ConsoleView::FileStarted(const std::string& path) {
+    m_texts.FileStarted(path);
 }
 
-void ConsoleView::SetBar(ViewBar which, int value) {
-    m_bars[static_cast<std::size_t>(which)] = std::clamp(value, 0, 100);
+void ConsoleView::Progress(const clsProgress& progress) {
+    m_texts.Progress(progress);
 }
 
-const std::string& ConsoleView::Text(ViewText which) const {
-    return m_texts[static_cast<std::size_t>(which)];
+void ConsoleView::Result(RunResult result) {
+    m_texts.Result(result);
 }
 
+// The figures of the run window in one line: "Verifying 42%  3/10 files  1,000/5,000 bytes
+// 500 B/s  0:00:08 left".
 std::string ConsoleView::ProgressHead() const {
-    std::string s;
-    if (Text(ViewText::WindowCaption).find("(Verifying)") != std::string::npos) {
-        s = "Verifying ";
-    }
-    s += std::to_string(GetBar(ViewBar::Overall)) + "%";
-    auto pair = [&](ViewText done, ViewText total, const char* unit) {
+    using ui::RunLabel;
+    std::string s = m_texts.Phase() == RunPhase::Verify ? "Verifying " : "";
+    s += std::to_string(m_texts.Bar(ui::RunBar::Overall)) + "%";
+    auto pair = [&](RunLabel done, RunLabel total, const char* unit) {
         if (!Text(total).empty()) {
             std::string d = Text(done).empty() ? "0" : Text(done);
             s += "  " + d + "/" + Text(total) + " " + unit;
         }
     };
-    pair(ViewText::FilesTransferred, ViewText::Files, "files");
-    pair(ViewText::BytesTransferred, ViewText::Bytes, "bytes");
-    if (!Text(ViewText::BytesPerSecond).empty()) {
-        s += "  " + Text(ViewText::BytesPerSecond) + " B/s";
+    pair(RunLabel::FilesDone, RunLabel::Files, "files");
+    pair(RunLabel::BytesDone, RunLabel::Bytes, "bytes");
+    if (!Text(RunLabel::BytesPerSecond).empty()) {
+        s += "  " + Text(RunLabel::BytesPerSecond) + " B/s";
     }
-    if (!Text(ViewText::Remaining).empty()) {
-        s += "  " + Text(ViewText::Remaining) + " left";
+    if (!Text(RunLabel::Remaining).empty()) {
+        s += "  " + Text(RunLabel::Remaining) + " left";
     }
     return s;
 }
 
 std::string ConsoleView::ProgressText() const {
-    const std::string& file = Text(ViewText::CurrentFile);
+    const std::string& file = Text(ui::RunLabel::CurrentFile);
     return file.empty() ? ProgressHead() : ProgressHead() + "  " + file;
 }
 
@@ -236,7 +222,7 @@ void ConsoleView::DrawProgress() {
     // One terminal row: the figures first, then as much of the file name's end as fits.
     std::size_t width = static_cast<std::size_t>(std::max(m_options.Columns - 1, 20));
     std::string line = ProgressHead();
-    const std::string& file = Text(ViewText::CurrentFile);
+    const std::string& file = Text(ui::RunLabel::CurrentFile);
     if (line.size() >= width) {
         line.resize(width);
     } else if (!file.empty() && line.size() + 2 < width) {
@@ -259,50 +245,55 @@ void ConsoleView::Yield() {
     DrawProgress();
 }
 
-MsgAnswer ConsoleView::Ask(const std::string& title, const std::string& text, MsgButtons buttons) {
+Answer ConsoleView::Ask(const Question& question) {
     ClearProgress();
-    if (m_options.Interactive && !CheckInterrupt()) {
-        return AskTerminal(title, text, buttons);
+    if (CheckInterrupt()) {
+        return UnattendedAnswer(question.Buttons, AnswerReason::Interrupted);
     }
-    m_answerReason = "no terminal";
-    return UnattendedAnswer(buttons);
+    if (!m_options.Interactive) {
+        return UnattendedAnswer(question.Buttons, AnswerReason::NoTerminal);
+    }
+    return AskTerminal(question);
 }
 
-void ConsoleView::ShowWarning(const std::string& text) {
+void ConsoleView::Warning(const std::string& text) {
     ClearProgress();
     m_err << "Warning: " << text << std::endl;
 }
 
-MsgAnswer ConsoleView::AskTerminal(const std::string& title, const std::string& text,
-                                   MsgButtons buttons) {
+Answer ConsoleView::AskTerminal(const Question& question) {
     EndPendingLine();
     m_out << std::flush;
     std::string shown;
-    for (char c : text) {
+    for (char c : question.Text) {
         if (c != '\r') {
             shown += c;
         }
     }
-    m_err << "\n" << title << "\n" << shown << "\n";
+    m_err << "\n" << question.Title << "\n" << shown << "\n";
     for (;;) {
-        m_err << ButtonPrompt(buttons) << std::flush;
+        m_err << ButtonPrompt(question.Buttons) << std::flush;
         std::string reply;
         // End of input or an interrupt while waiting leaves the safe answer.
-        if (!std::getline(m_in, reply) || CheckInterrupt()) {
+        const bool read = static_cast<bool>(std::getline(m_in, reply));
+        if (CheckInterrupt() || !read) {
             m_err << "\n";
-            m_answerReason = "no answer";
-            return UnattendedAnswer(buttons);
+            return UnattendedAnswer(question.Buttons, m_cancelSent ? AnswerReason::Interrupted
+                                                                   : AnswerReason::NoAnswer);
         }
         MsgAnswer answer{};
-        if (ParseAnswer(reply, buttons, answer)) {
-            m_answerReason.clear();
-            return answer;
+        if (ParseAnswer(reply, question.Buttons, answer)) {
+            return {answer, AnswerReason::Person};
         }
     }
 }
 
-void ConsoleView::Finished(bool unloadOnExit) {
-    (void)unloadOnExit;
+void ConsoleView::Finished() {
+    m_texts.Finished();
+    End();
+}
+
+void ConsoleView::End() {
     ClearProgress();
     EndPendingLine();
     m_out << std::flush;

@@ -3,11 +3,12 @@
 // window's log list would show goes to the output stream as it comes; a one-line progress
 // display is kept on the error stream when that is a terminal; questions are asked on the
 // terminal, or answered No / Cancel (OK for an OK-only box) when nobody can answer, with
-// the reason given by LastAnswerReason (the run logs it); warnings go to the error stream.
+// the reason (the run logs it); warnings go to the error stream. The progress line is
+// made of the run window's own texts (ui/RunTexts.h).
 
 #include "engine/IBackupView.h"
+#include "ui/RunTexts.h"
 
-#include <array>
 #include <chrono>
 #include <functional>
 #include <iosfwd>
@@ -34,18 +35,22 @@ public:
     // called (once), the way the window's Cancel button cancels the run.
     void WatchInterrupt(std::function<bool()> interrupted, std::function<void()> onCancel);
 
-    void AddLine(const std::string& line) override;
+    void PhaseStarted(RunPhase phase, const clsProgress& progress) override;
+    void FileStarted(const std::string& path) override;
+    void Progress(const clsProgress& progress) override;
+    void LogLine(const std::string& line) override;
     void AppendToLastLine(const std::string& text) override;
-    void SetText(ViewText which, const std::string& text) override;
-    int GetBar(ViewBar which) const override;
-    void SetBar(ViewBar which, int value) override;
-    MsgAnswer Ask(const std::string& title, const std::string& text, MsgButtons buttons) override;
-    // "no terminal" after a question asked without one; "no answer" when the terminal's
-    // input ended or Ctrl+C came while waiting; "" after a typed answer.
-    std::string LastAnswerReason() const override { return m_answerReason; }
-    void ShowWarning(const std::string& text) override;
+    // Asked on the terminal when there is one. Otherwise, or once Ctrl+C came, or when the
+    // terminal's input ends, answered without a person: "no terminal", "interrupted",
+    // "no answer".
+    Answer Ask(const Question& question) override;
+    void Warning(const std::string& text) override;
+    void Result(RunResult result) override;
+    void Finished() override;
     void Yield() override;
-    void Finished(bool unloadOnExit) override;
+
+    // The run has returned: the progress display is gone and the last line has its end.
+    void End();
 
     // The progress display as it would be drawn now, not yet cut to the terminal width.
     std::string ProgressText() const;
@@ -57,8 +62,8 @@ private:
     void ClearProgress();
     int TerminalRows(std::size_t bytes) const;
     void DrawProgress();
-    MsgAnswer AskTerminal(const std::string& title, const std::string& text, MsgButtons buttons);
-    const std::string& Text(ViewText which) const;
+    Answer AskTerminal(const Question& question);
+    const std::string& Text(ui::RunLabel which) const { return m_texts.Text(which); }
 
     std::ostream& m_out;
     std::ostream& m_err;
@@ -68,10 +73,8 @@ private:
     std::function<bool()> m_interrupted;
     std::function<void()> m_onCancel;
     bool m_cancelSent = false;
-    std::string m_answerReason;
 
-    std::array<std::string, 16> m_texts;
-    std::array<int, 2> m_bars{};
+    ui::RunTexts m_texts;
     std::string m_lastLine;     // the last log line with what was appended to it
     bool m_linePending = false; // printed without its line end, appends may follow
     bool m_progressShown = false;
@@ -79,8 +82,6 @@ private:
     std::chrono::milliseconds m_lastDraw{0};
 };
 
-// The answer a view gives when nobody can answer: No, Cancel, or OK for an OK-only box.
-MsgAnswer UnattendedAnswer(MsgButtons buttons);
 // The answer a typed reply picks among the buttons (first letter or whole word, any
 // case; an empty reply picks OK in an OK-only box). False when the reply fits no button.
 bool ParseAnswer(const std::string& reply, MsgButtons buttons, MsgAnswer& answer);

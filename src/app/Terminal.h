@@ -6,6 +6,13 @@ namespace tessaron {
 
 enum class StdStream { In, Out, Err };
 
+// Makes sure the console front end writes where its caller reads. A Windows program
+// without a console of its own (tessaron.exe started from a command prompt or script)
+// whose standard streams lead nowhere takes the console of the process that started it,
+// if there is one; a console run never shows a system error box (no disk in a drive),
+// which nobody might be there to answer. Elsewhere it does nothing.
+void UseParentConsole();
+
 // True when the stream is attached to an interactive terminal.
 bool IsTerminal(StdStream stream);
 

@@ -1,6 +1,6 @@
 #pragma once
-// The window front end, when the build has one (TESSARON_GUI); the console front end is
-// always there.
+// The window front end, when the build has one (the Qt window with TESSARON_GUI, the
+// native Windows window with TESSARON_WIN32_GUI); the console front end is always there.
 
 #include <string>
 
@@ -9,6 +9,10 @@ namespace tessaron {
 // True when a window can be shown: the build has the window front end and a display
 // answers (see DisplayAvailable in Display.h).
 bool WindowAvailable();
+
+// True when the window front end runs a /RUN in its run window; otherwise a /RUN always
+// runs in the console.
+bool WindowRunsBackups();
 
 // Why no window can be shown (for the message printed instead); "" when one can.
 std::string WhyNoWindow();

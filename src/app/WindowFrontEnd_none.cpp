@@ -7,6 +7,10 @@ bool WindowAvailable() {
     return false;
 }
 
+bool WindowRunsBackups() {
+    return false;
+}
+
 std::string WhyNoWindow() {
     return "The window front end is not part of this build.";
 }

@@ -50,6 +50,10 @@ bool WindowAvailable() {
     return DisplayAvailable();
 }
 
+bool WindowRunsBackups() {
+    return true;
+}
+
 std::string WhyNoWindow() {
     if (WindowAvailable()) {
         return "";

@@ -1,13 +1,14 @@
 // tessaron: with no arguments or /LOAD it opens the main window, and /RUN runs the backup
 // set it names in the run window alone (when the build has the window and a display
-// answers); otherwise /RUN runs the set in the console. Exit status of a /RUN: 0 "Backup
-// Complete", 1 "Error During Backup", 2 "Backup Cancelled", 3 nothing was run (the set
-// could not be loaded, or it has nothing that could be copied).
+// answers); otherwise /RUN runs the set in the console. Exit status of a /RUN: the run's
+// (engine/RunResult.h), or 3 when nothing was run (the set could not be loaded, or it has
+// nothing that could be copied).
 
 #include "CommandLine.h"
 #include "ConsoleView.h"
 #include "SetupFile.h"
 #include "Terminal.h"
+#include "TestMailCommand.h"
 #include "WindowFrontEnd.h"
 
 #include "engine/BackupEngine.h"
@@ -23,14 +24,10 @@ using namespace tessaron;
 
 namespace {
 
-constexpr int kComplete = 0;
-constexpr int kError = 1;
-constexpr int kCancelled = 2;
-constexpr int kNothingRun = 3;
-
 const char* const kUsage =
     "Usage: tessaron [/RUN file.set | /LOAD file.set] [/QUIET] [/LOGPATH dir]\n"
     "                [/BLOCKSIZE n] [/CONSOLE]\n"
+    "       tessaron /TESTMAIL address\n"
     "\n"
     "  (none)          open the main window\n"
     "  /RUN file.set   load the backup set, run it and exit (in the run window\n"
@@ -42,6 +39,8 @@ const char* const kUsage =
     "  /LOGPATH dir    kept with the set; the run log always goes to the log folder\n"
     "  /BLOCKSIZE n    bytes per read and write block, 1 to 16777216 (default 128000)\n"
     "  /CONSOLE        run in the console even when a window could be shown\n"
+    "  /TESTMAIL address  send a test mail with the Email Setup settings (exit\n"
+    "                  status 0 when the server accepted it, else 1)\n"
     "  /?, -h, --help  show this text\n"
     "\n"
     "Switches may be written in any case and come in any order; the last /RUN or\n"
@@ -68,7 +67,7 @@ int RunBackup(clsSetup& setup) {
     // A run with nothing it could copy must never end "Backup Complete".
     if (const std::string reason = NothingToRunReason(setup); !reason.empty()) {
         std::cerr << reason << std::endl;
-        return kNothingRun;
+        return kExitNothingRun;
     }
     ConsoleView view(std::cout, std::cerr, std::cin, DetectConsole());
     BackupEngine engine(view);
@@ -78,15 +77,12 @@ int RunBackup(clsSetup& setup) {
         engine.LogDir(dir);
     }
     InstallInterruptHandlers();
-    bool ok = engine.Run(true);
-    view.Finished(true);
+    engine.Run();
+    view.End();
     if (!engine.LogFile().empty()) {
         std::cerr << "Log file: " << engine.LogFile() << std::endl;
     }
-    if (ok) {
-        return kComplete;
-    }
-    return engine.Cancelled() ? kCancelled : kError;
+    return ExitStatus(engine.Result());
 }
 
 // Whether the command line is for the window: it does not ask for the console, and a
@@ -96,7 +92,8 @@ bool ForTheWindow(const std::string& text) {
     clsSetup scratch;
     const CommandLine probe =
         ReadCommandLine(text, scratch, [](const std::string&) { return true; });
-    return !probe.Console && WindowAvailable();
+    const bool runs = probe.Action == "/RUN";
+    return !probe.Console && WindowAvailable() && (!runs || WindowRunsBackups());
 }
 
 } // namespace
@@ -105,13 +102,18 @@ int main(int argc, char** argv) {
     UseUserLocale(); // log dates and grouped numbers in the user's conventions
     const std::string text = ProcessCommandLine(argc, argv);
     if (WantsHelp(text)) {
+        UseParentConsole();
         std::cout << kUsage;
-        return kComplete;
+        return EXIT_SUCCESS;
+    }
+    if (const auto address = TestMailAddress(text)) {
+        return RunTestMail(*address, std::cout, std::cerr);
     }
     if (ForTheWindow(text)) {
         static char programName[] = "tessaron";
         return RunMainWindow(argc > 0 ? argv[0] : programName, text);
     }
+    UseParentConsole();
     clsSetup setup;
     CommandLine cl = ReadCommandLine(text, setup, [&setup](const std::string& file) {
         return LoadSetup(file, setup, std::cerr);
@@ -121,10 +123,10 @@ int main(int argc, char** argv) {
     }
     if (cl.Action == "/LOAD") {
         std::cout << "Backup set " << cl.LastFile << "\n" << SetupSummary(setup);
-        return kComplete;
+        return EXIT_SUCCESS;
     }
     if (cl.Loads == 0) {
         std::cerr << WhyNoWindow() << " Use /RUN to run a backup set in the console.\n\n" << kUsage;
     }
-    return kNothingRun;
+    return kExitNothingRun;
 }

@@ -3,6 +3,7 @@
 // and a log folder.
 
 #include "TempTree.h"
+#include "TestNames.h"
 #include "engine/BackupEngine.h"
 #include "setfile/clsSetup.h"
 
@@ -20,15 +21,22 @@
 
 namespace tessaron::test {
 
-// Answers every question with No / Cancel / OK, as nobody at the keyboard would.
+constexpr const char* kComplete = ResultText(RunResult::Complete);
+constexpr const char* kError = ResultText(RunResult::Error);
+constexpr const char* kCancelled = ResultText(RunResult::Cancelled);
+
+// Records the on-screen log and the warnings, and answers every question with No, Cancel
+// or OK, as if a person had chosen the button that changes nothing.
 class ScriptedView : public IBackupView {
 public:
     std::vector<std::string> lines; // on-screen log without time stamps, appends applied
     std::vector<std::string> warnings;
-    std::string reason; // LastAnswerReason: empty as if a person answered
     std::function<void()> onYield;
 
-    void AddLine(const std::string& line) override {
+    void PhaseStarted(RunPhase, const clsProgress&) override {}
+    void FileStarted(const std::string&) override {}
+    void Progress(const clsProgress&) override {}
+    void LogLine(const std::string& line) override {
         const size_t at = line.find(" - ");
         lines.push_back(at == std::string::npos ? line : line.substr(at + 3));
     }
@@ -37,22 +45,15 @@ public:
             lines.back() += text;
         }
     }
-    void SetText(ViewText, const std::string&) override {}
-    int GetBar(ViewBar which) const override { return bars[static_cast<int>(which)]; }
-    void SetBar(ViewBar which, int value) override { bars[static_cast<int>(which)] = value; }
-    MsgAnswer Ask(const std::string&, const std::string&, MsgButtons buttons) override {
-        return buttons == MsgButtons::OK      ? MsgAnswer::OK
-               : buttons == MsgButtons::YesNo ? MsgAnswer::No
-                                              : MsgAnswer::Cancel;
-    }
+    Answer Ask(const Question& question) override { return {SafeAnswer(question.Buttons)}; }
+    void Warning(const std::string& text) override { warnings.push_back(text); }
+    void Result(RunResult) override {}
+    void Finished() override {}
     void Yield() override {
         if (onYield) {
             onYield();
         }
     }
-    void Finished(bool) override {}
-    std::string LastAnswerReason() const override { return reason; }
-    void ShowWarning(const std::string& text) override { warnings.push_back(text); }
 
     bool Shows(const std::string& text) const {
         return std::find(lines.begin(), lines.end(), text) != lines.end();
@@ -68,9 +69,6 @@ public:
         }
         return all;
     }
-
-private:
-    int bars[2] = {0, 0};
 };
 
 // Expects the tree at copy to hold what the tree at source holds: the same names, kinds,
@@ -127,7 +125,7 @@ protected:
         if (prepare) {
             prepare(engine);
         }
-        const bool ok = engine.Run(false);
+        const bool ok = engine.Run();
         view.onYield = nullptr; // it may refer to the engine
         return ok;
     }

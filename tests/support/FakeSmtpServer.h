@@ -1,11 +1,18 @@
 #pragma once
 // A scripted SMTP server on 127.0.0.1 serving one connection in its own thread. It records
 // every byte received (Received() waits for the end) and stops when the client closes, the
-// script closes, or at DeadlineMs.
+// script closes, or at DeadlineMs. With a certificate it speaks TLS: from the first byte
+// (Tls), or after answering "STARTTLS"; the record then shows "[TLS]" where TLS began, and
+// ends there when the handshake failed.
+
+#include "TestAuthority.h"
+
+#include <openssl/ssl.h>
 
 #include <arpa/inet.h>
 #include <atomic>
 #include <chrono>
+#include <csignal>
 #include <functional>
 #include <netinet/in.h>
 #include <poll.h>
@@ -29,11 +36,14 @@ struct SmtpScript {
     int DripMs = 0;        // send replies one byte at a time, this long apart
     int AcceptWaitMs = 5000;
     int DeadlineMs = 8000;
+    const KeyPair* Cert = nullptr; // the server's certificate and key: STARTTLS is taken up
+    bool Tls = false;              // TLS from the first byte (with Cert)
 };
 
 class FakeSmtpServer {
 public:
     explicit FakeSmtpServer(SmtpScript script) : script_(std::move(script)) {
+        std::signal(SIGPIPE, SIG_IGN); // a TLS write to a client that has gone
         listener_ = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
         sockaddr_in addr{};
         addr.sin_family = AF_INET;
@@ -69,8 +79,31 @@ private:
             (fd_ = accept(listener_, nullptr, nullptr)) < 0)
             return;
         accepted_ = true;
-        Talk();
+        const timeval limit{3, 0}; // a stalled handshake must not hold the server
+        setsockopt(fd_, SOL_SOCKET, SO_RCVTIMEO, &limit, sizeof limit);
+        if (!script_.Tls || StartTls())
+            Talk();
+        SSL_free(ssl_);
+        SSL_CTX_free(ctx_);
         close(fd_);
+    }
+
+    bool StartTls() {
+        received_ += "[TLS]";
+        parsed_ = received_.size();
+        ctx_ = SSL_CTX_new(TLS_server_method());
+        SSL_CTX_use_certificate(ctx_, script_.Cert->Cert.get());
+        SSL_CTX_use_PrivateKey(ctx_, script_.Cert->Key.get());
+        ssl_ = SSL_new(ctx_);
+        SSL_set_fd(ssl_, fd_);
+        return SSL_accept(ssl_) == 1;
+    }
+    ssize_t Read(char* buf, std::size_t size) {
+        return ssl_ ? SSL_read(ssl_, buf, static_cast<int>(size)) : recv(fd_, buf, size, 0);
+    }
+    ssize_t Write(const char* data, std::size_t size) {
+        return ssl_ ? SSL_write(ssl_, data, static_cast<int>(size))
+                    : send(fd_, data, size, MSG_NOSIGNAL);
     }
 
     void Talk() {
@@ -78,7 +111,7 @@ private:
             std::chrono::steady_clock::now() + std::chrono::milliseconds(script_.DeadlineMs);
         std::this_thread::sleep_for(std::chrono::milliseconds(script_.GreetingDelayMs));
         Send(script_.Greeting);
-        std::size_t parsed = 0, flooded = 0;
+        std::size_t flooded = 0;
         bool inData = false;
         while (std::chrono::steady_clock::now() < deadline) {
             if (flooded < script_.Flood) {
@@ -90,22 +123,27 @@ private:
                 flooded += n > 0 ? static_cast<std::size_t>(n) : 0;
             }
             pollfd p{fd_, POLLIN, 0};
-            if (poll(&p, 1, script_.Flood > 0 ? 5 : 50) <= 0)
+            if ((ssl_ == nullptr || SSL_pending(ssl_) == 0) &&
+                poll(&p, 1, script_.Flood > 0 ? 5 : 50) <= 0)
                 continue;
             char buf[4096];
-            const ssize_t n = recv(fd_, buf, sizeof buf, 0);
+            const ssize_t n = Read(buf, sizeof buf);
             if (n <= 0)
                 return;
             received_.append(buf, static_cast<std::size_t>(n));
-            for (std::size_t end; (end = received_.find("\r\n", parsed)) != std::string::npos;) {
-                const std::string line = received_.substr(parsed, end - parsed);
-                parsed = end + 2;
+            for (std::size_t end; (end = received_.find("\r\n", parsed_)) != std::string::npos;) {
+                const std::string line = received_.substr(parsed_, end - parsed_);
+                parsed_ = end + 2;
                 if (inData && line != ".")
                     continue;
                 if (!script_.CloseOn.empty() && line.rfind(script_.CloseOn, 0) == 0)
                     return;
                 if (script_.Flood == 0)
                     Send(script_.Reply(line));
+                if (line == "STARTTLS" && script_.Cert != nullptr && ssl_ == nullptr) {
+                    if (!StartTls())
+                        return;
+                }
                 inData = line == "DATA";
             }
         }
@@ -120,7 +158,7 @@ private:
         const std::string line = reply + "\r\n";
         const std::size_t piece = script_.DripMs > 0 ? 1 : line.size();
         for (std::size_t at = 0; at < line.size(); at += piece) {
-            if (send(fd_, line.data() + at, piece, MSG_NOSIGNAL) < 0)
+            if (Write(line.data() + at, piece) < 0)
                 return;
             std::this_thread::sleep_for(std::chrono::milliseconds(script_.DripMs));
         }
@@ -131,8 +169,11 @@ private:
     int listener_ = -1;
     int fd_ = -1;
     int port_ = 0;
+    SSL_CTX* ctx_ = nullptr;
+    SSL* ssl_ = nullptr;
     std::thread thread_;
     std::string received_;
+    std::size_t parsed_ = 0; // received_ up to here is answered
     std::atomic<bool> accepted_{false};
 };
 

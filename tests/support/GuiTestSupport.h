@@ -19,7 +19,7 @@ struct ShownBox {
 };
 
 struct ShownDialog {
-    gui::FileDialogKind Kind;
+    ui::FileDialogKind Kind;
     gui::clsComDlg Dialog; // the properties it was shown with
 };
 

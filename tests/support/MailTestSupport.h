@@ -1,6 +1,6 @@
 #pragma once
 // Helpers shared by the mail tests: a temporary folder, an environment override, a UTC
-// moment and a host that records the mailer's log lines.
+// moment, a host that records the mailer's log lines, and patterns to check them with.
 
 #include "EnvOverride.h"
 #include "TempTree.h"
@@ -9,6 +9,7 @@
 #include <chrono>
 #include <ctime>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace tessaron::test {
@@ -18,6 +19,32 @@ inline std::time_t Utc(int year, int month, int day, int hour, int minute, int s
     const sys_days date =
         year_month_day{std::chrono::year{year}, std::chrono::month(month), std::chrono::day(day)};
     return system_clock::to_time_t(date + hours{hour} + minutes{minute} + seconds{second});
+}
+
+// Whether text matches pattern, in which "*" stands for any run of characters.
+inline bool Matches(std::string_view text, std::string_view pattern) {
+    const std::size_t star = pattern.find('*');
+    if (star == std::string_view::npos)
+        return text == pattern;
+    if (text.substr(0, star) != pattern.substr(0, star))
+        return false;
+    for (std::size_t at = star; at <= text.size(); ++at) {
+        if (Matches(text.substr(at), pattern.substr(star + 1)))
+            return true;
+    }
+    return false;
+}
+
+// Whether there are as many lines as patterns and each line matches its pattern.
+inline bool MatchAll(const std::vector<std::string>& lines,
+                     const std::vector<std::string>& patterns) {
+    if (lines.size() != patterns.size())
+        return false;
+    for (std::size_t i = 0; i < lines.size(); ++i) {
+        if (!Matches(lines[i], patterns[i]))
+            return false;
+    }
+    return true;
 }
 
 class RecordingHost : public IMailHost {

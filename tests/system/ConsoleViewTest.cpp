@@ -1,4 +1,5 @@
 #include "ConsoleView.h"
+#include "TestNames.h"
 
 #include <gtest/gtest.h>
 
@@ -33,7 +34,7 @@ struct AskCase {
     MsgButtons buttons;
     const char* input; // typed replies; nullptr: nobody at the terminal
     MsgAnswer answer;
-    const char* reason; // LastAnswerReason afterwards
+    AnswerReason reason;
 };
 
 class Ask : public ::testing::TestWithParam<AskCase> {};
@@ -45,8 +46,9 @@ TEST_P(Ask, AnswerFromTerminalOrUnattended) {
     ConsoleOptions o;
     o.Interactive = c.input != nullptr;
     Console con(o, c.input ? c.input : "");
-    EXPECT_EQ(con.view.Ask("Clear Target", "Warning\r\n/b\r\nGo?", c.buttons), c.answer);
-    EXPECT_EQ(con.view.LastAnswerReason(), c.reason);
+    const Answer a = con.view.Ask({"Clear Target", "Warning\r\n/b\r\nGo?", c.buttons});
+    EXPECT_EQ(a.Button, c.answer);
+    EXPECT_EQ(a.Reason, c.reason);
     EXPECT_EQ(con.out.str(), "");
     if (c.input != nullptr) {
         EXPECT_NE(con.err.str().find("Clear Target\nWarning\n/b\nGo?\n"), std::string::npos);
@@ -56,16 +58,15 @@ TEST_P(Ask, AnswerFromTerminalOrUnattended) {
 INSTANTIATE_TEST_SUITE_P(
     Replies, Ask,
     ::testing::Values(
-        AskCase{"NoTerminalOk", MsgButtons::OK, nullptr, MsgAnswer::OK, "no terminal"},
-        AskCase{"NoTerminalNo", MsgButtons::YesNo, nullptr, MsgAnswer::No, "no terminal"},
+        AskCase{"NoTerminalOk", MsgButtons::OK, nullptr, MsgAnswer::OK, AnswerReason::NoTerminal},
         AskCase{"NoTerminalCancel", MsgButtons::RetryCancel, nullptr, MsgAnswer::Cancel,
-                "no terminal"},
-        AskCase{"TypedYes", MsgButtons::YesNo, " YES \n", MsgAnswer::Yes, ""},
-        AskCase{"RetypedNo", MsgButtons::YesNo, "maybe\nn\n", MsgAnswer::No, ""},
-        AskCase{"InputEnds", MsgButtons::YesNo, "maybe\n", MsgAnswer::No, "no answer"},
-        AskCase{"TypedRetry", MsgButtons::RetryCancel, "r\n", MsgAnswer::Retry, ""},
-        AskCase{"TypedCancel", MsgButtons::RetryCancel, "CANCEL\n", MsgAnswer::Cancel, ""}),
-    [](const auto& p) { return std::string(p.param.name); });
+                AnswerReason::NoTerminal},
+        AskCase{"TypedYes", MsgButtons::YesNo, " YES \n", MsgAnswer::Yes, AnswerReason::Person},
+        AskCase{"RetypedNo", MsgButtons::YesNo, "maybe\nn\n", MsgAnswer::No, AnswerReason::Person},
+        AskCase{"InputEnds", MsgButtons::YesNo, "maybe\n", MsgAnswer::No, AnswerReason::NoAnswer},
+        AskCase{"TypedRetry", MsgButtons::RetryCancel, "r\n", MsgAnswer::Retry,
+                AnswerReason::Person}),
+    test::ParamName());
 
 TEST(ConsoleView, InterruptCancelsOnceAndAnswersQuestionsSafely) {
     ConsoleOptions o;
@@ -81,29 +82,34 @@ TEST(ConsoleView, InterruptCancelsOnceAndAnswersQuestionsSafely) {
     c.view.Yield();
     EXPECT_EQ(cancels, 1);
     // Someone typed "y", but after Ctrl+C the question is not asked any more.
-    EXPECT_EQ(c.view.Ask("Clear Target", "Go?", MsgButtons::YesNo), MsgAnswer::No);
+    const Answer a = c.view.Ask({"Clear Target", "Go?", MsgButtons::YesNo});
+    EXPECT_EQ(a.Button, MsgAnswer::No);
+    EXPECT_EQ(a.Reason, AnswerReason::Interrupted);
 }
 
+// A refresh of a run: 3 of 10 files, 2,100 of 5,000 bytes done or failed.
 void FillProgress(ConsoleView& v) {
-    v.SetBar(ViewBar::Overall, 42);
-    const std::pair<ViewText, const char*> texts[] = {{ViewText::Files, "10"},
-                                                      {ViewText::FilesTransferred, "3"},
-                                                      {ViewText::Bytes, "5,000"},
-                                                      {ViewText::BytesTransferred, "1,000"},
-                                                      {ViewText::BytesPerSecond, "500"},
-                                                      {ViewText::Remaining, "0:00:08"},
-                                                      {ViewText::CurrentFile, "/src/a.txt"}};
-    for (const auto& [which, text] : texts) {
-        v.SetText(which, text);
-    }
+    clsProgress p;
+    p.CurrentFile = "/src/a.txt";
+    p.TotalFiles = 10;
+    p.FilesDone = 3;
+    p.TotalBytes = 5000;
+    p.BytesDone = 1000;
+    p.BytesSkipped = 1100;
+    p.ElapsedTime = 2000;
+    p.BytesPerSecond = 500;
+    p.RemainingTime = 8000;
+    v.Progress(p);
 }
 
+// The run window's figures in one line; while verifying it says so.
 TEST(ConsoleView, ProgressText) {
     Console c;
     FillProgress(c.view);
     EXPECT_EQ(c.view.ProgressText(),
               "42%  3/10 files  1,000/5,000 bytes  500 B/s  0:00:08 left  /src/a.txt");
-    c.view.SetText(ViewText::WindowCaption, "Backup Progress (Verifying)");
+    c.view.PhaseStarted(RunPhase::Verify, clsProgress());
+    FillProgress(c.view);
     EXPECT_EQ(c.view.ProgressText().rfind("Verifying 42%", 0), 0u);
     c.view.Yield();
     EXPECT_EQ(c.err.str(), ""); // no terminal, no progress display
@@ -127,15 +133,14 @@ TEST(ConsoleView, ProgressRedrawnAtMostEvery500msAndClearedForLines) {
     c.now = 500ms;
     c.view.Yield();
     EXPECT_EQ(draws(), 2u);
-    c.view.AddLine("Copy Complete");
+    c.view.LogLine("Copy Complete");
     EXPECT_EQ(c.err.str().substr(c.err.str().size() - 4), "\r\033[K");
     EXPECT_EQ(c.out.str(), "Copy Complete");
 }
 
 TEST(ConsoleView, ProgressKeepsTheEndOfALongFileNameWithinTheWidth) {
     Console c(OnTerminal(false));
-    c.view.SetText(ViewText::CurrentFile,
-                   "/very/long/" + std::string(100, 'x') + "/\xC3\xA9nd.txt");
+    c.view.FileStarted("/very/long/" + std::string(100, 'x') + "/\xC3\xA9nd.txt");
     c.view.Yield();
     const std::string e = c.err.str();
     const std::string drawn = e.substr(1, e.size() - 1 - 3); // between "\r" and "\033[K"
@@ -156,10 +161,10 @@ TEST(ConsoleView, SharedTerminalRewritesACompletedLineInPlace) {
                                                  {std::string(55, 'x') + e6, 2}}; // 61 columns
     for (const auto& [line, rows] : cases) {
         Console c(OnTerminal(true));
-        c.view.AddLine(line);
+        c.view.LogLine(line);
         c.view.Yield();
         c.view.AppendToLastLine("Done");
-        c.view.Finished(true);
+        c.view.End();
         EXPECT_EQ(c.out.str(),
                   line + "\n\033[" + std::to_string(rows) + "A\r\033[J" + line + "Done\n")
             << line;

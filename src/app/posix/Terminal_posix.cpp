@@ -33,6 +33,8 @@ int Descriptor(StdStream stream) {
 
 } // namespace
 
+void UseParentConsole() {}
+
 bool IsTerminal(StdStream stream) {
     return isatty(Descriptor(stream)) == 1;
 }

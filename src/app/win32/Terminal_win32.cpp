@@ -4,6 +4,7 @@
 #include "platform/win32/Win32Support.h"
 
 #include <atomic>
+#include <cstdio>
 
 namespace tessaron {
 
@@ -37,6 +38,38 @@ DWORD HandleId(StdStream stream) {
 }
 
 } // namespace
+
+void UseParentConsole() {
+    ::SetErrorMode(SEM_FAILCRITICALERRORS | SEM_NOOPENFILEERRORBOX);
+    const auto missing = [](DWORD id) {
+        const HANDLE h = ::GetStdHandle(id);
+        return h == nullptr || h == INVALID_HANDLE_VALUE;
+    };
+    const bool out = missing(STD_OUTPUT_HANDLE), err = missing(STD_ERROR_HANDLE),
+               in = missing(STD_INPUT_HANDLE);
+    if (!(out || err || in) || !::AttachConsole(ATTACH_PARENT_PROCESS)) {
+        return;
+    }
+    // Only the streams that led nowhere go to the console; a redirected one stays.
+    const auto open = [](DWORD id, const wchar_t* device, const char* name, const char* mode,
+                         FILE* stream) {
+        const HANDLE h =
+            ::CreateFileW(device, GENERIC_READ | GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE,
+                          nullptr, OPEN_EXISTING, 0, nullptr);
+        ::SetStdHandle(id, h);
+        FILE* ignored = nullptr;
+        freopen_s(&ignored, name, mode, stream);
+    };
+    if (out) {
+        open(STD_OUTPUT_HANDLE, L"CONOUT$", "CONOUT$", "w", stdout);
+    }
+    if (err) {
+        open(STD_ERROR_HANDLE, L"CONOUT$", "CONOUT$", "w", stderr);
+    }
+    if (in) {
+        open(STD_INPUT_HANDLE, L"CONIN$", "CONIN$", "r", stdin);
+    }
+}
 
 bool IsTerminal(StdStream stream) {
     // Only a console has a console mode; a file or pipe has none.

@@ -118,15 +118,19 @@ public:
     bool Overlap() const { return m_overlap; }
     static bool OverlapByDefault();
 
-    // Runs the backup. True only when the run ended with neither an error nor a
-    // cancellation.
-    bool Run(bool unloadOnExit);
+    // Runs the backup, telling the view what happens (see IBackupView for the order of
+    // its calls). True only when the result is RunResult::Complete. Unloading a window at
+    // the end is the window's business.
+    bool Run();
+    // How the last run ended; decided when its result line is written, so a cancellation
+    // during the mail or the ejection after it changes nothing. Error before any run.
+    RunResult Result() const;
 
     // Asks the run to stop at its next check (the Cancel button, Ctrl+C). Safe to call
     // from IBackupView::Yield and from a signal-driven flag check.
     void Cancel();
     bool Cancelled() const;
-    // True once the result is known.
+    // True once the run's work is done (IBackupView::Finished was called).
     bool Finished() const;
     // Full path of this run's log file (empty before Run).
     const std::string& LogFile() const;
@@ -179,7 +183,9 @@ public:
     // The displayed lines of the run, each followed by CR LF. After 4 MiB of them the
     // middle is left out (a line says how many lines) and the last 200 lines are kept.
     std::string GetLogText() const;
-    // Refreshes labels, bars and caption from the progress record.
+    // Measures the elapsed time, the rate and the remaining time into the progress record
+    // and hands it to the view (IBackupView::Progress), which shows it. A window's refresh
+    // timer may call it from inside the view's Yield or Ask.
     void UpdateProgress();
 
 private:
@@ -204,7 +210,7 @@ private:
     void StartVerify(std::int32_t& copyElapsed, bool& hadError);
     void LogVerifySummary(std::int32_t copyElapsed);
     void MakeDurable(bool& hadError);
-    std::string FinishResult(bool hadError);
+    void FinishResult(bool hadError);
     void MailLog(const std::string& resultText);
     void SaveLogToTarget();
     void EjectTarget();
@@ -313,7 +319,7 @@ private:
     std::unique_ptr<clsProgress> m_progress;
     std::atomic<bool> m_cancelled{false};
     bool m_finished = false;
-    bool m_unloadOnExit = false;
+    RunResult m_result = RunResult::Error;
     std::int32_t m_blockSize = 128000;
     int m_mailTimeout = 30;
     Phase m_phase = Phase::Idle;

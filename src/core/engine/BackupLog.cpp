@@ -1,6 +1,5 @@
 // The run log (file and displayed lines) and the progress display.
 #include "engine/BackupParts.h"
-#include "engine/NumberText.h"
 #include "platform/clsPath.h"
 
 #include <algorithm>
@@ -62,7 +61,7 @@ void BackupEngine::AddLogLine(const std::string& text, bool display) {
     const std::string line = TimeStamp() + " - " + EscapeControls(text);
     WriteLogFile(line, false);
     if (display) {
-        m_view.AddLine(line);
+        m_view.LogLine(line);
         KeepDisplayedLine(line);
     }
 }
@@ -93,9 +92,9 @@ void BackupEngine::LogLogFailure(const SysError& error) {
     const std::string text = "Unable to write log file - " + EscapeControls(m_logFile) +
                              ", Error: (" + std::to_string(error.Code()) + ") " + error.Text();
     const std::string line = TimeStamp() + " - " + text;
-    m_view.AddLine(line);
+    m_view.LogLine(line);
     KeepDisplayedLine(line);
-    m_view.ShowWarning(text);
+    m_view.Warning(text);
 }
 
 void BackupEngine::WriteLogFile(const std::string& line, bool continueLast) {
@@ -167,38 +166,22 @@ std::string BackupEngine::GetLogText() const {
     return text;
 }
 
+// Measures the clock and the rate (the remaining time only while there is a rate) and
+// hands the counters to the view, which formats them.
 void BackupEngine::UpdateProgress() {
     m_lastRefresh = std::chrono::steady_clock::now();
     clsProgress& p = *m_progress;
-    auto grouped = [](std::int64_t n, bool show) { return show ? FormatGrouped(n) : ""; };
-    m_view.SetText(ViewText::CurrentFile, EscapeControls(p.CurrentFile));
-    m_view.SetText(ViewText::Files, grouped(p.TotalFiles, p.TotalFiles > 0));
-    m_view.SetText(ViewText::Bytes, grouped(p.TotalBytes, p.TotalBytes > 0));
-    m_view.SetText(ViewText::FilesTransferred, grouped(p.FilesDone, p.TotalFiles > 0));
-    m_view.SetText(ViewText::BytesTransferred, grouped(p.BytesDone, p.TotalBytes > 0));
-    if (int v = clsProgress::BarValue(p.CurrentDone, p.CurrentSize); v >= 0) {
-        m_view.SetBar(ViewBar::Current, v);
-    }
-    if (int v = clsProgress::BarValue(p.BytesDone + p.BytesSkipped, p.TotalBytes); v >= 0) {
-        m_view.SetBar(ViewBar::Overall, v);
-    }
-    m_view.SetText(ViewText::WindowCaption, "Backup Progress - " +
-                                                std::to_string(m_view.GetBar(ViewBar::Overall)) +
-                                                "% Complete");
     p.UpdateElapsedTime();
-    if (p.ElapsedTime <= 0) {
-        return;
+    if (p.ElapsedTime > 0) {
+        const double rate = static_cast<double>(p.BytesDone) / p.ElapsedTime * 1000.0;
+        p.BytesPerSecond = std::nearbyint(rate * 10000.0) / 10000.0;
+        const std::int64_t remaining = p.TotalBytes - (p.BytesDone + p.BytesSkipped);
+        if (p.BytesPerSecond > 0) {
+            const double ms = static_cast<double>(remaining) / p.BytesPerSecond * 1000.0;
+            p.RemainingTime = static_cast<std::int32_t>(std::clamp(ms, 0.0, 2147483647.0));
+        }
     }
-    m_view.SetText(ViewText::Elapsed, p.FormatElapsedTime());
-    const double rate = static_cast<double>(p.BytesDone) / p.ElapsedTime * 1000.0;
-    p.BytesPerSecond = std::nearbyint(rate * 10000.0) / 10000.0;
-    m_view.SetText(ViewText::BytesPerSecond, FormatGrouped(p.BytesPerSecond));
-    const std::int64_t remaining = p.TotalBytes - (p.BytesDone + p.BytesSkipped);
-    if (p.BytesPerSecond > 0) {
-        const double ms = static_cast<double>(remaining) / p.BytesPerSecond * 1000.0;
-        p.RemainingTime = static_cast<std::int32_t>(std::clamp(ms, 0.0, 2147483647.0));
-    }
-    m_view.SetText(ViewText::Remaining, p.FormatRemainingTime());
+    m_view.Progress(p);
 }
 
 void BackupEngine::YieldPoint() {

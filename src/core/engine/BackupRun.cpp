@@ -13,8 +13,6 @@ namespace {
 
 constexpr std::int32_t kDefaultBlockSize = 128000;
 constexpr std::int32_t kMaxBlockSize = 16777216;
-const char* const kCurrentFrame = "Current File";
-const char* const kOverallFrame = "Overall Progress";
 
 // The mailer's host: its lines go into the run log, its waits yield to the view.
 class MailHost : public IMailHost {
@@ -82,11 +80,14 @@ void BackupEngine::LogFile(const std::string& path) {
     m_logFile = path;
 }
 
-bool BackupEngine::Run(bool unloadOnExit) {
-    m_unloadOnExit = unloadOnExit;
+RunResult BackupEngine::Result() const {
+    return m_result;
+}
+
+bool BackupEngine::Run() {
     if (m_setup == nullptr) {
+        m_result = RunResult::Error;
         m_finished = true;
-        m_view.Finished(unloadOnExit);
         return false;
     }
     StartRun();
@@ -104,17 +105,15 @@ bool BackupEngine::Run(bool unloadOnExit) {
     }
     MakeDurable(hadError);
     m_flush.reset();
-    const std::string resultText = FinishResult(hadError);
-    MailLog(resultText);
+    FinishResult(hadError);
+    MailLog(ResultText(m_result));
     SaveLogToTarget();
-    m_view.SetText(ViewText::CancelButton, "Close");
     m_finished = true;
+    m_view.Finished();
     EjectTarget();
-    const bool succeeded = !hadError && !m_cancelled;
     m_log.CloseFile();
     m_target.reset();
-    m_view.Finished(m_unloadOnExit);
-    return succeeded;
+    return m_result == RunResult::Complete;
 }
 
 void BackupEngine::StartRun() {
@@ -127,12 +126,6 @@ void BackupEngine::StartRun() {
     m_shownHead.clear();
     m_shownTail.clear();
     m_shownDropped = 0;
-    m_view.SetText(ViewText::CancelButton, "Cancel");
-    m_view.SetText(ViewText::WindowCaption, "Backup Progress");
-    m_view.SetText(ViewText::FilesTransCaption, "Files Transferred");
-    m_view.SetText(ViewText::BytesTransCaption, "Bytes Transferred");
-    m_view.SetText(ViewText::CurrentFrame, kCurrentFrame);
-    m_view.SetText(ViewText::OverallFrame, kOverallFrame);
     if (m_setup->BackupType != "INCREMENTAL" && m_setup->BackupType != "FULL") {
         m_setup->BackupType = "FULL";
     }
@@ -184,6 +177,7 @@ bool BackupEngine::SizePhase(bool& hadError) {
     m_timerOn = true;
     m_lastRefresh = std::chrono::steady_clock::now();
     m_phase = Phase::Size;
+    m_view.PhaseStarted(RunPhase::Size, *m_progress);
     // A target that exists already is left out of the walk from the start.
     FileInfo target;
     SysError error;
@@ -217,6 +211,7 @@ bool BackupEngine::CopyOrVerifyPhase(bool verifying, bool& hadError) {
         AddLogLine("Copying Files To: " + target + "...", true);
         m_progress->Start();
         m_lastFlush = std::chrono::steady_clock::now();
+        m_view.PhaseStarted(RunPhase::Copy, *m_progress);
     }
     m_phase = verifying ? Phase::Verify : Phase::Copy;
     EnsureBuffers();
@@ -260,11 +255,7 @@ void BackupEngine::StartVerify(std::int32_t& copyElapsed, bool& hadError) {
     p.BytesDone = 0;
     p.ElapsedTime = p.RemainingTime = 0;
     p.Start();
-    m_view.SetText(ViewText::FilesTransCaption, "Files Verified");
-    m_view.SetText(ViewText::BytesTransCaption, "Bytes Read");
-    m_view.SetText(ViewText::WindowCaption, "Backup Progress (Verifying)");
-    m_view.SetText(ViewText::CurrentFrame, std::string(kCurrentFrame) + " (Verifying)");
-    m_view.SetText(ViewText::OverallFrame, std::string(kOverallFrame) + " (Verifying)");
+    m_view.PhaseStarted(RunPhase::Verify, p);
 }
 
 void BackupEngine::LogVerifySummary(std::int32_t copyElapsed) {
@@ -287,15 +278,16 @@ void BackupEngine::MakeDurable(bool& hadError) {
     }
 }
 
-std::string BackupEngine::FinishResult(bool hadError) {
+// The result is decided here, once: a cancellation after this line (during the mail or
+// the ejection) no longer changes it.
+void BackupEngine::FinishResult(bool hadError) {
     m_timerOn = false;
     m_phase = Phase::Idle;
-    std::string text = m_cancelled ? "Backup Cancelled"
-                       : hadError  ? "Error During Backup"
-                                   : "Backup Complete";
-    AddLogLine(text, true);
-    m_view.SetText(ViewText::Result, text);
-    return text;
+    m_result = m_cancelled ? RunResult::Cancelled
+               : hadError  ? RunResult::Error
+                           : RunResult::Complete;
+    AddLogLine(ResultText(m_result), true);
+    m_view.Result(m_result);
 }
 
 void BackupEngine::MailLog(const std::string& resultText) {

@@ -130,16 +130,15 @@ bool BackupEngine::ConfirmClear(const std::string& target) {
 // reason, so that a run that ends "Backup Cancelled" says why.
 MsgAnswer BackupEngine::AskUser(const std::string& title, const std::string& text,
                                 MsgButtons buttons) {
-    const MsgAnswer answer = m_view.Ask(title, text, buttons);
-    const std::string reason = m_view.LastAnswerReason();
-    if (!reason.empty()) {
-        AddLogLine(title + " - answered " + AnswerName(answer) + " (" + reason + ")", true);
+    const Answer answer = m_view.Ask({title, text, buttons});
+    if (answer.Reason != AnswerReason::Person) {
+        AddLogLine(AnsweredLine(title, answer), true);
     }
-    return answer;
+    return answer.Button;
 }
 
 void BackupEngine::LogQuietAnswer(const std::string& title, MsgAnswer answer) {
-    AddLogLine(title + " - answered " + AnswerName(answer) + " (quiet mode)", true);
+    AddLogLine(AnsweredLine(title, {answer, AnswerReason::QuietMode}), true);
 }
 
 } // namespace tessaron

@@ -258,8 +258,7 @@ void BackupEngine::StartFile(const std::string& path) {
     p.CurrentFile = path;
     p.CurrentSize = 0;
     p.CurrentDone = 0;
-    m_view.SetText(ViewText::CurrentFile, EscapeControls(path));
-    m_view.SetBar(ViewBar::Current, 0);
+    m_view.FileStarted(path);
 }
 
 } // namespace tessaron

@@ -2,8 +2,10 @@
 // calls are behind SocketOps.h.
 #include "mail/MailSocket.h"
 #include "mail/SocketOps.h"
+#include "mail/TlsChannel.h"
 
 #include <mutex>
+#include <string_view>
 #include <system_error>
 #include <thread>
 #include <utility>
@@ -22,10 +24,11 @@ MailSocket::Event ErrorEvent(const Failure& why) {
     return e;
 }
 
-MailSocket::Event MakeNotice(MailSocket::Notice kind, long bytes = 0) {
+MailSocket::Event MakeNotice(MailSocket::Notice kind, long bytes = 0, std::string why = {}) {
     MailSocket::Event e;
     e.Kind = kind;
     e.Bytes = bytes;
+    e.Description = std::move(why);
     return e;
 }
 
@@ -75,6 +78,8 @@ struct MailSocket::Impl {
     std::size_t outSent = 0;
     std::string in;
     std::vector<Event> queued;
+    std::unique_ptr<TlsChannel> tls; // set by StartTls: every byte in or out goes through it
+    bool secured = false;
 
     ~Impl() { Reset(); }
 
@@ -96,6 +101,8 @@ struct MailSocket::Impl {
         outSent = 0;
         in.clear();
         queued.clear();
+        tls.reset();
+        secured = false;
     }
 
     void Fail(std::vector<Event>& events, const Failure& why) {
@@ -173,12 +180,39 @@ struct MailSocket::Impl {
         outSent = 0;
     }
 
+    // Hands the outcome of the TLS channel's last step on: its bytes to send, the end of
+    // the handshake, or its failure.
+    void AfterTls(std::vector<Event>& events) {
+        out += tls->TakeOutgoing();
+        if (tls->Failure().empty() || state == State::Done) {
+            return;
+        }
+        state = State::Done;
+        events.push_back(MakeNotice(Notice::TlsFailed, 0, tls->Failure()));
+    }
+
+    void Decrypt(std::string_view wire, std::vector<Event>& events) {
+        const std::size_t before = in.size();
+        const TlsChannel::State now = tls->Receive(wire, in);
+        AfterTls(events);
+        if (now == TlsChannel::State::Failed)
+            return;
+        if (!secured && now == TlsChannel::State::Secured) {
+            secured = true;
+            events.push_back(MakeNotice(Notice::Secured));
+        }
+        if (in.size() > before)
+            events.push_back(MakeNotice(Notice::DataArrival, static_cast<long>(in.size())));
+    }
+
     void Receive(std::vector<Event>& events) {
         char buf[16384];
         const std::size_t room = kMaxPending - in.size();
         Failure why;
         const long n = sockops::ReceiveSome(sock, buf, room < sizeof buf ? room : sizeof buf, why);
-        if (n > 0) {
+        if (n > 0 && tls) {
+            Decrypt(std::string_view(buf, static_cast<std::size_t>(n)), events);
+        } else if (n > 0) {
             in.append(buf, static_cast<std::size_t>(n));
             events.push_back(MakeNotice(Notice::DataArrival, static_cast<long>(in.size())));
         } else if (n == 0) {
@@ -220,9 +254,27 @@ void MailSocket::Connect(const std::string& host, int port) {
 }
 
 void MailSocket::SendData(const std::string& data) {
-    if (impl_->state == Impl::State::Connected) {
-        impl_->out += data;
+    if (impl_->state != Impl::State::Connected) {
+        return;
     }
+    if (!impl_->tls) {
+        impl_->out += data;
+    } else if (impl_->secured) {
+        impl_->tls->Send(data);
+        impl_->AfterTls(impl_->queued);
+    }
+}
+
+void MailSocket::StartTls(const std::string& host) {
+    if (impl_->state != Impl::State::Connected || impl_->tls) {
+        return;
+    }
+    // Clear text that came after the server's go-ahead was never protected: it must not
+    // be read as the encrypted server's words.
+    impl_->in.clear();
+    impl_->tls = TlsChannel::Create();
+    impl_->tls->Begin(host);
+    impl_->AfterTls(impl_->queued);
 }
 
 std::string MailSocket::GetData() {

@@ -1,59 +1,40 @@
 #pragma once
-// DriveTreeModel: the drive tree. The root "My Computer" holds one node per drive, each
-// drive and folder node its sub-folders. A node's sub-folders are read from disk the
-// first time it is expanded (until then it shows an expand button), and only once per
-// fill: Refresh, New and Load rebuild the tree from the drives.
-//
-// Every node has a key: "computer" for the root, the mount point for a drive, the full
-// path for a folder. Tick marks are derived from the selection set on every paint (see
-// SelectionMarks.h); the root shows no tick box. The model never changes a mark itself:
-// the window changes the selection set and then calls MarksChanged.
+// DriveTreeModel: the Qt item model over the window layer's drive tree (ui::SelectionTree):
+// it reads the nodes, follows their changes, and gives each node's tick mark as its check
+// state. The model never changes a mark itself: the window changes the selection set and
+// then calls MarksChanged.
 
-#include "ItemIcons.h"
-
-#include "platform/clsFSItem.h"
+#include "ui/SelectionTree.h"
 
 #include <QAbstractItemModel>
 
-#include <memory>
 #include <string>
 #include <string_view>
-#include <vector>
-
-namespace tessaron {
-class clsSelections;
-}
 
 namespace tessaron::gui {
 
-class DriveTreeModel : public QAbstractItemModel {
+class DriveTreeModel : public QAbstractItemModel, public ui::TreeObserver {
     Q_OBJECT
 public:
-    static constexpr const char* kRootKey = "computer";
     // The role under which data() gives a node's key (a QString of its UTF-8 bytes).
     static constexpr int KeyRole = Qt::UserRole + 1;
 
-    // sel must outlive the model. The tree holds the root alone until FillDrives.
-    explicit DriveTreeModel(const clsSelections& sel, QObject* parent = nullptr);
+    // tree must outlive the model; the model observes it.
+    explicit DriveTreeModel(ui::SelectionTree& tree, QObject* parent = nullptr);
     ~DriveTreeModel() override;
 
-    // Rebuilds the tree: the root with one unread node per drive, nothing else.
-    void FillDrives();
-    // Reads the sub-folders of an unread node (they replace its expand button); does
-    // nothing for a node read before. A folder that cannot be read gets no children.
+    // Reads the sub-folders of an unread node (they replace its expand button).
     void ReadChildren(const QModelIndex& node);
-    // The same with the node's folder listing read by the caller (the records of
-    // clsFileSystem::GetDirectory for its key).
-    void TakeChildren(const QModelIndex& node, const std::vector<clsFSItem>& listing);
     bool IsRead(const QModelIndex& node) const;
 
     QModelIndex RootIndex() const;
     bool IsRoot(const QModelIndex& node) const;
     std::string KeyOf(const QModelIndex& node) const;
+    ui::TreeNode* NodeOf(const QModelIndex& index) const;
+    QModelIndex IndexOf(const ui::TreeNode* node) const;
     // The loaded node with this key, or an invalid index.
     QModelIndex FindKey(std::string_view key) const;
-    // The node of a folder path, reading the levels on the way down from the drive that
-    // holds it; invalid when no drive holds it or a folder on the way is missing.
+    // The node of a folder path, reading the levels on the way (ui::SelectionTree::Reveal).
     QModelIndex Reveal(const std::string& path);
     // Repaints the tick marks of every loaded node (after the selection set changed).
     void MarksChanged();
@@ -69,17 +50,14 @@ public:
     void fetchMore(const QModelIndex& parent) override;
 
 private:
-    struct Node;
-    static std::unique_ptr<Node> MakeRoot();
-    Node* NodeOf(const QModelIndex& index) const;
-    QModelIndex IndexOf(const Node* node) const;
-    static Node* FindIn(Node* node, std::string_view key);
-    void AddChildren(Node* node, const std::vector<clsFSItem>& listing);
-    Node* DriveHolding(const std::string& path) const;
-    void MarksChangedBelow(const Node* node);
+    void BeforeReset() override { beginResetModel(); }
+    void AfterReset() override { endResetModel(); }
+    void BeforeInsert(const ui::TreeNode& parent, int first, int last) override;
+    void AfterInsert(const ui::TreeNode&) override { endInsertRows(); }
+    void NodeRead(const ui::TreeNode& node) override;
+    void MarksChangedBelow(const ui::TreeNode& node);
 
-    const clsSelections& m_sel;
-    std::unique_ptr<Node> m_root;
+    ui::SelectionTree& m_tree;
 };
 
 } // namespace tessaron::gui

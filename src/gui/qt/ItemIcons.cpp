@@ -37,22 +37,6 @@ std::array<QIcon, 8> LoadIcons() {
 
 } // namespace
 
-ItemIcon DriveIcon(const std::string& driveType) {
-    if (driveType == "REMOVABLE") {
-        return ItemIcon::Removable;
-    }
-    if (driveType == "REMOTE") {
-        return ItemIcon::Network;
-    }
-    if (driveType == "CDROM") {
-        return ItemIcon::CdRom;
-    }
-    if (driveType == "RAMDISK") {
-        return ItemIcon::RamDisk;
-    }
-    return ItemIcon::Fixed;
-}
-
 const QIcon& IconOf(ItemIcon icon) {
     static const std::array<QIcon, 8> icons = LoadIcons();
     return icons[static_cast<std::size_t>(icon)];

@@ -38,10 +38,7 @@ MsgAnswer AnswerOf(int button, MsgButtons buttons) {
     default:
         break;
     }
-    // The close box or Escape: the answer that changes nothing.
-    return buttons == MsgButtons::YesNo         ? MsgAnswer::No
-           : buttons == MsgButtons::RetryCancel ? MsgAnswer::Cancel
-                                                : MsgAnswer::OK;
+    return SafeAnswer(buttons); // the close box or Escape
 }
 
 QMessageBox::Icon IconOf(MsgButtons buttons) {

@@ -1,11 +1,6 @@
 #include "SelectionBrowser.h"
 
-#include "ListText.h"
 #include "Twips.h"
-
-#include "platform/clsFileSystem.h"
-
-#include "selection/clsSelections.h"
 
 #include <QHeaderView>
 
@@ -13,20 +8,17 @@ namespace tessaron::gui {
 
 namespace {
 
-// Initial column widths in twips: the drive view's and the folder view's.
-constexpr int kDriveColumns[] = {3000, 1000, 1000};
-constexpr int kFolderColumns[] = {3000, 1100, 1000, 2500};
-
-int ViewSlot(const FileListModel& model) {
-    return model.CurrentView() == FileListModel::View::Drives ? 0 : 1;
+std::size_t ViewSlot(const ui::FileList& list) {
+    return list.CurrentView() == ui::FileList::View::Drives ? 0 : 1;
 }
 
 } // namespace
 
 SelectionBrowser::SelectionBrowser(clsSelections& sel, QWidget* viewParent)
-    : QObject(viewParent), m_sel(sel), m_treeModel(new DriveTreeModel(sel, this)),
-      m_listModel(new FileListModel(sel, this)), m_tree(new DriveTreeView(viewParent)),
+    : QObject(viewParent), m_panes(sel), m_treeModel(new DriveTreeModel(m_panes.Tree(), this)),
+      m_listModel(new FileListModel(m_panes.List(), this)), m_tree(new DriveTreeView(viewParent)),
       m_list(new FileListView(viewParent)) {
+    m_panes.SetView(this, m_treeModel);
     m_tree->setObjectName("tvSelect");
     m_list->setObjectName("lvSelect");
     m_tree->setModel(m_treeModel);
@@ -35,37 +27,31 @@ SelectionBrowser::SelectionBrowser(clsSelections& sel, QWidget* viewParent)
     connect(m_tree->selectionModel(), &QItemSelectionModel::currentChanged, this,
             [this](const QModelIndex& current) { ShowNode(current); });
     connect(m_tree, &DriveTreeView::MarkClicked, this, [this](const QModelIndex& node) {
-        NodeCheck(node, node.data(Qt::CheckStateRole).toInt() != Qt::Checked);
+        if (ui::TreeNode* n = m_treeModel->NodeOf(node)) {
+            m_panes.NodeMarkClicked(*n);
+        }
     });
     connect(m_list, &FileListView::ItemCheckClick, this, &SelectionBrowser::ItemCheckClick);
-    connect(m_list, &FileListView::ItemOpened, this, &SelectionBrowser::OpenItem);
-    connect(m_list->header(), &QHeaderView::sectionClicked, this, &SelectionBrowser::HeaderClicked);
+    connect(m_list, &FileListView::ItemOpened, this, [this](int row) { m_panes.OpenItem(row); });
+    connect(m_list->header(), &QHeaderView::sectionClicked, this,
+            [this](int column) { m_panes.HeaderClicked(column); });
     connect(m_list->header(), &QHeaderView::sectionResized, this,
             &SelectionBrowser::KeepColumnWidths);
+}
+
+// The tree model stops observing the tree before the panes go.
+SelectionBrowser::~SelectionBrowser() {
+    m_panes.SetView(nullptr, nullptr);
 }
 
 void SelectionBrowser::KeepColumnWidths() {
     if (m_filling) {
         return;
     }
-    QList<int>& widths = m_widths[static_cast<std::size_t>(ViewSlot(*m_listModel))];
+    QList<int>& widths = m_widths[ViewSlot(List())];
     widths.clear();
     for (int i = 0; i < m_listModel->columnCount(); ++i) {
         widths << m_list->header()->sectionSize(i);
-    }
-}
-
-void SelectionBrowser::Start() {
-    Rebuild();
-}
-
-void SelectionBrowser::Rebuild() {
-    const std::string folder = m_listModel->Folder();
-    m_treeModel->FillDrives();
-    const QModelIndex root = m_treeModel->RootIndex();
-    m_tree->expand(root);
-    if (folder.empty() || !GoTo(folder)) {
-        ChooseNode(root);
     }
 }
 
@@ -81,99 +67,33 @@ void SelectionBrowser::ChooseNode(const QModelIndex& node) {
     m_tree->scrollTo(node);
 }
 
-bool SelectionBrowser::GoTo(const std::string& folder) {
-    const QModelIndex node = m_treeModel->Reveal(folder);
-    ChooseNode(node);
-    return node.isValid();
+void SelectionBrowser::ChooseNode(ui::TreeNode& node) {
+    if (&node == &m_panes.Tree().Root()) {
+        m_tree->expand(m_treeModel->RootIndex());
+    }
+    ChooseNode(m_treeModel->IndexOf(&node));
 }
 
-void SelectionBrowser::ShowNode(const QModelIndex& node) {
-    if (!node.isValid()) {
-        return;
+void SelectionBrowser::ShowNode(const QModelIndex& index) {
+    if (ui::TreeNode* node = m_treeModel->NodeOf(index)) {
+        m_panes.ShowNode(*node);
+        m_tree->expand(index);
     }
+}
+
+void SelectionBrowser::NodeCheck(const QModelIndex& index, bool checked) {
+    if (ui::TreeNode* node = m_treeModel->NodeOf(index)) {
+        m_panes.NodeCheck(*node, checked);
+    }
+}
+
+void SelectionBrowser::ListAboutToChange() {
     m_filling = true;
-    if (m_treeModel->IsRoot(node)) {
-        m_listModel->ShowDrives();
-        ListFilled(true, "", "");
-    } else {
-        // One listing serves the list and, when not read yet, the node's sub-folders.
-        const std::string folder = m_treeModel->KeyOf(node);
-        clsFileSystem fs;
-        fs.GetDirectory(folder);
-        m_treeModel->TakeChildren(node, fs.Items);
-        m_listModel->ShowListing(folder, fs.Items);
-        m_tree->expand(node);
-        ListFilled(fs.LastError.empty(), folder, ErrorReason(fs.LastError));
-    }
+    m_listModel->BeginChange();
 }
 
-void SelectionBrowser::ListFilled(bool ok, const std::string& folder, const std::string& reason) {
-    SetupColumns();
-    m_filling = false;
-    if (!ok) {
-        emit StatusChanged(QString::fromStdString("Unable to read " + folder + " - " + reason));
-        return;
-    }
-    const int n = m_listModel->rowCount();
-    emit StatusChanged(n == 1 ? QString("1 item") : QString("%L1 items").arg(n));
-}
-
-void SelectionBrowser::SetupColumns() {
-    const bool drives = m_listModel->CurrentView() == FileListModel::View::Drives;
-    QHeaderView* header = m_list->header();
-    header->setSortIndicatorShown(!drives);
-    if (!drives) {
-        header->setSortIndicator(m_listModel->SortColumn(), m_listModel->KeysOrder());
-    }
-    const QList<int>& kept = m_widths[static_cast<std::size_t>(ViewSlot(*m_listModel))];
-    for (int i = 0; i < m_listModel->columnCount(); ++i) {
-        const int twips = drives ? kDriveColumns[i] : kFolderColumns[i];
-        header->resizeSection(i, i < kept.size() ? kept[i] : TwipsToPixels(twips, m_list));
-    }
-}
-
-void SelectionBrowser::NodeCheck(const QModelIndex& node, bool checked) {
-    if (!node.isValid() || m_treeModel->IsRoot(node)) {
-        return;
-    }
-    const std::string key = m_treeModel->KeyOf(node);
-    if (checked) {
-        m_sel.AddSelection(key);
-    } else {
-        m_sel.RemoveSelection(key);
-    }
-    MarksChanged();
-}
-
-void SelectionBrowser::ItemCheckClick(int row) {
-    if (row < 0 || row >= m_listModel->rowCount()) {
-        return;
-    }
-    const bool checked = m_listModel->MarkOf(row) != Qt::Checked;
-    const std::string key = m_listModel->KeyOf(row);
-    NodeCheck(m_treeModel->FindKey(key), checked);
-    // Done again whether or not a node had the key: the set takes a repeat calmly.
-    if (checked) {
-        m_sel.AddSelection(key);
-    } else {
-        m_sel.RemoveSelection(key);
-    }
-    MarksChanged();
-}
-
-void SelectionBrowser::OpenItem(int row) {
-    if (row < 0 || row >= m_listModel->rowCount()) {
-        return;
-    }
-    // A drive opens like a folder.
-    if (m_listModel->IsFolder(row) || m_listModel->CurrentView() == FileListModel::View::Drives) {
-        GoTo(m_listModel->KeyOf(row));
-    }
-}
-
-void SelectionBrowser::HeaderClicked(int column) {
-    m_filling = true;
-    m_listModel->HeaderClicked(column);
+void SelectionBrowser::ListChanged() {
+    m_listModel->EndChange();
     SetupColumns();
     m_filling = false;
 }
@@ -181,6 +101,24 @@ void SelectionBrowser::HeaderClicked(int column) {
 void SelectionBrowser::MarksChanged() {
     m_treeModel->MarksChanged();
     m_listModel->MarksChanged();
+}
+
+void SelectionBrowser::StatusChanged(const std::string& text) {
+    emit StatusText(QString::fromStdString(text));
+}
+
+void SelectionBrowser::SetupColumns() {
+    const bool drives = List().CurrentView() == ui::FileList::View::Drives;
+    QHeaderView* header = m_list->header();
+    header->setSortIndicatorShown(!drives);
+    if (!drives) {
+        header->setSortIndicator(List().SortColumn(), m_listModel->KeysOrder());
+    }
+    const QList<int>& kept = m_widths[ViewSlot(List())];
+    for (int i = 0; i < m_listModel->columnCount(); ++i) {
+        header->resizeSection(i, i < kept.size() ? kept[i]
+                                                 : TwipsToPixels(List().ColumnTwips(i), m_list));
+    }
 }
 
 } // namespace tessaron::gui

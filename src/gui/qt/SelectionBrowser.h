@@ -1,79 +1,64 @@
 #pragma once
-// SelectionBrowser: the drive tree and the file list together, and how ticking in them
-// edits the selection set of the current backup set.
-//
-//  - Choosing a tree node shows it in the list: the root "My Computer" the drives, any
-//    other node its folder (and the node is expanded).
-//  - Ticking a node adds its key to the selection set, unticking removes it (the set
-//    decides how entries and exceptions change); then every mark in the tree and the list
-//    is derived again, so ancestors show partly ticked and loaded descendants follow.
-//  - Clicking a list item's tick box toggles it: a ticked item becomes unticked, an
-//    unticked or partly ticked one ticked. A tree node with the same key is ticked the
-//    same way.
-//  - Double clicking a folder or drive in the list (or Enter) opens it in the tree and
-//    the list.
-//  - A click on a list column header sorts the folder (see FileListModel).
+// SelectionBrowser: the Qt tree and list views over the window layer's selection panes
+// (ui::SelectionPanes, which decides what they show and how ticking changes the selection
+// set). It passes the views' clicks on and shows what changed.
 
 #include "DriveTreeModel.h"
 #include "FileListModel.h"
 #include "SelectViews.h"
+
+#include "ui/SelectionPanes.h"
 
 #include <QObject>
 
 #include <array>
 #include <string>
 
-namespace tessaron {
-class clsSelections;
-}
-
 namespace tessaron::gui {
 
-class SelectionBrowser : public QObject {
+class SelectionBrowser : public QObject, private ui::PanesView {
     Q_OBJECT
 public:
     // sel must outlive the browser. The two views are made as children of viewParent,
     // which lays them out.
     SelectionBrowser(clsSelections& sel, QWidget* viewParent);
+    ~SelectionBrowser() override;
 
+    ui::SelectionPanes& Panes() { return m_panes; }
     DriveTreeModel& TreeModel() { return *m_treeModel; }
     FileListModel& ListModel() { return *m_listModel; }
+    const ui::FileList& List() const { return m_panes.List(); }
     DriveTreeView* Tree() const { return m_tree; }
-    FileListView* List() const { return m_list; }
+    FileListView* ListView() const { return m_list; }
 
     // The drives below the root, the root expanded and chosen, the drives in the list.
-    void Start();
-    // Refresh, New and Load: the tree is rebuilt from the drives and the list refilled.
-    // The folder shown stays shown (its levels are read again) while it exists.
-    void Rebuild();
+    void Start() { m_panes.Rebuild(); }
+    // Refresh, New and Load (see ui::SelectionPanes::Rebuild).
+    void Rebuild() { m_panes.Rebuild(); }
     // Makes a node current and shows it in the list.
     void ChooseNode(const QModelIndex& node);
-    // Opens a folder in the tree (reading the levels on the way) and the list; false
-    // when no drive holds it or it does not exist.
-    bool GoTo(const std::string& folder);
-
+    bool GoTo(const std::string& folder) { return m_panes.GoTo(folder); }
     // Ticks (checked) or unticks a tree node; the root cannot be ticked.
     void NodeCheck(const QModelIndex& node, bool checked);
     // Toggles the tick of the list item in row (0-based).
-    void ItemCheckClick(int row);
-    // Opens the list item in row when it is a folder.
-    void OpenItem(int row);
-    // A click on a list column header.
-    void HeaderClicked(int column);
+    void ItemCheckClick(int row) { m_panes.ItemCheckClick(row); }
 
 signals:
     // A line for the status bar: how many items the list shows, or why a folder could not
     // be read.
-    void StatusChanged(const QString& text);
+    void StatusText(const QString& text);
 
 private:
+    void ChooseNode(ui::TreeNode& node) override;
+    void ListAboutToChange() override;
+    void ListChanged() override;
+    void MarksChanged() override;
+    void StatusChanged(const std::string& text) override;
     void ShowNode(const QModelIndex& node);
-    void ListFilled(bool ok, const std::string& folder, const std::string& reason);
-    void MarksChanged();
     void SetupColumns();
     void KeepColumnWidths();
 
-    clsSelections& m_sel;
+    ui::SelectionPanes m_panes;
     DriveTreeModel* m_treeModel;
     FileListModel* m_listModel;
     DriveTreeView* m_tree;

@@ -3,6 +3,8 @@
 // properties, then calls one member; every dialog goes through one replaceable handler
 // (SetFileDialogHandler), so that a test reads what would be shown and answers it.
 
+#include "ui/FileDialogs.h"
+
 #include <functional>
 #include <string>
 #include <vector>
@@ -11,26 +13,16 @@ class QWidget;
 
 namespace tessaron::gui {
 
-// One entry of a dialog's file type list: the text shown and the pattern it stands for.
-struct FileFilter {
-    std::string Text;    // "Backup Set Files (*.set)"
-    std::string Pattern; // "*.set"; "*.*" stands for every file
-};
+using ui::FileDialogKind;
+using ui::FileFilter;
 
-enum class FileDialogKind { Open, Save, Directory };
-
-class clsComDlg {
+class clsComDlg : public ui::FileDialogRequest {
 public:
-    std::string Title;
-    std::vector<FileFilter> Filter;
-    int FilterIndex = 1;  // 1-based index of the filter chosen at first
-    std::string InitDir;  // folder shown at first
-    std::string InitFile; // file name proposed at first
+    clsComDlg() = default;
+    clsComDlg(const ui::FileDialogRequest& request, QWidget* owner)
+        : ui::FileDialogRequest(request), Owner(owner) {}
+
     QWidget* Owner = nullptr;
-    // SaveFile: the extension given to a name typed without one, before the dialog asks
-    // whether to replace an existing file, so that it asks about the name that will be
-    // written. Empty: none.
-    std::string DefaultExtension;
 
     // The chosen file's full path, or "" when the user cancels.
     std::string GetFile();

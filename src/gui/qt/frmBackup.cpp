@@ -3,16 +3,17 @@
 #include "LogListModel.h"
 #include "MessageBoxes.h"
 
-#include "engine/BackupEngine.h"
 #include "setfile/clsSetup.h"
 
 #include <QApplication>
 #include <QCloseEvent>
 #include <QCoreApplication>
+#include <QElapsedTimer>
 #include <QGridLayout>
 #include <QGroupBox>
 #include <QGuiApplication>
 #include <QHBoxLayout>
+#include <QKeyEvent>
 #include <QLabel>
 #include <QListView>
 #include <QPainter>
@@ -21,6 +22,7 @@
 #include <QSessionManager>
 #include <QStyledItemDelegate>
 #include <QVBoxLayout>
+#include <QWindow>
 
 #include <cstdlib>
 
@@ -33,9 +35,10 @@ namespace {
 // spends its time copying.
 constexpr auto kEventInterval = std::chrono::milliseconds(25);
 constexpr int kRefreshMs = 500;
-const char* const kCaption = "Backup Progress";
 
-std::size_t Slot(ViewText which) {
+using ui::RunLabel;
+
+std::size_t Slot(RunLabel which) {
     return static_cast<std::size_t>(which);
 }
 
@@ -93,45 +96,44 @@ private:
     mutable int m_widest = 0;
 };
 
-frmBackup::frmBackup(QWidget* parent)
-    : QWidget(parent, Qt::Window), m_engine(std::make_unique<BackupEngine>(*this)) {
+frmBackup::frmBackup(QWidget* parent) : QWidget(parent, Qt::Window), m_logic(*this) {
     setObjectName("frmBackup");
-    setWindowTitle(kCaption);
     BuildControls();
+    m_logic.ShowAll();
     m_timer.setInterval(kRefreshMs);
-    connect(&m_timer, &QTimer::timeout, this, &frmBackup::Timer1_Timer);
+    connect(&m_timer, &QTimer::timeout, this, [this] { m_logic.TimerTick(); });
     resize(640, 480);
     if (auto* app = qobject_cast<QGuiApplication*>(QCoreApplication::instance())) {
-        connect(app, &QGuiApplication::commitDataRequest, this,
-                [this](QSessionManager&) { SessionEnding(); });
+        connect(app, &QGuiApplication::commitDataRequest, this, [this](QSessionManager&) {
+            m_logic.CloseRequested(ui::RunWindowLogic::CloseRequest::System);
+        });
     }
 }
 
 frmBackup::~frmBackup() = default;
 
 void frmBackup::Setup(clsSetup& setup) {
-    m_setup = &setup;
-    m_engine->Setup(setup);
+    m_logic.Setup(setup);
 }
 
 void frmBackup::LogDir(const std::string& dir) {
-    m_engine->LogDir(dir);
+    m_logic.Engine().LogDir(dir);
 }
 
 void frmBackup::Settings(const clsRegSettings& settings) {
-    m_engine->Settings(settings);
+    m_logic.Engine().Settings(settings);
 }
 
 bool frmBackup::Finished() const {
-    return m_engine->Finished();
+    return m_logic.Engine().Finished();
 }
 
-bool frmBackup::Cancelled() const {
-    return m_engine->Cancelled();
+RunResult frmBackup::Result() const {
+    return m_logic.Engine().Result();
 }
 
 const std::string& frmBackup::LogFile() const {
-    return m_engine->LogFile();
+    return m_logic.Engine().LogFile();
 }
 
 void frmBackup::BuildControls() {
@@ -161,15 +163,14 @@ QLabel* frmBackup::ValueLabel(const char* name) {
 }
 
 QWidget* frmBackup::BuildCurrentFrame() {
-    m_fraCurrent = new QGroupBox(QStringLiteral("Current File"), this);
+    m_fraCurrent = new QGroupBox(this);
     m_fraCurrent->setObjectName("fraCurrent");
     auto* file = new ElidedLabel(this);
     file->setObjectName("lblCurrentFile");
-    m_labels[Slot(ViewText::CurrentFile)] = file;
+    m_labels[Slot(RunLabel::CurrentFile)] = file;
     m_pbCurrent = new QProgressBar(this);
     m_pbCurrent->setObjectName("pbCurrent");
     m_pbCurrent->setRange(0, 100);
-    m_pbCurrent->setValue(0);
     auto* layout = new QVBoxLayout(m_fraCurrent);
     layout->addWidget(file);
     layout->addWidget(m_pbCurrent);
@@ -177,10 +178,10 @@ QWidget* frmBackup::BuildCurrentFrame() {
 }
 
 QWidget* frmBackup::BuildOverallFrame() {
-    m_fraOverall = new QGroupBox(QStringLiteral("Overall Progress"), this);
+    m_fraOverall = new QGroupBox(this);
     m_fraOverall->setObjectName("fraOverall");
     auto* grid = new QGridLayout(m_fraOverall);
-    auto caption = [this](const char* name, const QString& text) {
+    auto caption = [this](const char* name, const QString& text = {}) {
         auto* label = new QLabel(text, this);
         label->setObjectName(name);
         return label;
@@ -188,21 +189,19 @@ QWidget* frmBackup::BuildOverallFrame() {
     struct Cell {
         int row, column;
         QLabel* caption;
-        ViewText value;
+        RunLabel value;
         const char* name;
     };
     // Two pairs of caption and value, the values right-aligned to a common edge.
     const Cell cells[] = {
-        {0, 0, caption("lblFilesCaption", "Total Files"), ViewText::Files, "lblFiles"},
-        {1, 0, caption("lblBytesCaption", "Total Bytes"), ViewText::Bytes, "lblBytes"},
-        {2, 0, caption("lblElapsedCaption", "Elapsed Time"), ViewText::Elapsed, "lblElapsed"},
-        {0, 3, caption("lblFilesTrans", "Files Transferred"), ViewText::FilesTransferred,
-         "lblFilesTransfered"},
-        {1, 3, caption("lblBytesTrans", "Bytes Transferred"), ViewText::BytesTransferred,
-         "lblBytesTransfered"},
-        {2, 3, caption("lblRateCaption", "Bytes/Second"), ViewText::BytesPerSecond,
+        {0, 0, caption("lblFilesCaption", "Total Files"), RunLabel::Files, "lblFiles"},
+        {1, 0, caption("lblBytesCaption", "Total Bytes"), RunLabel::Bytes, "lblBytes"},
+        {2, 0, caption("lblElapsedCaption", "Elapsed Time"), RunLabel::Elapsed, "lblElapsed"},
+        {0, 3, caption("lblFilesTrans"), RunLabel::FilesDone, "lblFilesTransfered"},
+        {1, 3, caption("lblBytesTrans"), RunLabel::BytesDone, "lblBytesTransfered"},
+        {2, 3, caption("lblRateCaption", "Bytes/Second"), RunLabel::BytesPerSecond,
          "lblBytesPerSecond"},
-        {3, 3, caption("lblRemainingCaption", "Time Remaining"), ViewText::Remaining,
+        {3, 3, caption("lblRemainingCaption", "Time Remaining"), RunLabel::Remaining,
          "lblRemaining"},
     };
     for (const Cell& c : cells) {
@@ -210,14 +209,13 @@ QWidget* frmBackup::BuildOverallFrame() {
         grid->addWidget(c.caption, c.row, c.column);
         grid->addWidget(m_labels[Slot(c.value)], c.row, c.column + 1);
     }
-    m_labels[Slot(ViewText::FilesTransCaption)] = cells[3].caption;
-    m_labels[Slot(ViewText::BytesTransCaption)] = cells[4].caption;
+    m_labels[Slot(RunLabel::FilesDoneCaption)] = cells[3].caption;
+    m_labels[Slot(RunLabel::BytesDoneCaption)] = cells[4].caption;
     grid->setColumnStretch(2, 1);
     grid->setColumnMinimumWidth(2, fontMetrics().horizontalAdvance(QStringLiteral("MMMM")));
     m_pbOverAll = new QProgressBar(this);
     m_pbOverAll->setObjectName("pbOverAll");
     m_pbOverAll->setRange(0, 100);
-    m_pbOverAll->setValue(0);
     grid->addWidget(m_pbOverAll, 4, 0, 1, 5);
     return m_fraOverall;
 }
@@ -231,9 +229,11 @@ QWidget* frmBackup::BuildBottomRow() {
     QFont bold = result->font();
     bold.setBold(true);
     result->setFont(bold);
-    m_labels[Slot(ViewText::Result)] = result;
-    m_cmdCancel = new QPushButton(QStringLiteral("Cancel"), row);
+    m_labels[Slot(RunLabel::Result)] = result;
+    m_cmdCancel = new QPushButton(row);
     m_cmdCancel->setObjectName("cmdCancel");
+    m_cmdCancel->setDefault(true);
+    m_cmdCancel->installEventFilter(this); // Enter on it is the logic's to decide
     connect(m_cmdCancel, &QPushButton::clicked, this, &frmBackup::cmdCancel_Click);
     layout->addWidget(result, 1);
     layout->addWidget(m_cmdCancel);
@@ -241,22 +241,18 @@ QWidget* frmBackup::BuildBottomRow() {
 }
 
 bool frmBackup::Run(QWidget* parent, bool unloadOnExit) {
-    if (m_running || m_setup == nullptr) {
+    if (!m_logic.CanRun()) {
         return false;
     }
     ShowInstead(parent);
     m_log->Clear();
     m_logWidth->Reset();
-    m_unloadOnExit = unloadOnExit;
-    m_unloadAfterRun = false;
-    m_running = true;
     m_lastEvents = std::chrono::steady_clock::now();
     m_timer.start();
-    const bool succeeded = m_engine->Run(unloadOnExit);
+    const bool succeeded = m_logic.Run(unloadOnExit);
     m_timer.stop();
-    m_running = false;
     FlushLog();
-    if (m_unloadOnExit || m_unloadAfterRun) {
+    if (m_logic.UnloadWhenRunEnds()) {
         Unload();
     }
     return succeeded;
@@ -275,6 +271,23 @@ void frmBackup::ShowInstead(QWidget* parent) {
     show();
     raise();
     activateWindow();
+    m_cmdCancel->setFocus();
+    WaitUntilPlaced();
+}
+
+// A window shown a moment ago has not yet been placed by the window manager, and a
+// question asked at once (a small selection totals in no time) would be centred on where
+// the window was first put: over a corner of it. So the run starts once the window is on
+// the screen, or after half a second at most.
+void frmBackup::WaitUntilPlaced() {
+    constexpr int kMaxWaitMs = 500;
+    QElapsedTimer waited;
+    waited.start();
+    while (windowHandle() != nullptr && !windowHandle()->isExposed() &&
+           waited.elapsed() < kMaxWaitMs) {
+        QCoreApplication::processEvents(QEventLoop::ExcludeUserInputEvents, 10);
+    }
+    QCoreApplication::processEvents(QEventLoop::ExcludeUserInputEvents);
 }
 
 void frmBackup::CancelRun() {
@@ -282,60 +295,66 @@ void frmBackup::CancelRun() {
 }
 
 void frmBackup::Interrupt() {
-    if (m_asking) {
-        m_answerReason = "interrupted";
-        if (QWidget* question = QApplication::activeModalWidget()) {
-            question->close(); // answered as its close box answers
-        }
+    if (m_logic.Interrupt()) {
+        Unload();
     }
-    CancelRun();
 }
 
 void frmBackup::cmdCancel_Click() {
-    if (!m_running || m_engine->Finished()) {
+    if (m_logic.ButtonClicked()) {
         Unload();
     }
-    m_engine->Cancel();
 }
 
-// The run refreshes the window itself at its yields; the timer covers the times it does
-// not yield (a question box open, a slow medium), without doubling the refreshes.
-void frmBackup::Timer1_Timer() {
-    if (m_running &&
-        std::chrono::steady_clock::now() - m_lastRefresh >= std::chrono::milliseconds(kRefreshMs)) {
-        m_engine->UpdateProgress();
+// Escape and Enter that no control took (the log list and the labels pass them on) reach
+// the window.
+void frmBackup::keyPressEvent(QKeyEvent* event) {
+    if (!PressKey(event->key())) {
+        QWidget::keyPressEvent(event);
     }
 }
 
-// --- The engine's view -----------------------------------------------------------------------
-
-void frmBackup::AddLine(const std::string& line) {
-    m_log->AddLine(QString::fromStdString(line));
+// The button would click itself on Enter, as a default button does, even during a run.
+bool frmBackup::eventFilter(QObject* watched, QEvent* event) {
+    if (watched == m_cmdCancel && event->type() == QEvent::KeyPress) {
+        const int key = static_cast<QKeyEvent*>(event)->key();
+        if (key == Qt::Key_Return || key == Qt::Key_Enter) {
+            PressKey(key);
+            return true;
+        }
+    }
+    return QWidget::eventFilter(watched, event);
 }
 
-void frmBackup::AppendToLastLine(const std::string& text) {
-    m_log->AppendToLastLine(QString::fromStdString(text));
+// True when the key was Escape or Enter (pressing the button or not).
+bool frmBackup::PressKey(int key) {
+    using Key = ui::RunWindowLogic::Key;
+    if (key != Qt::Key_Escape && key != Qt::Key_Return && key != Qt::Key_Enter) {
+        return false;
+    }
+    if (m_logic.KeyPressesButton(key == Qt::Key_Escape ? Key::Escape : Key::Enter)) {
+        m_cmdCancel->click();
+    }
+    return true;
 }
 
-void frmBackup::SetText(ViewText which, const std::string& text) {
+// --- What the logic shows ----------------------------------------------------------------
+
+void frmBackup::ShowText(RunLabel which, const std::string& text) {
     const QString value = QString::fromStdString(text);
     switch (which) {
-    case ViewText::WindowCaption: // set by every refresh
-        m_lastRefresh = std::chrono::steady_clock::now();
+    case RunLabel::Caption:
         setWindowTitle(value);
         return;
-    case ViewText::CurrentFrame:
+    case RunLabel::CurrentFrame:
         m_fraCurrent->setTitle(value);
         return;
-    case ViewText::OverallFrame:
+    case RunLabel::OverallFrame:
         m_fraOverall->setTitle(value);
         return;
-    case ViewText::CancelButton:
+    case RunLabel::Button:
         m_cmdCancel->setText(value);
         return;
-    case ViewText::Result:
-        m_timer.stop(); // the result ends the refreshes
-        break;
     default:
         break;
     }
@@ -344,25 +363,31 @@ void frmBackup::SetText(ViewText which, const std::string& text) {
     }
 }
 
-int frmBackup::GetBar(ViewBar which) const {
-    return (which == ViewBar::Current ? m_pbCurrent : m_pbOverAll)->value();
+void frmBackup::ShowBar(ui::RunBar which, int value) {
+    (which == ui::RunBar::Current ? m_pbCurrent : m_pbOverAll)->setValue(value);
 }
 
-void frmBackup::SetBar(ViewBar which, int value) {
-    (which == ViewBar::Current ? m_pbCurrent : m_pbOverAll)->setValue(value);
+void frmBackup::AddLogLine(const std::string& line) {
+    m_log->AddLine(QString::fromStdString(line));
 }
 
-MsgAnswer frmBackup::Ask(const std::string& title, const std::string& text, MsgButtons buttons) {
+void frmBackup::AppendToLastLogLine(const std::string& text) {
+    m_log->AppendToLastLine(QString::fromStdString(text));
+}
+
+MsgAnswer frmBackup::ShowQuestion(const Question& question) {
     FlushLog(); // the list shows what led to the question
-    m_answerReason.clear();
-    m_asking = true;
-    const MsgAnswer answer =
-        ShowMessageBox(this, QString::fromStdString(title), BoxText(text), buttons);
-    m_asking = false;
-    return answer;
+    return ShowMessageBox(this, QString::fromStdString(question.Title), BoxText(question.Text),
+                          question.Buttons);
 }
 
-void frmBackup::Yield() {
+void frmBackup::CloseQuestion() {
+    if (QWidget* question = QApplication::activeModalWidget()) {
+        question->close(); // answered as its close box answers
+    }
+}
+
+void frmBackup::PumpMessages() {
     const auto now = std::chrono::steady_clock::now();
     if (now - m_lastEvents < kEventInterval) {
         return;
@@ -370,11 +395,6 @@ void frmBackup::Yield() {
     FlushLog();
     QCoreApplication::processEvents();
     m_lastEvents = std::chrono::steady_clock::now();
-}
-
-void frmBackup::Finished(bool unloadOnExit) {
-    m_unloadOnExit = m_unloadOnExit || unloadOnExit;
-    FlushLog();
 }
 
 // --- Log list --------------------------------------------------------------------------------
@@ -391,43 +411,19 @@ void frmBackup::FlushLog() {
 
 // --- Closing ---------------------------------------------------------------------------------
 
-// Whether a close that did not come from the window itself may go ahead: always once the
-// run is finished; during a run only after the user confirmed, and then the window closes
-// itself when the run has stopped.
-bool frmBackup::QueryUnload() {
-    if (!m_running || m_engine->Finished()) {
-        return true;
-    }
-    if (ShowMessageBox(this, QStringLiteral("Cancel Operation"),
-                       QStringLiteral("Do you want to cancel this operation?"),
-                       MsgButtons::YesNo) == MsgAnswer::Yes) {
-        m_engine->Cancel();
-        m_unloadOnExit = true;
-    }
-    return false;
-}
-
-// The session is ending: a run in progress is cancelled without asking, and the window
-// closes itself when the run has stopped.
-void frmBackup::SessionEnding() {
-    if (m_running && !m_engine->Finished()) {
-        m_engine->Cancel();
-        m_unloadOnExit = true;
-    }
-}
-
 void frmBackup::closeEvent(QCloseEvent* event) {
-    if (!m_unloading && !QueryUnload()) {
+    using Close = ui::RunWindowLogic::CloseRequest;
+    const auto action = m_logic.CloseRequested(m_unloading ? Close::Program : Close::User);
+    if (action == ui::RunWindowLogic::CloseAction::Refuse) {
         event->ignore();
         return;
     }
     ShowParent();
-    if (m_running) {
+    if (action == ui::RunWindowLogic::CloseAction::Hide) {
         // The finished run is still ejecting the medium: the window goes now, the object
         // stays until Run returns.
         event->ignore();
         hide();
-        m_unloadAfterRun = true;
         return;
     }
     m_timer.stop();
@@ -455,13 +451,13 @@ int RunBackupWindow(QWidget* mainWindow, clsSetup& setup, bool unloadOnExit) {
     if (const char* dir = std::getenv("TESSARON_LOG_DIR"); dir != nullptr && *dir != '\0') {
         window->LogDir(dir);
     }
-    const bool succeeded = window->Run(mainWindow, unloadOnExit);
-    const bool cancelled = window->Cancelled();
+    window->Run(mainWindow, unloadOnExit);
+    const RunResult result = window->Result();
     if (unloadOnExit) {
         // Closed by Run; nothing owns it when there is no main window.
         QCoreApplication::sendPostedEvents(window, QEvent::DeferredDelete);
     }
-    return succeeded ? 0 : cancelled ? 2 : 1;
+    return ExitStatus(result);
 }
 
 } // namespace tessaron::gui

@@ -1,29 +1,23 @@
 #pragma once
-// frmBackup: the backup progress window. It runs one backup set through the core's
-// BackupEngine on the window's own thread and is the engine's view: the log list, the
-// current-file and overall frames with their labels and bars, the caption with the
-// percentage, the result and the Cancel button that becomes Close.
+// frmBackup: the backup progress window in Qt. It runs one backup set on the window's own
+// thread through the window layer's RunWindowLogic, which decides what the window shows
+// and what its button, keys, close box and questions do (see ui/RunWindowLogic.h); this
+// class only puts those texts into Qt controls: the log list, the current-file and overall
+// frames with their labels and bars, the caption, the result and the Cancel/Close button.
 //
-// While a run is in progress the window hands control to the event loop from Yield at
-// most every few milliseconds, so that the Cancel button, the close box and repaints are
-// served without slowing the copy. A 500 ms timer refreshes labels and bars between the
-// run's own refreshes (for instance while a question box is open).
-//
-// Closing the window during a run asks "Do you want to cancel this operation?"
-// ("Cancel Operation", Yes/No): Yes cancels the run and the window closes itself when the
-// run has stopped; No lets the run go on. The end of the user's session during a run
-// cancels it the same way without asking. Once the run is finished the window closes
-// freely. The parent (the main window) is hidden while the run window is up and shown
-// again when it closes; a parent that was not visible when the run started stays hidden.
+// While a run is in progress the window hands control to the event loop at most every
+// few milliseconds, so that the button, the close box and repaints are served without
+// slowing the copy. The parent (the main window) is hidden while the run window is up
+// and shown again when it closes; a parent that was not visible when the run started
+// stays hidden.
 
-#include "engine/IBackupView.h"
+#include "ui/RunWindowLogic.h"
 
 #include <QTimer>
 #include <QWidget>
 
 #include <array>
 #include <chrono>
-#include <memory>
 #include <string>
 
 class QLabel;
@@ -33,7 +27,6 @@ class QPushButton;
 class QGroupBox;
 
 namespace tessaron {
-class BackupEngine;
 class clsRegSettings;
 class clsSetup;
 } // namespace tessaron
@@ -43,7 +36,7 @@ namespace tessaron::gui {
 class LogListModel;
 class LogWidthDelegate;
 
-class frmBackup : public QWidget, public IBackupView {
+class frmBackup : public QWidget, public ui::IRunWindow {
     Q_OBJECT
 public:
     // parent: the window that owns this one (may be null); Run hides it.
@@ -64,38 +57,36 @@ public:
     // the end; otherwise it stays, showing the log and "Close", until the user closes it.
     bool Run(QWidget* parent, bool unloadOnExit);
 
-    // The Cancel button's work: asks the run to stop at its next check, and closes the
-    // window once the run is finished.
+    // The Cancel/Close button's work.
     void CancelRun();
-    // Ctrl+C or SIGTERM: an open question of the run is answered the way its close box
-    // answers (and the run logs it as answered "(interrupted)"), then the run is cancelled.
+    // Ctrl+C or SIGTERM: an open question is answered No or Cancel (logged
+    // "(interrupted)"), then the run is cancelled as by the button.
     void Interrupt();
 
-    bool Running() const { return m_running; }
-    // True once the last run's result is known.
+    bool Running() const { return m_logic.Running(); }
+    // True once the last run's work is done (the button reads Close).
     bool Finished() const;
-    // True when the last run was cancelled (Cancel, a confirmed close, a refused target).
-    bool Cancelled() const;
+    // How the last run ended.
+    RunResult Result() const;
     // Full path of the last run's log file (empty before the first run).
     const std::string& LogFile() const;
 
-    // --- The engine's view ---------------------------------------------------------------
-    void AddLine(const std::string& line) override;
-    void AppendToLastLine(const std::string& text) override;
-    void SetText(ViewText which, const std::string& text) override;
-    int GetBar(ViewBar which) const override;
-    void SetBar(ViewBar which, int value) override;
-    MsgAnswer Ask(const std::string& title, const std::string& text, MsgButtons buttons) override;
-    std::string LastAnswerReason() const override { return m_answerReason; }
-    void Yield() override;
-    void Finished(bool unloadOnExit) override;
+    // --- ui::IRunWindow: what the logic shows through Qt -------------------------------
+    void ShowText(ui::RunLabel which, const std::string& text) override;
+    void ShowBar(ui::RunBar which, int value) override;
+    void AddLogLine(const std::string& line) override;
+    void AppendToLastLogLine(const std::string& text) override;
+    MsgAnswer ShowQuestion(const Question& question) override;
+    void CloseQuestion() override;
+    void PumpMessages() override;
 
 protected:
     void closeEvent(QCloseEvent* event) override;
+    void keyPressEvent(QKeyEvent* event) override;
+    bool eventFilter(QObject* watched, QEvent* event) override;
 
 private slots:
     void cmdCancel_Click();
-    void Timer1_Timer();
 
 private:
     void BuildControls();
@@ -103,25 +94,18 @@ private:
     QWidget* BuildOverallFrame();
     QWidget* BuildBottomRow();
     QLabel* ValueLabel(const char* name);
-    bool QueryUnload();
-    void SessionEnding();
+    bool PressKey(int key);
     void ShowInstead(QWidget* parent);
+    void WaitUntilPlaced();
     void Unload();
     void ShowParent();
     void FlushLog();
 
-    std::unique_ptr<BackupEngine> m_engine;
-    clsSetup* m_setup = nullptr;
+    ui::RunWindowLogic m_logic;
     QWidget* m_parent = nullptr;
     bool m_parentWasVisible = false;
-    bool m_running = false;
-    bool m_unloadOnExit = false;
-    bool m_asking = false;         // a question of the run is open
-    std::string m_answerReason;    // why the last question was answered without a person
-    bool m_unloading = false;      // the window closes itself: no question
-    bool m_unloadAfterRun = false; // closed while the finished run still ends (eject)
+    bool m_unloading = false; // the window closes itself: no question
     std::chrono::steady_clock::time_point m_lastEvents;
-    std::chrono::steady_clock::time_point m_lastRefresh;
     QTimer m_timer;
 
     LogListModel* m_log = nullptr;
@@ -132,14 +116,14 @@ private:
     QProgressBar* m_pbCurrent = nullptr;
     QProgressBar* m_pbOverAll = nullptr;
     QPushButton* m_cmdCancel = nullptr;
-    std::array<QLabel*, 16> m_labels{}; // by ViewText; null for texts that are no label
+    std::array<QLabel*, ui::kRunLabelCount> m_labels{}; // null for texts that are no label
 };
 
 // Runs setup in a new run window over mainWindow (null: the run window alone) and
-// returns the run's exit status: 0 "Backup Complete", 1 "Error During Backup",
-// 2 "Backup Cancelled". With unloadOnExit the window is gone when this returns; without
-// it the window stays until the user closes it, and then deletes itself. The log folder
-// is TESSARON_LOG_DIR when that is set, else the program's log folder.
+// returns the run's exit status (ExitStatus of its result). With unloadOnExit the window
+// is gone when this returns; without it the window stays until the user closes it, and
+// then deletes itself. The log folder is TESSARON_LOG_DIR when that is set, else the
+// program's log folder.
 int RunBackupWindow(QWidget* mainWindow, clsSetup& setup, bool unloadOnExit);
 
 } // namespace tessaron::gui

@@ -1,21 +1,30 @@
 #include "frmMain.h"
 
+#include "MessageBoxes.h"
 #include "Twips.h"
-#include "WindowPlacement.h"
+#include "clsComDlg.h"
+
+#include "ui/WindowPlacement.h"
 
 #include "mail/clsRegSettings.h"
+#include "platform/clsFileSystem.h"
 
 #include <QAction>
 #include <QButtonGroup>
 #include <QCheckBox>
 #include <QCloseEvent>
+#include <QDir>
+#include <QFileInfo>
 #include <QGridLayout>
 #include <QGroupBox>
+#include <QGuiApplication>
+#include <QHideEvent>
 #include <QLabel>
 #include <QLineEdit>
 #include <QMenuBar>
 #include <QPushButton>
 #include <QRadioButton>
+#include <QScreen>
 #include <QShowEvent>
 #include <QSplitter>
 #include <QStatusBar>
@@ -46,25 +55,36 @@ QAction* AddItem(QMenu* menu, const char* name, const QString& text, const char*
     return action;
 }
 
+// Where the set file dialogs open when there is no current file: the program's folder
+// when the user may write there, else the home folder.
+std::string DefaultSetFolder() {
+    const std::string program = clsFileSystem::ProgramDir();
+    if (!program.empty() && QFileInfo(QString::fromStdString(program)).isWritable()) {
+        return program;
+    }
+    return QDir::homePath().toStdString();
+}
+
+ui::Rect RectOf(const QRect& r) {
+    return {r.left(), r.top(), r.width(), r.height()};
+}
+
 } // namespace
 
 frmMain::frmMain(clsRegSettings& settings, MainWindowHooks hooks, QWidget* parent)
-    : QMainWindow(parent), m_settings(settings), m_hooks(std::move(hooks)) {
+    : QMainWindow(parent), m_settings(settings), m_hooks(std::move(hooks)),
+      m_logic(*this, DefaultSetFolder()) {
     setObjectName("frmMain");
-    setWindowTitle(m_baseCaption);
     BuildMenus();
     setCentralWidget(BuildCentre());
     m_status = new QLabel(this);
     statusBar()->addWidget(m_status, 1);
-    connect(m_browser, &SelectionBrowser::StatusChanged, m_status, &QLabel::setText);
+    connect(m_browser, &SelectionBrowser::StatusText, m_status, &QLabel::setText);
     ConnectOptions();
-    WriteRecordToControls();
+    m_logic.ShowAll();
     setMinimumSize(MinimumWindowSize());
     resize(TwipsToPixels(kStartWidth, this), TwipsToPixels(kStartHeight, this, Qt::Vertical));
-    RestorePlacement(m_settings, *this);
-    if (WantsMaximized(m_settings)) {
-        setWindowState(windowState() | Qt::WindowMaximized);
-    }
+    RestorePlacement();
     m_browser->Start();
 }
 
@@ -107,9 +127,9 @@ QWidget* frmMain::BuildCentre() {
     auto* label = new QLabel("Select Files &To Copy:", centre);
     m_split = Named(new QSplitter(Qt::Horizontal, centre), "splSelect");
     m_split->setChildrenCollapsible(false);
-    m_browser = new SelectionBrowser(m_setup.Sel, m_split);
+    m_browser = new SelectionBrowser(m_logic.Setup().Sel, m_split);
     m_split->addWidget(m_browser->Tree());
-    m_split->addWidget(m_browser->List());
+    m_split->addWidget(m_browser->ListView());
     m_split->setStretchFactor(1, 1);
     label->setBuddy(m_browser->Tree());
     layout->addWidget(label);
@@ -132,6 +152,7 @@ QGroupBox* frmMain::BuildTypeFrame() {
     return frame;
 }
 
+// Four rows, so that the tree and the list keep the height the window can spare.
 QGroupBox* frmMain::BuildBottomFrame() {
     auto* frame = m_ui.fraBottom = Named(new QGroupBox("Options"), "fraBottom");
     auto* grid = new QGridLayout(frame);
@@ -148,125 +169,180 @@ QGroupBox* frmMain::BuildBottomFrame() {
     m_ui.txtEmailTo = Named(new QLineEdit(frame), "txtEmailTo");
     m_ui.cmdStart = Named(new QPushButton("&Start", frame), "cmdStart");
     m_ui.cmdStart->setMinimumWidth(TwipsToPixels(1400, this));
+    auto* output = new QHBoxLayout;
+    output->addWidget(outputLabel);
+    output->addWidget(m_ui.txtOutput, 1);
+    output->addWidget(m_ui.cmdBrowse);
     auto* email = new QHBoxLayout;
     email->addWidget(m_ui.chkEmail);
     email->addWidget(m_ui.txtEmailTo, 1);
-    grid->addWidget(outputLabel, 0, 0, 1, 4);
-    grid->addWidget(m_ui.txtOutput, 1, 0, 1, 4);
-    grid->addWidget(m_ui.cmdBrowse, 1, 4);
-    grid->addWidget(BuildTypeFrame(), 2, 0, 4, 1);
-    grid->addWidget(m_ui.chkClean, 2, 1);
-    grid->addWidget(m_ui.chkSaveLog, 3, 1);
-    grid->addWidget(m_ui.chkStopOnError, 4, 1);
-    grid->addWidget(m_ui.chkVerify, 2, 2);
-    grid->addWidget(m_ui.chkEject, 3, 2);
-    grid->addLayout(email, 5, 1, 1, 2);
-    grid->addWidget(m_ui.cmdStart, 5, 4);
-    grid->setColumnStretch(3, 1);
+    grid->addLayout(output, 0, 0, 1, 4);
+    grid->addWidget(BuildTypeFrame(), 1, 0, 3, 1);
+    grid->addWidget(m_ui.chkClean, 1, 1);
+    grid->addWidget(m_ui.chkSaveLog, 2, 1);
+    grid->addWidget(m_ui.chkStopOnError, 3, 1);
+    grid->addWidget(m_ui.chkVerify, 1, 2);
+    grid->addWidget(m_ui.chkEject, 2, 2);
+    grid->addLayout(email, 3, 2);
+    grid->addWidget(m_ui.cmdStart, 3, 3);
+    grid->setColumnStretch(2, 1);
+    frame->setSizePolicy(QSizePolicy::Preferred, QSizePolicy::Fixed);
     connect(m_ui.cmdBrowse, &QPushButton::clicked, this, &frmMain::Browse);
     connect(m_ui.cmdStart, &QPushButton::clicked, this, &frmMain::Start);
     return frame;
 }
 
-void frmMain::ConnectSwitch(QCheckBox* box, bool clsSetup::*field) {
-    connect(box, &QCheckBox::toggled, this, [this, field](bool on) {
-        if (!m_writingControls) {
-            m_setup.*field = on;
-        }
-    });
+void frmMain::ConnectSwitch(QCheckBox* box, ui::Switch which) {
+    connect(box, &QCheckBox::toggled, this,
+            [this, which](bool on) { m_logic.SwitchChanged(which, on); });
 }
 
+// Every control writes the record through the logic; a button being switched off does
+// nothing, the other one being switched on does the work.
 void frmMain::ConnectOptions() {
-    connect(m_ui.txtOutput, &QLineEdit::textChanged, this, [this](const QString& text) {
-        if (!m_writingControls) {
-            m_setup.Target = text.toStdString();
-        }
-    });
-    connect(m_ui.txtEmailTo, &QLineEdit::textChanged, this, [this](const QString& text) {
-        if (!m_writingControls) {
-            m_setup.EmailTo = text.toStdString();
-        }
-    });
-    ConnectSwitch(m_ui.chkClean, &clsSetup::CleanTarget);
-    ConnectSwitch(m_ui.chkSaveLog, &clsSetup::SaveLog);
-    ConnectSwitch(m_ui.chkStopOnError, &clsSetup::StopOnError);
-    ConnectSwitch(m_ui.chkVerify, &clsSetup::Verify);
-    ConnectSwitch(m_ui.chkEject, &clsSetup::EjectMedia);
-    ConnectSwitch(m_ui.chkEmail, &clsSetup::Email);
-    connect(m_ui.chkEmail, &QCheckBox::toggled, m_ui.txtEmailTo, &QWidget::setEnabled);
-    ConnectTypeButtons();
-}
-
-// Full enables the clearing box again; Incremental unticks and greys it. A button being
-// switched off does nothing: the other one being switched on does the work.
-void frmMain::ConnectTypeButtons() {
+    connect(m_ui.txtOutput, &QLineEdit::textChanged, this,
+            [this](const QString& text) { m_logic.OutputChanged(text.toStdString()); });
+    connect(m_ui.txtEmailTo, &QLineEdit::textChanged, this,
+            [this](const QString& text) { m_logic.EmailToChanged(text.toStdString()); });
+    ConnectSwitch(m_ui.chkClean, ui::Switch::Clean);
+    ConnectSwitch(m_ui.chkSaveLog, ui::Switch::SaveLog);
+    ConnectSwitch(m_ui.chkStopOnError, ui::Switch::StopOnError);
+    ConnectSwitch(m_ui.chkVerify, ui::Switch::Verify);
+    ConnectSwitch(m_ui.chkEject, ui::Switch::Eject);
+    ConnectSwitch(m_ui.chkEmail, ui::Switch::Email);
     connect(m_ui.optFull, &QRadioButton::toggled, this, [this](bool on) {
         if (on) {
-            if (!m_writingControls) {
-                m_setup.BackupType = "FULL";
-            }
-            m_ui.chkClean->setEnabled(true);
+            m_logic.TypeChosen("FULL");
         }
     });
     connect(m_ui.optIncremental, &QRadioButton::toggled, this, [this](bool on) {
         if (on) {
-            if (!m_writingControls) {
-                m_setup.BackupType = "INCREMENTAL";
-            }
-            m_ui.chkClean->setChecked(false);
-            m_ui.chkClean->setEnabled(false);
+            m_logic.TypeChosen("INCREMENTAL");
         }
     });
 }
 
-void frmMain::WriteRecordToControls() {
-    m_writingControls = true;
-    m_ui.txtOutput->setText(QString::fromStdString(m_setup.Target));
-    m_ui.chkClean->setChecked(m_setup.CleanTarget);
-    m_ui.chkSaveLog->setChecked(m_setup.SaveLog);
-    m_ui.chkStopOnError->setChecked(m_setup.StopOnError);
-    ShowBackupType(m_setup.BackupType);
-    m_ui.chkVerify->setChecked(m_setup.Verify);
-    m_ui.chkEject->setChecked(m_setup.EjectMedia);
-    m_ui.chkEmail->setChecked(m_setup.Email);
-    m_ui.txtEmailTo->setText(QString::fromStdString(m_setup.EmailTo));
-    m_ui.txtEmailTo->setEnabled(m_setup.Email);
-    m_writingControls = false;
-}
+namespace {
 
-// Neither button is on for a type other than "FULL" and "INCREMENTAL" (and after New).
-void frmMain::ShowBackupType(const std::string& type) {
-    QButtonGroup* group = m_ui.optFull->group();
-    group->setExclusive(false);
-    m_ui.optFull->setChecked(false);
-    m_ui.optIncremental->setChecked(false);
-    group->setExclusive(true);
-    if (type == "FULL") {
-        m_ui.optFull->setChecked(true);
-    } else if (type == "INCREMENTAL") {
-        m_ui.optIncremental->setChecked(true);
+void SetText(QLineEdit* box, const std::string& text) {
+    const QString q = QString::fromStdString(text);
+    if (box->text() != q) {
+        box->setText(q);
     }
 }
 
-void frmMain::SetCaption() {
-    setWindowTitle(m_baseCaption + " - " + QString::fromStdString(m_fileName));
+void SetChecked(QAbstractButton* button, bool on) {
+    if (button->isChecked() != on) {
+        button->setChecked(on);
+    }
+}
+
+// Neither button is on for a type other than "FULL" and "INCREMENTAL" (and after New),
+// which an exclusive group does not allow while it is exclusive.
+void SetType(QRadioButton* full, QRadioButton* incremental, bool isFull, bool isIncremental) {
+    if (full->isChecked() == isFull && incremental->isChecked() == isIncremental) {
+        return;
+    }
+    QButtonGroup* group = full->group();
+    group->setExclusive(false);
+    SetChecked(full, isFull);
+    SetChecked(incremental, isIncremental);
+    group->setExclusive(true);
+}
+
+} // namespace
+
+void frmMain::ShowOptions(const ui::MainWindowOptions& o) {
+    SetText(m_ui.txtOutput, o.Output);
+    SetType(m_ui.optFull, m_ui.optIncremental, o.Full, o.Incremental);
+    SetChecked(m_ui.chkClean, o.Clean);
+    m_ui.chkClean->setEnabled(o.CleanEnabled);
+    SetChecked(m_ui.chkSaveLog, o.SaveLog);
+    SetChecked(m_ui.chkStopOnError, o.StopOnError);
+    SetChecked(m_ui.chkVerify, o.Verify);
+    SetChecked(m_ui.chkEject, o.Eject);
+    SetChecked(m_ui.chkEmail, o.Email);
+    SetText(m_ui.txtEmailTo, o.EmailTo);
+    m_ui.txtEmailTo->setEnabled(o.EmailToEnabled);
+}
+
+void frmMain::ShowCaption(const std::string& caption) {
+    setWindowTitle(QString::fromStdString(caption));
+}
+
+void frmMain::FocusOutput() {
+    m_ui.txtOutput->setFocus();
+}
+
+MsgAnswer frmMain::Message(const std::string& title, const std::string& text, MsgButtons buttons) {
+    return ShowMessageBox(this, QString::fromStdString(title), QString::fromStdString(text),
+                          buttons);
+}
+
+std::string frmMain::FileDialog(ui::FileDialogKind kind, const ui::FileDialogRequest& request) {
+    clsComDlg dlg(request, this);
+    switch (kind) {
+    case ui::FileDialogKind::Open:
+        return dlg.GetFile();
+    case ui::FileDialogKind::Save:
+        return dlg.SaveFile();
+    case ui::FileDialogKind::Directory:
+        break;
+    }
+    return dlg.GetDirectory();
+}
+
+void frmMain::RestorePlacement() {
+    const ui::Placement saved = ui::ReadPlacement(m_settings);
+    std::vector<ui::Rect> areas;
+    for (const QScreen* screen : QGuiApplication::screens()) {
+        areas.push_back(RectOf(screen->availableGeometry()));
+    }
+    if (saved.Normal && !areas.empty()) {
+        ui::Rect wanted = *saved.Normal;
+        wanted.Width = std::max(wanted.Width, minimumWidth());
+        wanted.Height = std::max(wanted.Height, minimumHeight());
+        const ui::Rect r = ui::ClampToScreens(wanted, areas);
+        setGeometry(r.Left, r.Top, r.Width, r.Height);
+    }
+    if (saved.Maximized) {
+        setWindowState(windowState() | Qt::WindowMaximized);
+    }
 }
 
 // The split is set once the window is laid out, so that the tree gets exactly its width.
+// A window shown again after a run comes back where it was hidden.
 void frmMain::showEvent(QShowEvent* event) {
     QMainWindow::showEvent(event);
+    if (m_hiddenAt) {
+        setGeometry(*m_hiddenAt);
+        m_hiddenAt.reset();
+    }
     if (m_splitPlaced) {
         return;
     }
     m_splitPlaced = true;
     centralWidget()->layout()->activate();
-    const int saved = SavedTreeWidth(m_settings);
+    const int saved = ui::ReadPlacement(m_settings).Split;
     const int tree = saved > 0 ? saved : TwipsToPixels(3600, this);
     m_split->setSizes({tree, std::max(m_split->width() - m_split->handleWidth() - tree, 1)});
 }
 
+void frmMain::hideEvent(QHideEvent* event) {
+    if (!event->spontaneous() && !isMaximized()) {
+        m_hiddenAt = geometry();
+    }
+    QMainWindow::hideEvent(event);
+}
+
 void frmMain::closeEvent(QCloseEvent* event) {
-    SavePlacement(m_settings, *this, *m_split);
+    ui::Placement p;
+    p.Normal = RectOf(normalGeometry());
+    p.Maximized = isMaximized();
+    if (!m_split->sizes().isEmpty()) {
+        p.Split = m_split->sizes().front();
+    }
+    ui::SavePlacement(m_settings, p);
     event->accept();
 }
 

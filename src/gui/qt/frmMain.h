@@ -1,12 +1,7 @@
 #pragma once
-// frmMain: the main window, where the user composes a backup set: the output directory,
-// the backup type, the options, the mail address, and the ticked drives, folders and
-// files. The controls are the editing surface of one backup set record: every change of
-// a control is written into the record at once, and loading a set writes the record back
-// into the controls. There is no modified flag: New, Load and closing never ask to save.
-//
-// Option coupling: choosing Incremental unticks and greys "Clear Output Directory Before
-// Backup", choosing Full enables it again; "Email Log To:" enables the address box.
+// frmMain: the Qt main window, a thin view over the window layer's MainWindowLogic (the
+// record, the option rules, the Start checks, New, Load, Save and Save As, the caption)
+// and SelectionPanes (the drive tree and file list and their marks).
 //
 // Controls carry the object names of their roles (txtOutput, cmdBrowse, optFull,
 // optIncremental, chkClean, chkSaveLog, chkStopOnError, chkVerify, chkEject, chkEmail,
@@ -17,10 +12,11 @@
 #include "RunStarter.h"
 #include "SelectionBrowser.h"
 
-#include "setfile/clsSetup.h"
+#include "ui/MainWindowLogic.h"
 
 #include <QMainWindow>
 
+#include <optional>
 #include <string>
 
 class QCheckBox;
@@ -39,7 +35,7 @@ namespace tessaron::gui {
 
 class clsComDlg;
 
-class frmMain : public QMainWindow {
+class frmMain : public QMainWindow, private ui::MainWindowView {
     Q_OBJECT
 public:
     // settings keeps the window's size, position and split; it must outlive the window.
@@ -50,40 +46,28 @@ public:
     ~frmMain() override;
 
     // The current backup set. A run started from the window uses it.
-    clsSetup& Setup() { return m_setup; }
+    clsSetup& Setup() { return m_logic.Setup(); }
     // The set file last loaded or saved under; empty at start and after New.
-    const std::string& CurrentFileName() const { return m_fileName; }
+    const std::string& CurrentFileName() const { return m_logic.FileName(); }
+    ui::MainWindowLogic& Logic() { return m_logic; }
     SelectionBrowser& Browser() { return *m_browser; }
     MainWindowHooks& Hooks() { return m_hooks; }
     // 10000 x 6000 twips at the screen's logical resolution.
     QSize MinimumWindowSize() const;
 
-    // New Backup Set: a new set in the controls, no file name, no tick marks. The caption
-    // stays.
-    void ResetSetup();
-    // Load Backup Set...: asks for a file, then LoadSetup.
-    void Load();
-    // Loads a set file into the record and the controls, takes its name into the caption
-    // and rebuilds the tree and list. When it cannot be loaded, says so in a box
-    // ("Unable to load setup file - " + name, the reason on a second line) and leaves
-    // everything as it was; false then.
-    bool LoadSetup(const std::string& fileName);
-    // Save Backup Set: Save As when there is no file name yet; otherwise writes the set
-    // there when something is ticked.
-    void Save();
-    // Save Backup Set As...: when something is ticked, asks for a name (".set" added to a
-    // name without extension), takes it as the file name and caption, and writes the set.
-    void SaveAs();
-    // Start and Start Backup: the checks in order (selections, target given, target names
-    // a drive or an absolute path, backup type), each failure a box; then the run.
-    void Start();
-    // Browse: asks for the output directory.
-    void Browse();
-    // Refresh: rebuilds the drive tree and refills the list.
-    void Refresh();
+    // The commands (see ui::MainWindowLogic).
+    void ResetSetup() { m_logic.New(); }
+    void Load() { m_logic.Load(); }
+    bool LoadSetup(const std::string& fileName) { return m_logic.LoadSetup(fileName); }
+    void Save() { m_logic.Save(); }
+    void SaveAs() { m_logic.SaveAs(); }
+    void Start() { m_logic.Start(); }
+    void Browse() { m_logic.Browse(); }
+    void Refresh() { m_browser->Rebuild(); }
 
 protected:
     void showEvent(QShowEvent* event) override;
+    void hideEvent(QHideEvent* event) override;
     void closeEvent(QCloseEvent* event) override;
 
 private:
@@ -108,28 +92,27 @@ private:
     QGroupBox* BuildBottomFrame();
     QGroupBox* BuildTypeFrame();
     void ConnectOptions();
-    void ConnectTypeButtons();
-    void ConnectSwitch(QCheckBox* box, bool clsSetup::*field);
-    void WriteRecordToControls();
-    void ShowBackupType(const std::string& type);
-    bool CheckSelections();
-    bool CheckStart();
-    void SaveSetup(const std::string& fileName);
-    void SetCaption();
-    clsComDlg SetFileDialog(const char* title) const;
-    void Refuse(const char* title, const char* text, QWidget* focus = nullptr);
+    void ConnectSwitch(QCheckBox* box, ui::Switch which);
+    void RestorePlacement();
+
+    // The window layer's view.
+    void ShowOptions(const ui::MainWindowOptions& options) override;
+    void ShowCaption(const std::string& caption) override;
+    void RebuildSelection() override { m_browser->Rebuild(); }
+    void FocusOutput() override;
+    MsgAnswer Message(const std::string& title, const std::string& text,
+                      MsgButtons buttons) override;
+    std::string FileDialog(ui::FileDialogKind kind, const ui::FileDialogRequest& request) override;
+    void StartRun(clsSetup& setup) override { m_hooks.StartRun(this, setup, false); }
 
     clsRegSettings& m_settings;
     MainWindowHooks m_hooks;
-    clsSetup m_setup;
-    std::string m_fileName;
-    const QString m_baseCaption = "Tessaron";
-    // True while the record is written into the controls: their handlers then leave the
-    // record alone (it already holds the values) and only couple the controls.
-    bool m_writingControls = false;
+    ui::MainWindowLogic m_logic;
     Controls m_ui;
     QSplitter* m_split = nullptr;
     bool m_splitPlaced = false; // the first show sets the split
+    // Where the window was when it was hidden (for a run): it comes back there.
+    std::optional<QRect> m_hiddenAt;
     QLabel* m_status = nullptr;
     SelectionBrowser* m_browser = nullptr;
 };

@@ -7,8 +7,6 @@
 namespace tessaron::test {
 namespace {
 
-constexpr const char* kComplete = "Backup Complete";
-constexpr const char* kError = "Error During Backup";
 constexpr std::size_t kSize = 300000;
 
 // What the copy of src/a.bin holds after the run.
@@ -238,8 +236,7 @@ const FaultCase kFaults[] = {
      true},
 };
 
-INSTANTIATE_TEST_SUITE_P(Faults, FaultMatrix, ::testing::ValuesIn(kFaults),
-                         [](const auto& p) { return std::string(p.param.name); });
+INSTANTIATE_TEST_SUITE_P(Faults, FaultMatrix, ::testing::ValuesIn(kFaults), ParamName());
 
 } // namespace
 } // namespace tessaron::test

@@ -227,10 +227,6 @@ TEST_P(Overlap, SameLogResultAndCopies) {
     EXPECT_GT(copied, 0u);
 }
 
-constexpr const char* kComplete = "Backup Complete";
-constexpr const char* kError = "Error During Backup";
-constexpr const char* kCancelled = "Backup Cancelled";
-
 const OverlapCase kCases[] = {
     {.name = "Full", .result = kComplete},
     {.name = "FullWithVerify", .result = kComplete, .verify = true},
@@ -246,8 +242,7 @@ const OverlapCase kCases[] = {
     {.name = "CancelIncremental", .result = kCancelled, .type = "INCREMENTAL", .cancelAt = 200},
 };
 
-auto CaseName = [](const auto& p) { return std::string(p.param.name); };
-INSTANTIATE_TEST_SUITE_P(Runs, Overlap, ::testing::ValuesIn(kCases), CaseName);
+INSTANTIATE_TEST_SUITE_P(Runs, Overlap, ::testing::ValuesIn(kCases), ParamName());
 
 } // namespace
 } // namespace tessaron::test

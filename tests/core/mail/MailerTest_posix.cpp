@@ -9,6 +9,7 @@ namespace tessaron {
 namespace {
 
 using test::FakeSmtpServer;
+using test::Matches;
 using test::SmtpScript;
 using Replies = std::vector<std::pair<std::string, std::string>>;
 
@@ -32,13 +33,6 @@ std::string HideDate(std::string s) {
     if (const auto at = s.find("Date: "); at != std::string::npos)
         s.replace(at + 6, s.find('\r', at) - at - 6, "*");
     return s;
-}
-
-// A pattern ending in "*" matches every text that begins with the rest.
-bool Matches(const std::string& text, const std::string& pattern) {
-    if (!pattern.empty() && pattern.back() == '*')
-        return text.rfind(pattern.substr(0, pattern.size() - 1), 0) == 0;
-    return text == pattern;
 }
 
 // Every command gets "250 OK" except those starting with a listed prefix.
@@ -281,6 +275,7 @@ class FailingSocket : public IMailSocket {
 public:
     void Connect(const std::string&, int) override {}
     void SendData(const std::string&) override {}
+    void StartTls(const std::string&) override {}
     std::string GetData() override { return {}; }
     void Close() override {}
     std::vector<Event> Poll(int) override {

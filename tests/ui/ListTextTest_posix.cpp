@@ -1,11 +1,16 @@
-#include "ListText.h"
+// The list's texts (sizes, dates, sort keys) and where a remembered window comes back.
+#include "TestNames.h"
+
+#include "ui/ListText.h"
+#include "ui/WindowPlacement.h"
 
 #include <gtest/gtest.h>
 
+#include <clocale>
 #include <cstdlib>
 #include <ctime>
 
-namespace tessaron::gui {
+namespace tessaron::ui {
 namespace {
 
 struct SizeCase {
@@ -35,7 +40,7 @@ INSTANTIATE_TEST_SUITE_P(ListText, SizeText,
                                            SizeCase{"Above100MInM", 150e6, true, "150M"},
                                            SizeCase{"Exactly100GStaysM", 100e9, true, "100,000M"},
                                            SizeCase{"Above100GInG", 2.5e12, true, "2,500G"}),
-                         [](const auto& tc) { return std::string(tc.param.name); });
+                         test::ParamName());
 
 struct DateCase {
     const char* name;
@@ -62,7 +67,38 @@ INSTANTIATE_TEST_SUITE_P(ListText, DateText,
                                            DateCase{"Noon", 1704110400, "1/1/2024 12:00 PM"},
                                            DateCase{"Morning", 1256981400, "10/31/2009 9:30 AM"},
                                            DateCase{"NoTime", 0, ""}),
-                         [](const auto& tc) { return std::string(tc.param.name); });
+                         test::ParamName());
+
+TEST(ListText, UpperKeyFoldsLettersOfAnyScript) {
+    setlocale(LC_CTYPE, "C.UTF-8");
+    EXPECT_EQ(UpperKey("abc\xc3\xa9"), UpperKey("ABC\xc3\x89")) << "e acute";
+    EXPECT_EQ(UpperKey("\xd0\xb4"), UpperKey("\xd0\x94")) << "Cyrillic de";
+    EXPECT_EQ(UpperKey("a\x80"), (std::u32string{U'A', 0x80})) << "a byte that is no UTF-8";
+    setlocale(LC_CTYPE, "C");
+}
+
+struct ClampCase {
+    const char* name;
+    Rect wanted, expected;
+};
+
+class ClampToScreen : public ::testing::TestWithParam<ClampCase> {};
+
+TEST_P(ClampToScreen, KeepsTheWindowReachable) {
+    const std::vector<Rect> screens = {{0, 0, 1920, 1080}, {1920, 0, 1280, 1024}};
+    EXPECT_EQ(ClampToScreens(GetParam().wanted, screens), GetParam().expected);
+}
+
+const ClampCase kClampCases[] = {
+    {"FitsAlready", {100, 100, 800, 600}, {100, 100, 800, 600}},
+    {"OnTheSecondScreen", {2000, 50, 800, 600}, {2000, 50, 800, 600}},
+    {"ScreenGone", {5000, 2000, 800, 600}, {1120, 480, 800, 600}},
+    {"HangingOffTheRight", {3000, 100, 800, 600}, {2400, 100, 800, 600}},
+    {"AboveTheTop", {100, -300, 800, 600}, {100, 0, 800, 600}},
+    {"LargerThanTheScreen", {-50, 0, 4000, 3000}, {0, 0, 1920, 1080}}};
+
+INSTANTIATE_TEST_SUITE_P(Placement, ClampToScreen, ::testing::ValuesIn(kClampCases),
+                         test::ParamName());
 
 } // namespace
-} // namespace tessaron::gui
+} // namespace tessaron::ui

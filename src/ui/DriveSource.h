@@ -8,7 +8,7 @@
 #include <functional>
 #include <vector>
 
-namespace tessaron::gui {
+namespace tessaron::ui {
 
 using DriveLister = std::function<std::vector<clsFSItem>()>;
 
@@ -19,4 +19,4 @@ std::vector<clsFSItem> ListDrives();
 // one it replaces.
 DriveLister SetDriveLister(DriveLister lister);
 
-} // namespace tessaron::gui
+} // namespace tessaron::ui

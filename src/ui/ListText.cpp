@@ -1,4 +1,4 @@
-#include "ListText.h"
+#include "ui/ListText.h"
 
 #include "engine/NumberText.h"
 #include "platform/DateTime.h"
@@ -6,8 +6,9 @@
 
 #include <cmath>
 #include <cstdio>
+#include <cwctype>
 
-namespace tessaron::gui {
+namespace tessaron::ui {
 
 namespace {
 
@@ -59,4 +60,33 @@ std::string FormatListDate(std::time_t t) {
     return text;
 }
 
-} // namespace tessaron::gui
+std::u32string UpperKey(std::string_view utf8) {
+    std::u32string key;
+    key.reserve(utf8.size());
+    for (std::size_t i = 0; i < utf8.size();) {
+        const auto lead = static_cast<unsigned char>(utf8[i]);
+        const int more = lead >= 0xF0 ? 3 : lead >= 0xE0 ? 2 : lead >= 0xC0 ? 1 : 0;
+        char32_t c = more == 0 ? lead : lead & (0x3F >> more);
+        int taken = 1;
+        for (; taken <= more && i + static_cast<std::size_t>(taken) < utf8.size(); ++taken) {
+            const auto next = static_cast<unsigned char>(utf8[i + static_cast<std::size_t>(taken)]);
+            if ((next & 0xC0) != 0x80) {
+                break;
+            }
+            c = (c << 6) | (next & 0x3F);
+        }
+        if (taken != more + 1) { // not UTF-8: the byte alone
+            c = lead;
+            taken = 1;
+        }
+        // wchar_t holds 16 bits on Windows: characters beyond it keep their case.
+        if (c <= 0xFFFF) {
+            c = static_cast<char32_t>(std::towupper(static_cast<std::wint_t>(c)));
+        }
+        key.push_back(c);
+        i += static_cast<std::size_t>(taken);
+    }
+    return key;
+}
+
+} // namespace tessaron::ui

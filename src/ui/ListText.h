@@ -3,8 +3,9 @@
 
 #include <ctime>
 #include <string>
+#include <string_view>
 
-namespace tessaron::gui {
+namespace tessaron::ui {
 
 // A size in decimal units, rounded to a whole number (halves away from zero) with the
 // user's digit grouping: above 100,000,000,000 bytes in "G", above 100,000,000 in "M",
@@ -28,4 +29,9 @@ std::string DriveText(const std::string& path, const std::string& label);
 // without leading zeros, 12-hour clock): "3/7/2024 9:05 PM". "" for 0 (no time known).
 std::string FormatListDate(std::time_t t);
 
-} // namespace tessaron::gui
+// The sort key of a name without regard to letter case: its characters in upper case (as
+// the user's locale has them), one per Unicode code point. Bytes that are no UTF-8 count
+// as the code point of the byte.
+std::u32string UpperKey(std::string_view utf8);
+
+} // namespace tessaron::ui

@@ -1,8 +1,8 @@
-#include "DriveSource.h"
+#include "ui/DriveSource.h"
 
 #include "platform/clsFileSystem.h"
 
-namespace tessaron::gui {
+namespace tessaron::ui {
 
 namespace {
 
@@ -28,4 +28,4 @@ DriveLister SetDriveLister(DriveLister lister) {
     return old;
 }
 
-} // namespace tessaron::gui
+} // namespace tessaron::ui

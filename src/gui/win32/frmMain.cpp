@@ -1,0 +1,343 @@
+#include "frmMain.h"
+
+#include "MessageBoxes.h"
+#include "Win32Text.h"
+#include "clsComDlg.h"
+
+#include "mail/clsRegSettings.h"
+#include "platform/clsFileSystem.h"
+#include "ui/WindowPlacement.h"
+
+#include <windows.h>
+#undef Yield // an old macro of the system headers; the run views have a member of that name
+
+#include <shellapi.h>
+#include <shlobj.h>
+
+namespace tessaron::win {
+
+namespace {
+
+const wchar_t* const kClassName = L"TessaronMain";
+
+// Where the set file dialogs open when there is no current file: the program's folder
+// when the user may write there, else the user's documents.
+std::string DefaultSetFolder() {
+    const std::string program = clsFileSystem::ProgramDir();
+    const std::wstring probe = Widen(program) + L"\\tessaron-write-probe.tmp";
+    HANDLE file = ::CreateFileW(probe.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_NEW,
+                                FILE_ATTRIBUTE_TEMPORARY | FILE_FLAG_DELETE_ON_CLOSE, nullptr);
+    if (!program.empty() && file != INVALID_HANDLE_VALUE) {
+        ::CloseHandle(file);
+        return program;
+    }
+    PWSTR documents = nullptr;
+    std::string folder = program;
+    if (SUCCEEDED(::SHGetKnownFolderPath(FOLDERID_Documents, 0, nullptr, &documents))) {
+        folder = Narrow(documents);
+    }
+    ::CoTaskMemFree(documents);
+    return folder;
+}
+
+const std::pair<ControlId, ui::Switch> kSwitches[] = {{chkClean, ui::Switch::Clean},
+                                                      {chkSaveLog, ui::Switch::SaveLog},
+                                                      {chkStopOnError, ui::Switch::StopOnError},
+                                                      {chkVerify, ui::Switch::Verify},
+                                                      {chkEject, ui::Switch::Eject},
+                                                      {chkEmail, ui::Switch::Email}};
+
+bool IsChecked(HWND button) {
+    return ::SendMessageW(button, BM_GETCHECK, 0, 0) == BST_CHECKED;
+}
+
+} // namespace
+
+frmMain::frmMain(clsRegSettings& settings)
+    : m_settings(settings), m_logic(*this, DefaultSetFolder()), m_panes(m_logic.Setup().Sel) {}
+
+frmMain::~frmMain() {
+    if (m_window != nullptr) {
+        ::DestroyWindow(m_window);
+    }
+    m_panes.SetView(nullptr, nullptr);
+    for (HIMAGELIST images : m_images) {
+        if (images != nullptr) {
+            ::ImageList_Destroy(images);
+        }
+    }
+    if (m_font != nullptr) {
+        ::DeleteObject(m_font);
+    }
+    if (m_keys != nullptr) {
+        ::DestroyAcceleratorTable(m_keys);
+    }
+}
+
+bool frmMain::Create() {
+    const HINSTANCE instance = ::GetModuleHandleW(nullptr);
+    WNDCLASSEXW cls{};
+    cls.cbSize = sizeof cls;
+    if (!::GetClassInfoExW(instance, kClassName, &cls)) {
+        cls.lpfnWndProc = &frmMain::WindowProc;
+        cls.hInstance = instance;
+        cls.hCursor = ::LoadCursorW(nullptr, IDC_ARROW);
+        cls.hbrBackground = reinterpret_cast<HBRUSH>(COLOR_BTNFACE + 1);
+        cls.hIcon = ::LoadIconW(instance, MAKEINTRESOURCEW(1));
+        cls.lpszClassName = kClassName;
+        ::RegisterClassExW(&cls);
+    }
+    const int width = Twips(12600, nullptr), height = Twips(8400, nullptr);
+    m_window = ::CreateWindowExW(WS_EX_CONTROLPARENT, kClassName, L"Tessaron", WS_OVERLAPPEDWINDOW,
+                                 CW_USEDEFAULT, CW_USEDEFAULT, width, height, nullptr, nullptr,
+                                 instance, this);
+    if (m_window == nullptr) {
+        return false;
+    }
+    BuildControls();
+    m_panes.SetView(this, m_tree.get());
+    const ui::Placement saved = ui::ReadPlacement(m_settings);
+    m_split = saved.Split > 0 ? saved.Split : Twips(3600, m_window);
+    Layout();
+    m_logic.ShowAll();
+    m_panes.Rebuild();
+    return true;
+}
+
+void frmMain::Show() {
+    RestorePlacement();
+    Layout();
+    ::SetFocus(Control(tvSelect));
+}
+
+LRESULT CALLBACK frmMain::WindowProc(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
+    if (message == WM_NCCREATE) {
+        auto* self =
+            static_cast<frmMain*>(reinterpret_cast<CREATESTRUCTW*>(lParam)->lpCreateParams);
+        self->m_window = window;
+        ::SetWindowLongPtrW(window, GWLP_USERDATA, reinterpret_cast<LONG_PTR>(self));
+    }
+    auto* self = reinterpret_cast<frmMain*>(::GetWindowLongPtrW(window, GWLP_USERDATA));
+    return self != nullptr ? self->OnMessage(message, wParam, lParam)
+                           : ::DefWindowProcW(window, message, wParam, lParam);
+}
+
+LRESULT frmMain::OnMessage(UINT message, WPARAM wParam, LPARAM lParam) {
+    switch (message) {
+    case WM_SIZE:
+        if (wParam != SIZE_MINIMIZED && m_tree) {
+            Layout();
+        }
+        return 0;
+    case WM_GETMINMAXINFO: {
+        auto* limits = reinterpret_cast<MINMAXINFO*>(lParam);
+        limits->ptMinTrackSize = {Twips(10000, m_window), Twips(6000, m_window)};
+        return 0;
+    }
+    case WM_COMMAND:
+        OnCommand(LOWORD(wParam), HIWORD(wParam));
+        return 0;
+    case WM_NOTIFY:
+        return OnNotify(*reinterpret_cast<const NMHDR*>(lParam), lParam);
+    case WM_SETCURSOR:
+        if (LOWORD(lParam) == HTCLIENT) {
+            POINT p{};
+            ::GetCursorPos(&p);
+            ::ScreenToClient(m_window, &p);
+            if (OnSplitter(WM_SETCURSOR, MAKELPARAM(p.x, p.y))) {
+                ::SetCursor(::LoadCursorW(nullptr, IDC_SIZEWE));
+                return TRUE;
+            }
+        }
+        break;
+    case WM_LBUTTONDOWN:
+    case WM_MOUSEMOVE:
+    case WM_LBUTTONUP:
+        OnSplitter(message, lParam);
+        return 0;
+    case WM_CLOSE:
+        SavePlacement();
+        // The list's hook goes before the list does.
+        ListCtrl::Uninstall(Control(lvSelect));
+        ::DestroyWindow(m_window);
+        return 0;
+    case WM_DESTROY:
+        m_window = nullptr;
+        ::PostQuitMessage(0);
+        return 0;
+    default:
+        break;
+    }
+    return ::DefWindowProcW(m_window, message, wParam, lParam);
+}
+
+void frmMain::OnCommand(int id, int code) {
+    if (m_showing) {
+        return; // the controls are being set from the record: no user change
+    }
+    for (const auto& [control, which] : kSwitches) {
+        if (id == control && code == BN_CLICKED) {
+            m_logic.SwitchChanged(which, !IsChecked(Control(control)));
+            return;
+        }
+    }
+    switch (id) {
+    case txtOutput:
+    case txtEmailTo:
+        if (code == EN_CHANGE) {
+            const std::string text = WindowText(Control(static_cast<ControlId>(id)));
+            id == txtOutput ? m_logic.OutputChanged(text) : m_logic.EmailToChanged(text);
+        }
+        return;
+    case optFull:
+    case optIncremental:
+        if (code == BN_CLICKED) {
+            m_logic.TypeChosen(id == optFull ? "FULL" : "INCREMENTAL");
+        }
+        return;
+    case cmdBrowse:
+        m_logic.Browse();
+        return;
+    case cmdStart:
+    case mnuStart:
+        m_logic.Start();
+        return;
+    case mnuNew:
+        m_logic.New();
+        return;
+    case mnuLoad:
+        m_logic.Load();
+        return;
+    case mnuSave:
+        m_logic.Save();
+        return;
+    case mnuSaveAs:
+        m_logic.SaveAs();
+        return;
+    case mnuExit:
+        ::SendMessageW(m_window, WM_CLOSE, 0, 0);
+        return;
+    case mnuRefresh:
+        m_panes.Rebuild();
+        return;
+    default:
+        MenuWindow(id);
+    }
+}
+
+LRESULT frmMain::OnNotify(const NMHDR& header, LPARAM lParam) {
+    LRESULT result = 0;
+    if (header.idFrom == tvSelect && m_tree) {
+        m_tree->OnNotify(header, result);
+    } else if (header.idFrom == lvSelect && m_list) {
+        m_list->OnNotify(header, lParam, result);
+    }
+    return result;
+}
+
+// The windows the Action and Help menus open that this build has no window for yet.
+void frmMain::MenuWindow(int id) {
+    if (id == mnuContents) {
+        const std::wstring manual = Widen(clsFileSystem::ProgramDir()) + L"\\manual\\index.html";
+        if (reinterpret_cast<INT_PTR>(::ShellExecuteW(m_window, L"open", manual.c_str(), nullptr,
+                                                      nullptr, SW_SHOWNORMAL)) > 32) {
+            return;
+        }
+        Message("Contents", "The manual is not beside the program (manual\\index.html).",
+                MsgButtons::OK);
+    } else if (id == mnuAbout) {
+        Message("About Tessaron", "Tessaron " TESSARON_VERSION "\nA backup utility by VELQO.",
+                MsgButtons::OK);
+    } else if (id == mnuEmailSetup) {
+        Message("Email Setup",
+                "The mail settings window is not part of this build yet. The server and sender "
+                "are the values SMTPServer and EmailFrom under "
+                "HKEY_CURRENT_USER\\Software\\VELQO\\Tessaron\\Settings.",
+                MsgButtons::OK);
+    }
+}
+
+bool frmMain::PreTranslate(MSG& msg) {
+    return (m_keys != nullptr && ::TranslateAcceleratorW(m_window, m_keys, &msg)) ||
+           ::IsDialogMessageW(m_window, &msg);
+}
+
+int frmMain::MessageLoop() {
+    MSG msg{};
+    while (::GetMessageW(&msg, nullptr, 0, 0) > 0) {
+        if (m_window == nullptr || !PreTranslate(msg)) {
+            ::TranslateMessage(&msg);
+            ::DispatchMessageW(&msg);
+        }
+    }
+    return 0;
+}
+
+void frmMain::ShowOptions(const ui::MainWindowOptions& o) {
+    m_showing = true;
+    const auto text = [this](ControlId id, const std::string& value) {
+        if (WindowText(Control(id)) != value) {
+            SetWindowText(Control(id), value);
+        }
+    };
+    const auto check = [this](ControlId id, bool on) {
+        ::SendMessageW(Control(id), BM_SETCHECK, on ? BST_CHECKED : BST_UNCHECKED, 0);
+    };
+    text(txtOutput, o.Output);
+    check(optFull, o.Full);
+    check(optIncremental, o.Incremental);
+    const bool values[] = {o.Clean, o.SaveLog, o.StopOnError, o.Verify, o.Eject, o.Email};
+    for (std::size_t i = 0; i < std::size(kSwitches); ++i) {
+        check(kSwitches[i].first, values[i]);
+    }
+    ::EnableWindow(Control(chkClean), o.CleanEnabled);
+    text(txtEmailTo, o.EmailTo);
+    ::EnableWindow(Control(txtEmailTo), o.EmailToEnabled);
+    m_showing = false;
+}
+
+void frmMain::ShowCaption(const std::string& caption) {
+    SetWindowText(m_window, caption);
+}
+
+void frmMain::FocusOutput() {
+    ::SetFocus(Control(txtOutput));
+}
+
+MsgAnswer frmMain::Message(const std::string& title, const std::string& text, MsgButtons buttons) {
+    return ShowMessageBox(m_window, title, text, buttons);
+}
+
+std::string frmMain::FileDialog(ui::FileDialogKind kind, const ui::FileDialogRequest& request) {
+    clsComDlg dlg(request, m_window);
+    switch (kind) {
+    case ui::FileDialogKind::Open:
+        return dlg.GetFile();
+    case ui::FileDialogKind::Save:
+        return dlg.SaveFile();
+    case ui::FileDialogKind::Directory:
+        break;
+    }
+    return dlg.GetDirectory();
+}
+
+// Until the run window is part of the Windows build, a set runs from a command prompt.
+void frmMain::StartRun(clsSetup&) {
+    const std::string file = m_logic.FileName().empty() ? "<backup set file>" : m_logic.FileName();
+    Message("Start Backup",
+            "The run window is not part of this build yet.\nSave the backup set, then run it "
+            "from a command prompt:\n\ntessaron /RUN \"" +
+                file + "\"",
+            MsgButtons::OK);
+}
+
+void frmMain::MarksChanged() {
+    m_tree->MarksChanged();
+    m_list->MarksChanged();
+}
+
+void frmMain::StatusChanged(const std::string& text) {
+    SetWindowText(Control(sbStatus), text);
+}
+
+} // namespace tessaron::win

@@ -1,0 +1,217 @@
+// The run window's texts through a run's events: each case a few events and what the
+// window (and the console's progress line) then shows.
+#include "ui/RunTexts.h"
+#include "TestNames.h"
+
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <map>
+
+namespace tessaron::ui {
+namespace {
+
+using L = RunLabel;
+
+struct Counters {
+    std::int32_t totalFiles = 0;
+    std::int64_t totalBytes = 0;
+    std::int32_t filesDone = 0;
+    std::int64_t bytesDone = 0, skipped = 0, currentDone = 0, currentSize = 0;
+    std::int32_t elapsed = 0;
+    double rate = 0;
+    std::int32_t remaining = 0;
+    std::string file{};
+
+    clsProgress Progress() const {
+        clsProgress p;
+        p.TotalFiles = totalFiles;
+        p.TotalBytes = totalBytes;
+        p.FilesDone = filesDone;
+        p.BytesDone = bytesDone;
+        p.BytesSkipped = skipped;
+        p.CurrentDone = currentDone;
+        p.CurrentSize = currentSize;
+        p.ElapsedTime = elapsed;
+        p.BytesPerSecond = rate;
+        p.RemainingTime = remaining;
+        p.CurrentFile = file;
+        return p;
+    }
+};
+
+// A copy refresh: 3 of 10 files, 2,100 of 5,000 bytes done or failed, a third of a file.
+const Counters kCopying{.totalFiles = 10,
+                        .totalBytes = 5000,
+                        .filesDone = 3,
+                        .bytesDone = 1000,
+                        .skipped = 1100,
+                        .currentDone = 1,
+                        .currentSize = 3,
+                        .elapsed = 61000,
+                        .rate = 2.5,
+                        .remaining = 119600,
+                        .file = "/src/a.txt"};
+// The counters as verification starts after that copy: nothing done, the failures kept.
+const Counters kVerifyStart{.totalFiles = 10, .totalBytes = 5000, .skipped = 1000};
+
+struct TextsCase {
+    const char* name;
+    std::function<void(RunTexts&)> events;
+    std::map<RunLabel, std::string> shows; // the texts checked
+    int currentBar, overallBar;
+};
+
+class Texts : public ::testing::TestWithParam<TextsCase> {};
+
+TEST_P(Texts, FollowTheRun) {
+    const TextsCase& c = GetParam();
+    RunTexts texts;
+    c.events(texts);
+    for (const auto& [label, text] : c.shows) {
+        EXPECT_EQ(texts.Text(label), text) << static_cast<int>(label);
+    }
+    EXPECT_EQ(texts.Bar(RunBar::Current), c.currentBar);
+    EXPECT_EQ(texts.Bar(RunBar::Overall), c.overallBar);
+}
+
+const TextsCase kCases[] = {
+    {"ANewRunForgetsTheLast",
+     [](RunTexts& t) {
+         t.Progress(kCopying.Progress());
+         t.PhaseStarted(RunPhase::Verify, kVerifyStart.Progress());
+         t.Result(RunResult::Error);
+         t.Finished();
+         t.Reset();
+     },
+     {{L::Caption, "Backup Progress"},
+      {L::CurrentFrame, "Current File"},
+      {L::OverallFrame, "Overall Progress"},
+      {L::FilesDoneCaption, "Files Transferred"},
+      {L::BytesDoneCaption, "Bytes Transferred"},
+      {L::Button, "Cancel"},
+      {L::Result, ""},
+      {L::Files, ""},
+      {L::Elapsed, ""},
+      {L::CurrentFile, ""}},
+     0,
+     0},
+    {"RefreshGroupsAndTimes",
+     [](RunTexts& t) { t.Progress(kCopying.Progress()); },
+     {{L::Caption, "Backup Progress - 42% Complete"},
+      {L::CurrentFile, "/src/a.txt"},
+      {L::Files, "10"},
+      {L::Bytes, "5,000"},
+      {L::FilesDone, "3"},
+      {L::BytesDone, "1,000"},
+      {L::Elapsed, "0:01:01"},
+      {L::BytesPerSecond, "2"},
+      {L::Remaining, "0:01:60"}},
+     33,
+     42},
+    {"ZeroTotalsShowNothing",
+     [](RunTexts& t) { t.Progress(Counters{.totalFiles = 1234}.Progress()); },
+     {{L::Files, "1,234"},
+      {L::FilesDone, "0"},
+      {L::Bytes, ""},
+      {L::BytesDone, ""},
+      {L::Elapsed, ""},
+      {L::Caption, "Backup Progress - 0% Complete"}},
+     0,
+     0},
+    {"UnmeasuredRefreshKeepsBarsAndTimes",
+     [](RunTexts& t) {
+         t.Progress(kCopying.Progress());
+         t.Progress(Counters{}.Progress());
+     },
+     {{L::Caption, "Backup Progress - 42% Complete"},
+      {L::Files, ""},
+      {L::Elapsed, "0:01:01"},
+      {L::BytesPerSecond, "2"},
+      {L::Remaining, "0:01:60"}},
+     33,
+     42},
+    {"CopyStartKeepsThePercentage",
+     [](RunTexts& t) {
+         t.PhaseStarted(RunPhase::Size, Counters{}.Progress());
+         t.Progress(Counters{.totalFiles = 10, .totalBytes = 5000, .elapsed = 900}.Progress());
+         t.PhaseStarted(RunPhase::Copy, Counters{.totalFiles = 10, .totalBytes = 5000}.Progress());
+     },
+     {{L::Caption, "Backup Progress - 0% Complete"},
+      {L::FilesDoneCaption, "Files Transferred"},
+      {L::FilesDone, "0"},
+      {L::Elapsed, ""}},
+     0,
+     0},
+    {"VerifyStartShowsItsOwnCounters",
+     [](RunTexts& t) {
+         t.Progress(kCopying.Progress());
+         t.PhaseStarted(RunPhase::Verify, kVerifyStart.Progress());
+     },
+     {{L::Caption, "Backup Progress (Verifying)"},
+      {L::CurrentFrame, "Current File (Verifying)"},
+      {L::OverallFrame, "Overall Progress (Verifying)"},
+      {L::FilesDoneCaption, "Files Verified"},
+      {L::BytesDoneCaption, "Bytes Read"},
+      {L::CurrentFile, ""},
+      {L::Files, "10"},
+      {L::FilesDone, "0"},
+      {L::BytesDone, "0"},
+      {L::Elapsed, ""},
+      {L::BytesPerSecond, ""},
+      {L::Remaining, ""}},
+     0,
+     20},
+    {"VerifyRefreshPutsThePercentageBack",
+     [](RunTexts& t) {
+         t.PhaseStarted(RunPhase::Verify, kVerifyStart.Progress());
+         Counters c = kVerifyStart;
+         c.bytesDone = 1500;
+         c.elapsed = 1000;
+         t.Progress(c.Progress());
+     },
+     {{L::Caption, "Backup Progress - 50% Complete"},
+      {L::CurrentFrame, "Current File (Verifying)"},
+      {L::BytesDone, "1,500"},
+      {L::Elapsed, "0:00:01"}},
+     0,
+     50},
+    {"FileStartEscapesItsNameAndRestartsItsBar",
+     [](RunTexts& t) {
+         t.Progress(kCopying.Progress());
+         t.FileStarted("/src/new\tline\x01.txt");
+     },
+     {{L::CurrentFile, "/src/new\\tline\\x01.txt"}, {L::FilesDone, "3"}},
+     0,
+     42},
+    {"ResultThenClose",
+     [](RunTexts& t) {
+         t.Result(RunResult::Cancelled);
+         t.Finished();
+     },
+     {{L::Result, "Backup Cancelled"}, {L::Button, "Close"}},
+     0,
+     0},
+};
+
+INSTANTIATE_TEST_SUITE_P(RunTexts, Texts, ::testing::ValuesIn(kCases), test::ParamName());
+
+// A window puts into its controls only what changed: everything at first, nothing for a
+// refresh that changes nothing, the file and its bar for a new file.
+TEST(RunTexts, ChangesNameOnlyWhatChanged) {
+    RunTexts texts;
+    const RunTexts::Changes first = texts.TakeChanges();
+    EXPECT_TRUE(first.Labels.all() && first.Bars.all());
+    texts.Progress(kCopying.Progress());
+    texts.TakeChanges();
+    texts.Progress(kCopying.Progress());
+    const RunTexts::Changes same = texts.TakeChanges();
+    EXPECT_TRUE(same.Labels.none() && same.Bars.none());
+    texts.FileStarted("/src/b.txt");
+    const RunTexts::Changes file = texts.TakeChanges();
+    EXPECT_EQ(file.Labels, decltype(file.Labels)().set(static_cast<std::size_t>(L::CurrentFile)));
+    EXPECT_EQ(file.Bars, decltype(file.Bars)().set(static_cast<std::size_t>(RunBar::Current)));
+}
+
+} // namespace
+} // namespace tessaron::ui
