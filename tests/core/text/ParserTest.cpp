@@ -111,18 +111,16 @@ INSTANTIATE_TEST_SUITE_P(
     Parser, ParserCursorTest,
     ::testing::Values(
         // The cursor stops at TokenCount + 1 going on and at 0 going back.
-        CursorCase{"StopsOneOutside",
-                   "a b",
+        CursorCase("StopsOneOutside", "a b",
                    {"B=1", "E=0", "N=a", "B=1", "N=b", "E=1", "B=0", "N=", "N=", "P=b", "P=a",
-                    "P=", "P=", "N=a", "L=b", "F=a"}},
+                    "P=", "P=", "N=a", "L=b", "F=a"}),
         // token(n) moves the cursor even out of range.
-        CursorCase{"TokenMovesOutOfRange",
-                   "a b c",
-                   {"T7=", "E=1", "P=", "T-3=", "B=1", "N=", "R=", "T2=b", "N=c"}},
-        CursorCase{"RestAfterCurrentToken", "/LOAD x y", {"R=", "N=/LOAD", "R=x y"}},
+        CursorCase("TokenMovesOutOfRange", "a b c",
+                   {"T7=", "E=1", "P=", "T-3=", "B=1", "N=", "R=", "T2=b", "N=c"}),
+        CursorCase("RestAfterCurrentToken", "/LOAD x y", {"R=", "N=/LOAD", "R=x y"}),
         // The second blank was not consumed by "a"; a list delimiter swallows its blanks.
-        CursorCase{"RestKeepsUnconsumedDelim", "a  b", {"N=a", "R= b"}},
-        CursorCase{"RestAfterListDelim", "(  a", {"N=(", "R=a", "L=a", "R="}}),
+        CursorCase("RestKeepsUnconsumedDelim", "a  b", {"N=a", "R= b"}),
+        CursorCase("RestAfterListDelim", "(  a", {"N=(", "R=a", "L=a", "R="})),
     tessaron::test::ParamName());
 
 } // namespace
