@@ -3,6 +3,7 @@
 #include "frmBackup.h"
 #include "frmMain.h"
 
+#include "EnvOverride.h"
 #include "GuiTestSupport.h"
 #include "TempTree.h"
 #include "TestNames.h"
@@ -290,7 +291,7 @@ TEST(RunWindowFromMainWindow, StartRunsAndCloseBringsTheMainWindowBack) {
     tree.Write("daily.set", "Target = \"" + tree.Path("dst") +
                                 "\"\r\nBackupType = FULL\r\nSelections = \"" + tree.Path("src") +
                                 "\"\r\n");
-    setenv("TESSARON_LOG_DIR", tree.Path("logs").c_str(), 1);
+    const test::EnvOverride logs("TESSARON_LOG_DIR", tree.Path("logs"));
     clsRegSettings settings;
     settings.SettingsFile(HKeyCurrentUser, tree.Path("settings.ini"));
     frmMain mainWindow(settings);
@@ -307,7 +308,6 @@ TEST(RunWindowFromMainWindow, StartRunsAndCloseBringsTheMainWindowBack) {
     EXPECT_EQ(tree.Read("dst" + tree.Path("src/a.txt")), "a");
     run->findChild<QPushButton*>("cmdCancel")->click();
     EXPECT_TRUE(mainWindow.isVisible());
-    unsetenv("TESSARON_LOG_DIR");
 }
 
 } // namespace
