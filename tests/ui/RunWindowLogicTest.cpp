@@ -68,11 +68,13 @@ protected:
             tree.Write("src/f" + std::to_string(i) + ".txt", std::string(1000 + i, 'x'));
         }
         tree.MakeDir("dst");
-        setup.Target = tree.Path("dst");
+        // Paths in the system's own spelling: a Windows set separates with "\\" only.
+        const std::filesystem::path root(tree.Root());
+        setup.Target = (root / "dst").string();
         setup.BackupType = "FULL";
-        setup.Sel.AddSelection(tree.Path("src"));
+        setup.Sel.AddSelection((root / "src").string());
         logic.Setup(setup);
-        logic.Engine().LogDir(tree.Path("logs"));
+        logic.Engine().LogDir((root / "logs").string());
     }
     // Calls action once, at the first yield of the copy phase.
     void DuringCopy(std::function<void()> action) {
