@@ -27,7 +27,10 @@ public:
 
 private:
     TlsAuthority() = default;
-    TestAuthority trusted_, other_{"Someone Else's Authority"};
+    // Named for the process: the Windows tests under Wine trust the authorities of servers
+    // run at the same time, and Wine picks an issuer by its name alone.
+    TestAuthority trusted_{"Tessaron Test Authority " + std::to_string(getpid())},
+        other_{"Someone Else's Authority"};
     KeyPair good_ = trusted_.Issue("localhost"), wrongName_ = trusted_.Issue("mail.example.org"),
             expired_ = trusted_.Issue("localhost", true), stranger_ = other_.Issue("localhost");
 };
