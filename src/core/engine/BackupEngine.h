@@ -97,9 +97,10 @@ public:
     // The backup set to run; set before Run. Not owned; Run may change its BackupType
     // to "FULL" when it is neither "FULL" nor "INCREMENTAL".
     void Setup(clsSetup& setup);
-    // Folder for the run's log files (created when missing). Default: the program's
-    // log folder (Log beside the executable when writable, else the user's state folder),
-    // chosen by Run; the getter is empty until then when it was never set.
+    // Folder for the run's log files (created when missing). Default, chosen by Run:
+    // TESSARON_LOG_DIR when that is set and not empty, else the program's log folder (Log
+    // beside the executable when writable, else the user's state folder); the getter is
+    // empty until then when it was never set.
     void LogDir(const std::string& dir);
     const std::string& LogDir() const;
     // The settings store the mailer reads ("SMTPServer", "EmailFrom"). Not owned; when
@@ -217,7 +218,6 @@ private:
     void EnsureBuffers();
 
     // Target check (BackupTarget.cpp).
-    bool HasRoot(const std::string& target) const;
     bool CheckDevice(const std::string& target);
     bool WaitForMedium(const std::string& target);
     bool ConfirmClear(const std::string& target);
