@@ -1,8 +1,8 @@
 #pragma once
 // BackupEngine: one backup run from start to summary (the logic behind the backup
 // progress window). Front ends use the constructor, Setup, LogDir, Run, Cancel,
-// Cancelled, Finished and LogFile; the phase members below them are public so that tools
-// and tests can drive single steps, and keep the names the rest of the system uses.
+// Cancelled, Finished and LogFile; the phase and log members below them are the run's
+// named steps, public under the names the rest of the system uses.
 //
 // The run, in order: block size; size phase (TotalSelection per entry); target check
 // with optional clearing (CheckTarget); copy phase (RunSelection -> CopyFile); optional
@@ -135,9 +135,6 @@ public:
     bool Finished() const;
     // Full path of this run's log file (empty before Run).
     const std::string& LogFile() const;
-    // Uses path as the log file for lines logged outside Run (single steps in tools and
-    // tests). Run chooses its own file.
-    void LogFile(const std::string& path);
     // Bytes per block of copy and verify: 128000 unless the set's BlockSize (1 to
     // 16777216) was taken by Run.
     std::int32_t BlockSize() const { return m_blockSize; }
@@ -170,14 +167,6 @@ public:
     // the view's list (and to the text GetLogText gives). Control characters in text are
     // shown escaped (see EscapeControls).
     void AddLogLine(const std::string& text, bool display = true);
-    // Appends text to the last line of the log file (no time stamp); with display also to
-    // the view's last line.
-    void AppendLogLine(const std::string& text, bool display = true);
-    // Writes line + CR LF at the end of LogFile, or with continueLast over the file's
-    // final CR LF. The file stays open between lines; each line is one write, so the file
-    // is complete at every moment. The first failure of a run is said once, on screen and
-    // through the view's warning; the run goes on and its result does not change.
-    void WriteLogFile(const std::string& line, bool continueLast);
     // dir + separator (when missing) + "BackupLog_" + yyyymmdd + ".log", or the first
     // free "BackupLog_" + yyyymmdd + "_" + n + ".log" (n = 1, 2, ...) when that one exists.
     std::string MakeLogFileName(const std::string& dir);
@@ -301,6 +290,14 @@ private:
     long long ReadFull(clsBinaryFile& file, unsigned char* buffer, long long count);
 
     // Helpers shared by the phases (BackupLog.cpp).
+    // Appends text to the last line of the log file (no time stamp); with display also to
+    // the view's last line.
+    void AppendLogLine(const std::string& text, bool display = true);
+    // Writes line + CR LF at the end of LogFile, or with continueLast over the file's
+    // final CR LF. The file stays open between lines; each line is one write, so the file
+    // is complete at every moment. The first failure of a run is said once, on screen and
+    // through the view's warning; the run goes on and its result does not change.
+    void WriteLogFile(const std::string& line, bool continueLast);
     void LogError(const std::string& what, const std::string& path, const SysError& error);
     void LogLogFailure(const SysError& error);
     void YieldPoint();

@@ -86,10 +86,6 @@ const std::string& BackupEngine::LogFile() const {
     return m_logFile;
 }
 
-void BackupEngine::LogFile(const std::string& path) {
-    m_logFile = path;
-}
-
 RunResult BackupEngine::Result() const {
     return m_result;
 }
