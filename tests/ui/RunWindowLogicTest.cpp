@@ -67,10 +67,14 @@ protected:
         for (int i = 0; i < 4; ++i) {
             tree.Write("src/f" + std::to_string(i) + ".txt", std::string(1000 + i, 'x'));
         }
-        tree.MakeDir("dst");
-        setup.Target = tree.Path("dst");
+        // The paths as the system writes them: the run takes "/" for part of a name on
+        // Windows.
+        const auto native = [this](const char* rel) {
+            return std::filesystem::path(tree.MakeDir(rel)).make_preferred().string();
+        };
+        setup.Target = native("dst");
         setup.BackupType = "FULL";
-        setup.Sel.AddSelection(tree.Path("src"));
+        setup.Sel.AddSelection(native("src"));
         logic.Setup(setup);
         logic.Engine().LogDir(tree.Path("logs"));
     }
