@@ -7,6 +7,7 @@
 
 #include "frmMain.h"
 
+#include "engine/RunResult.h"
 #include "mail/clsRegSettings.h"
 
 #include <windows.h>
@@ -35,7 +36,7 @@ int RunMainWindow(char*, const std::string& commandLine) {
     ::InitCommonControlsEx(&controls);
     // The file dialogs and the known folders are COM services of the window's thread.
     const HRESULT com = ::CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED);
-    int status = 3;
+    int status = kExitNothingRun;
     {
         clsRegSettings settings;
         win::frmMain window(settings);

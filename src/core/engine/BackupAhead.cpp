@@ -127,7 +127,8 @@ void BackupEngine::PostAhead(Level& level, std::size_t at) {
 
 void BackupEngine::PostFolders(Level& level) {
     LevelAhead& ahead = level.ahead;
-    const bool incremental = m_setup->BackupType == "INCREMENTAL" && m_phase == Phase::Copy;
+    const bool incremental =
+        BackupKindOf(m_setup->BackupType) == BackupKind::Incremental && m_phase == Phase::Copy;
     const CopyFolder& dst = *level.dst;
     const clsFolder* copyParent =
         incremental && !dst.fresh && dst.folder.IsOpen() ? &dst.folder : nullptr;
@@ -181,7 +182,7 @@ bool BackupEngine::WantsContent(const Level& level, const clsFSItem& item) const
         !level.dst->folder.IsOpen()) {
         return false;
     }
-    if (m_setup->BackupType != "INCREMENTAL" || level.dst->fresh) {
+    if (BackupKindOf(m_setup->BackupType) != BackupKind::Incremental || level.dst->fresh) {
         return true;
     }
     FileInfo copy;

@@ -39,7 +39,8 @@ void BackupEngine::CopyFile(const std::string& source, const std::string& target
 
 bool BackupEngine::CopyEntry(const Source& s, const Dest& d) {
     StartFile(s.path);
-    const bool incremental = m_setup != nullptr && m_setup->BackupType == "INCREMENTAL";
+    const bool incremental =
+        m_setup != nullptr && BackupKindOf(m_setup->BackupType) == BackupKind::Incremental;
     FileInfo dst;
     // A FULL run learns that a copy exists when creating it exclusively fails, and in a
     // folder made by this run every copy is new: no need to look first.

@@ -1,8 +1,8 @@
 #pragma once
 // BackupEngine: one backup run from start to summary (the logic behind the backup
 // progress window). Front ends use the constructor, Setup, LogDir, Run, Cancel,
-// Cancelled, Finished and LogFile; the phase members below them are public so that tools
-// and tests can drive single steps, and keep the names the rest of the system uses.
+// Cancelled, Finished and LogFile; the phase and log members below them are the run's
+// named steps, public under the names the rest of the system uses.
 //
 // The run, in order: block size; size phase (TotalSelection per entry); target check
 // with optional clearing (CheckTarget); copy phase (RunSelection -> CopyFile); optional
@@ -97,9 +97,10 @@ public:
     // The backup set to run; set before Run. Not owned; Run may change its BackupType
     // to "FULL" when it is neither "FULL" nor "INCREMENTAL".
     void Setup(clsSetup& setup);
-    // Folder for the run's log files (created when missing). Default: the program's
-    // log folder (Log beside the executable when writable, else the user's state folder),
-    // chosen by Run; the getter is empty until then when it was never set.
+    // Folder for the run's log files (created when missing). Default, chosen by Run:
+    // TESSARON_LOG_DIR when that is set and not empty, else the program's log folder (Log
+    // beside the executable when writable, else the user's state folder); the getter is
+    // empty until then when it was never set.
     void LogDir(const std::string& dir);
     const std::string& LogDir() const;
     // The settings store the mailer reads ("SMTPServer", "EmailFrom"). Not owned; when
@@ -134,9 +135,6 @@ public:
     bool Finished() const;
     // Full path of this run's log file (empty before Run).
     const std::string& LogFile() const;
-    // Uses path as the log file for lines logged outside Run (single steps in tools and
-    // tests). Run chooses its own file.
-    void LogFile(const std::string& path);
     // Bytes per block of copy and verify: 128000 unless the set's BlockSize (1 to
     // 16777216) was taken by Run.
     std::int32_t BlockSize() const { return m_blockSize; }
@@ -169,14 +167,6 @@ public:
     // the view's list (and to the text GetLogText gives). Control characters in text are
     // shown escaped (see EscapeControls).
     void AddLogLine(const std::string& text, bool display = true);
-    // Appends text to the last line of the log file (no time stamp); with display also to
-    // the view's last line.
-    void AppendLogLine(const std::string& text, bool display = true);
-    // Writes line + CR LF at the end of LogFile, or with continueLast over the file's
-    // final CR LF. The file stays open between lines; each line is one write, so the file
-    // is complete at every moment. The first failure of a run is said once, on screen and
-    // through the view's warning; the run goes on and its result does not change.
-    void WriteLogFile(const std::string& line, bool continueLast);
     // dir + separator (when missing) + "BackupLog_" + yyyymmdd + ".log", or the first
     // free "BackupLog_" + yyyymmdd + "_" + n + ".log" (n = 1, 2, ...) when that one exists.
     std::string MakeLogFileName(const std::string& dir);
@@ -217,7 +207,6 @@ private:
     void EnsureBuffers();
 
     // Target check (BackupTarget.cpp).
-    bool HasRoot(const std::string& target) const;
     bool CheckDevice(const std::string& target);
     bool WaitForMedium(const std::string& target);
     bool ConfirmClear(const std::string& target);
@@ -301,6 +290,14 @@ private:
     long long ReadFull(clsBinaryFile& file, unsigned char* buffer, long long count);
 
     // Helpers shared by the phases (BackupLog.cpp).
+    // Appends text to the last line of the log file (no time stamp); with display also to
+    // the view's last line.
+    void AppendLogLine(const std::string& text, bool display = true);
+    // Writes line + CR LF at the end of LogFile, or with continueLast over the file's
+    // final CR LF. The file stays open between lines; each line is one write, so the file
+    // is complete at every moment. The first failure of a run is said once, on screen and
+    // through the view's warning; the run goes on and its result does not change.
+    void WriteLogFile(const std::string& line, bool continueLast);
     void LogError(const std::string& what, const std::string& path, const SysError& error);
     void LogLogFailure(const SysError& error);
     void YieldPoint();

@@ -1,11 +1,14 @@
 // The run itself: phase order, the flags that tie the phases together, the result.
 #include "engine/BackupParts.h"
 #include "engine/NumberText.h"
+#include "engine/RunChecks.h"
 #include "mail/clsMailer.h"
 #include "mail/clsRegSettings.h"
 #include "platform/SystemFileAccess.h"
 #include "platform/clsPath.h"
 #include "setfile/clsSetup.h"
+
+#include <cstdlib>
 
 namespace tessaron {
 
@@ -13,6 +16,13 @@ namespace {
 
 constexpr std::int32_t kDefaultBlockSize = 128000;
 constexpr std::int32_t kMaxBlockSize = 16777216;
+
+// TESSARON_LOG_DIR, when set and not empty, puts the run logs of every front end in
+// another folder than the program's (tests, and administrators who keep logs elsewhere).
+std::string LogDirFromEnvironment() {
+    const char* dir = std::getenv("TESSARON_LOG_DIR");
+    return dir != nullptr ? dir : "";
+}
 
 // The mailer's host: its lines go into the run log, its waits yield to the view.
 class MailHost : public IMailHost {
@@ -76,10 +86,6 @@ const std::string& BackupEngine::LogFile() const {
     return m_logFile;
 }
 
-void BackupEngine::LogFile(const std::string& path) {
-    m_logFile = path;
-}
-
 RunResult BackupEngine::Result() const {
     return m_result;
 }
@@ -126,8 +132,11 @@ void BackupEngine::StartRun() {
     m_shownHead.clear();
     m_shownTail.clear();
     m_shownDropped = 0;
-    if (m_setup->BackupType != "INCREMENTAL" && m_setup->BackupType != "FULL") {
-        m_setup->BackupType = "FULL";
+    if (!BackupKindOf(m_setup->BackupType)) {
+        m_setup->BackupType = BackupTypeName(BackupKind::Full);
+    }
+    if (m_logDir.empty()) {
+        m_logDir = LogDirFromEnvironment();
     }
     if (m_logDir.empty()) {
         m_logDir = m_fa->ProgramLogDir();
@@ -181,7 +190,7 @@ bool BackupEngine::SizePhase(bool& hadError) {
     // A target that exists already is left out of the walk from the start.
     FileInfo target;
     SysError error;
-    if (HasRoot(m_setup->Target) && m_fa->GetPathInfo(m_setup->Target, target, error) &&
+    if (TargetNamesDrive(m_setup->Target) && m_fa->GetPathInfo(m_setup->Target, target, error) &&
         target.Kind == FileKind::Directory) {
         m_outputId = target.Id;
         m_outputPath = m_setup->Target;
@@ -306,7 +315,7 @@ void BackupEngine::MailLog(const std::string& resultText) {
 
 void BackupEngine::SaveLogToTarget() {
     // A relative target would put the log wherever the process happens to run.
-    if (!m_setup->SaveLog || !HasRoot(m_setup->Target)) {
+    if (!m_setup->SaveLog || !TargetNamesDrive(m_setup->Target)) {
         return;
     }
     const std::string dest = clsPath::Join(
@@ -320,7 +329,7 @@ void BackupEngine::SaveLogToTarget() {
 }
 
 void BackupEngine::EjectTarget() {
-    if (!m_setup->EjectMedia || !HasRoot(m_setup->Target)) {
+    if (!m_setup->EjectMedia || !TargetNamesDrive(m_setup->Target)) {
         return;
     }
     if (!m_fa->EjectMedia(m_setup->Target) && m_fa->GetDriveType(m_setup->Target) == "REMOVABLE") {

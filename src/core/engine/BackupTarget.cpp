@@ -1,29 +1,14 @@
 // The target device check and the optional clearing of the target. Whether clearing is
 // safe is decided on the identity of folders, never on how the target is spelled.
 #include "engine/BackupParts.h"
-#include "platform/clsPath.h"
+#include "engine/RunChecks.h"
 #include "setfile/clsSetup.h"
 
 namespace tessaron {
 
-namespace {
-
-constexpr PathStyle kStyle = NativePathStyle();
-
-} // namespace
-
-// POSIX has no drive letters: a target that is not absolute is what a missing drive is.
-// On Windows the drive part decides, so a UNC target is refused as the rules say.
-bool BackupEngine::HasRoot(const std::string& target) const {
-    if (kStyle == PathStyle::Windows) {
-        return !clsPath(target, kStyle).Drive.empty();
-    }
-    return clsPath::IsAbsolute(target, kStyle);
-}
-
 void BackupEngine::CheckTarget(const std::string& target, bool& ok) {
     ok = false;
-    if (!HasRoot(target)) {
+    if (!TargetNamesDrive(target)) {
         AddLogLine("Invalid Target - No Drive or Server specified", true);
         return;
     }

@@ -36,9 +36,7 @@ MsgAnswer AnswerOf(int id, MsgButtons buttons) {
     default:
         break;
     }
-    return buttons == MsgButtons::YesNo ? MsgAnswer::No
-           : buttons == MsgButtons::OK  ? MsgAnswer::OK
-                                        : MsgAnswer::Cancel;
+    return SafeAnswer(buttons); // the close box or Escape
 }
 
 // A box is sized to its text; a short text under a long title would cut the title. The

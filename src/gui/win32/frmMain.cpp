@@ -192,7 +192,7 @@ void frmMain::OnCommand(int id, int code) {
     case optFull:
     case optIncremental:
         if (code == BN_CLICKED) {
-            m_logic.TypeChosen(id == optFull ? "FULL" : "INCREMENTAL");
+            m_logic.TypeChosen(id == optFull ? BackupKind::Full : BackupKind::Incremental);
         }
         return;
     case cmdBrowse:

@@ -13,7 +13,7 @@ void ResetSetup(clsSetup& setup) {
 }
 
 void ApplyOptionRules(clsSetup& setup) {
-    if (setup.BackupType == "INCREMENTAL") {
+    if (BackupKindOf(setup.BackupType) == BackupKind::Incremental) {
         setup.CleanTarget = false;
     }
 }
