@@ -137,7 +137,8 @@ void BackupEngine::PostFolders(Level& level) {
         const std::size_t i = ahead.nextFolder;
         const clsFSItem& item = level.items[i];
         if (item.Error || item.Kind != FileKind::Directory || !SelectedAt(level, i) ||
-            (m_outputId.Valid && item.Info.Id == m_outputId)) {
+            (m_outputId.Valid && item.Info.Id == m_outputId) ||
+            (m_logFolderId.Valid && item.Info.Id == m_logFolderId)) {
             continue;
         }
         ahead.folders.emplace_back(std::piecewise_construct, std::forward_as_tuple(i),

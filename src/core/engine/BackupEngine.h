@@ -213,6 +213,9 @@ private:
     // Target check (BackupTarget.cpp).
     bool HasRoot(const std::string& target) const;
     bool CheckDevice(const std::string& target);
+    void OpenTarget(const std::string& target);
+    void ClearTarget(const std::string& target);
+    void LogLeftInPlace(const std::string& what, const std::string& path, const SysError& why);
     bool WaitForMedium(const std::string& target);
     bool ConfirmClear(const std::string& target);
     bool ClearIsSafe(const std::string& target);
@@ -232,6 +235,8 @@ private:
     void CountFile(const FileInfo& info);
     bool LeftOutAsOutput(const FileIdentity& id);
     void LogOutputLeftOut();
+    bool LeftOutAsLog(const FileIdentity& id);
+    void LogUnreached(bool& hadError);
     void StartFile(const std::string& path);
 
     // Folders of the copy (BackupFolders.cpp).
@@ -297,6 +302,7 @@ private:
     // Helpers shared by the phases (BackupLog.cpp).
     void LogError(const std::string& what, const std::string& path, const SysError& error);
     void LogLogFailure(const SysError& error);
+    void CreateRunLog();
     void YieldPoint();
     void KeepDisplayedLine(const std::string& line);
     void AppendDisplayedLine(const std::string& text);
@@ -337,12 +343,24 @@ private:
     FileIdentity m_outputId;
     std::string m_outputPath;
     bool m_outputLogged = false;
+    bool m_clearFailed = false; // the clearing left something it should have removed
+
+    // Files of the copy phase that failed (with a line each): with the files done, what
+    // the copy reached of the files counted.
+    std::int32_t m_filesFailed = 0;
 
     // The log file, open for the run; m_logSize is its length (where the next line goes).
+    // The run's own is created new (m_ownLog); its folder and it are left out of the walk
+    // and of the clearing, by identity.
     clsBinaryFile m_log;
     std::string m_logOpenName;
     long long m_logSize = 0;
     bool m_logFailed = false;
+    bool m_ownLog = false;
+    FileIdentity m_logFolderId;
+    FileIdentity m_logFileId;
+    bool m_logLeftOut = false;
+    long long m_linesLogged = 0;
     std::string m_logLine; // the line being written, kept to reuse its memory
     std::string m_stampText;
     std::time_t m_stampTime = 0;

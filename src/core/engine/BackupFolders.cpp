@@ -9,6 +9,8 @@ namespace {
 
 constexpr PathStyle kStyle = NativePathStyle();
 const char* const kCreateSource = "clsFileSystem.CreateDirectory()";
+// Folders made on the way to the target or a copy take the system's default permissions.
+constexpr unsigned kNewFolderMode = 0777;
 
 } // namespace
 
@@ -31,7 +33,7 @@ bool BackupEngine::UseTarget(const std::string& target) {
     if (!existed) {
         AddLogLine("Creating " + m_target->path + PathSeparator(kStyle) + "...", false);
     }
-    if (copying ? !m_fa->CreateFolder(m_target->folder, target)
+    if (copying ? !m_fa->CreateFolder(m_target->folder, target, kNewFolderMode)
                 : !m_fa->OpenFolder(m_target->folder, target)) {
         m_target->error = m_target->folder.Error();
         if (copying) {
@@ -71,7 +73,7 @@ bool BackupEngine::FolderOfCopy(const std::string& copy, bool make, CopyFolder& 
     if (folder.fresh) {
         AddLogLine("Creating " + folder.path + PathSeparator(kStyle) + "...", false);
     }
-    if (!m_fa->CreateFolder(folder.folder, path)) {
+    if (!m_fa->CreateFolder(folder.folder, path, kNewFolderMode)) {
         AddLogLine("Unable to create target directory - " + folder.path + " " +
                        folder.folder.Error().Line(kCreateSource),
                    true);

@@ -1,6 +1,7 @@
 // The selection walk: one routine serves the size phase (totals), the copy phase and the
 // verify phase. It works inside open folders, so paths of any length are walked.
 #include "engine/BackupParts.h"
+#include "engine/NumberText.h"
 #include "platform/clsPath.h"
 #include "setfile/clsSetup.h"
 
@@ -51,7 +52,7 @@ bool BackupEngine::WalkEntry(const std::string& entry, const std::string& target
         return m_phase == Phase::Size;
     }
     if (info.Exists && m_outputId.Valid &&
-        (info.Id == m_outputId || m_fa->IsSameOrInside(path, m_outputPath))) {
+        (info.Id == m_outputId || m_fa->IsSameOrInside(path, m_outputId))) {
         LogOutputLeftOut();
         return true;
     }
@@ -176,6 +177,9 @@ bool BackupEngine::WalkItem(Level& level, std::size_t index, const std::string& 
         }
         return true;
     }
+    if (LeftOutAsLog(item.Info.Id)) {
+        return true;
+    }
     if (m_phase == Phase::Size) {
         CountFile(item.Info);
         return true;
@@ -187,7 +191,7 @@ bool BackupEngine::WalkItem(Level& level, std::size_t index, const std::string& 
 
 bool BackupEngine::EnterFolder(Level& level, std::size_t index, const std::string& full) {
     const clsFSItem& item = level.items[index];
-    if (LeftOutAsOutput(item.Info.Id)) {
+    if (LeftOutAsOutput(item.Info.Id) || LeftOutAsLog(item.Info.Id)) {
         return true;
     }
     Level sub(*this);
@@ -228,6 +232,7 @@ bool BackupEngine::ProcessFile(const Source& source, const Dest& dest) {
         m_progress->FilesDone += 1;
         return true;
     }
+    m_filesFailed += verifying ? 0 : 1;
     AddLogLine((verifying ? "Unable to Verify File - " : "Unable to Copy File - ") + source.path,
                true);
     return false;
@@ -251,6 +256,36 @@ void BackupEngine::LogOutputLeftOut() {
         m_outputLogged = true;
         AddLogLine("Output directory left out of the backup - " + m_outputPath, true);
     }
+}
+
+// The run's log folder (or its log file, where the folder is a selection itself) is left
+// out as the target is: the walk would copy, and verify, a file the run is writing.
+bool BackupEngine::LeftOutAsLog(const FileIdentity& id) {
+    if (!id.Valid || (!(id == m_logFolderId) && !(id == m_logFileId))) {
+        return false;
+    }
+    if (!m_logLeftOut) {
+        m_logLeftOut = true;
+        AddLogLine("Log folder left out of the backup - " + m_logDir, true);
+    }
+    return true;
+}
+
+// Files counted in the size phase that the copy never reached, though it walked every
+// selection: moved (into a folder already walked) or deleted while the backup ran. They
+// are not in the backup, and no line named them: the run says how many and fails.
+void BackupEngine::LogUnreached(bool& hadError) {
+    const clsProgress& p = *m_progress;
+    const std::int64_t missing = std::int64_t{p.TotalFiles} - p.FilesDone - m_filesFailed;
+    if (missing <= 0) {
+        return;
+    }
+    AddLogLine(FormatGrouped(missing) +
+                   (missing == 1 ? " counted file was not found when the copy reached it"
+                                 : " counted files were not found when the copy reached them") +
+                   " (moved or deleted while the backup ran)",
+               true);
+    hadError = true;
 }
 
 void BackupEngine::StartFile(const std::string& path) {
