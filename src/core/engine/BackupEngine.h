@@ -186,6 +186,8 @@ private:
     enum class Phase { Idle, Size, Copy, Verify };
     struct CopyFolder;
     struct Level;
+    struct WalkFrame;
+    enum class Walked { Ok, Failed, Entered };
     struct Source;
     struct Dest;
     struct FileCopy;
@@ -226,11 +228,21 @@ private:
     bool WalkEntry(const std::string& entry, const std::string& target);
     bool WalkEntryFolder(const std::string& path, const FileInfo& info);
     bool WalkEntryFile(const std::string& path, const FileInfo& info);
-    bool Walk(Level& level);
+    bool Walk(Level& top);
+    bool StepLevel(Level& level);
+    bool AfterEntry(Level& level, std::size_t index, bool ok);
     bool ListLevel(Level& level);
-    bool WalkItem(Level& level, std::size_t index, const std::string& full);
-    bool EnterFolder(Level& level, std::size_t index, const std::string& full);
+    Walked WalkItem(Level& level, std::size_t index);
+    Walked EnterFolder(Level& level, std::size_t index, const std::string& shown);
     bool OpenLevel(Level& level, std::size_t index, Level& sub);
+    Level& LevelAt(std::size_t depth);
+
+    // The walk's own stack (BackupDepth.cpp).
+    void PushLevel(std::unique_ptr<Level> sub, const FileInfo& like);
+    bool PopLevel(bool ok);
+    void CloseDeepWalk();
+    bool Reopen(std::size_t depth);
+    bool ReopenCopy(std::size_t depth, Level& level, const Level& below);
     bool ProcessFile(const Source& source, const Dest& dest);
     void CountFile(const FileInfo& info);
     bool LeftOutAsOutput(const FileIdentity& id);
@@ -254,7 +266,7 @@ private:
     void StartAhead();
     void StopAhead();
     void FlushEarly(std::chrono::steady_clock::time_point now);
-    bool SelectedAt(Level& level, std::size_t index, const std::string* full = nullptr);
+    bool SelectedAt(Level& level, std::size_t index);
     void PostAhead(Level& level, std::size_t at);
     void PostFolders(Level& level);
     void PostFiles(Level& level, std::size_t at);
@@ -335,6 +347,13 @@ private:
     long long m_aheadBytes = 0;
     std::unique_ptr<EarlyFlush> m_flush;
     std::chrono::steady_clock::time_point m_lastFlush;
+
+    // The walk's stack, the source path of its deepest level and the path of its copy (each
+    // level's name appended to the one above), and the entry's own level.
+    std::deque<WalkFrame> m_frames;
+    std::string m_walkPath;
+    std::string m_copyPath;
+    Level* m_walkTop = nullptr;
 
     // The target: its folder (open from the copy phase on) and the path it was opened for;
     // its identity and path as written (left out of every walk, said once).

@@ -105,6 +105,7 @@ bool BackupEngine::OpenCopyChain(const std::string& sourcePath, std::size_t coun
             chain.back().source = source;
             into = &chain.back().dst;
         }
+        into->path = CopyPath(parent->path, parts[i]);
         if (!StepInto(*parent, parts[i], *into)) {
             return false;
         }
@@ -113,12 +114,11 @@ bool BackupEngine::OpenCopyChain(const std::string& sourcePath, std::size_t coun
     return true;
 }
 
-// Opens the copy's folder name inside parent into sub: the verify phase only opens it
-// (keeping the reason when it cannot); the copy phase makes it when missing, replaces an
-// old copy of another kind, and makes sure it can write there. False only when the copy
-// phase cannot use it (logged).
+// Opens the copy's folder name inside parent into sub (whose path the caller has set): the
+// verify phase only opens it (keeping the reason when it cannot); the copy phase makes it
+// when missing, replaces an old copy of another kind, and makes sure it can write there.
+// False only when the copy phase cannot use it (logged).
 bool BackupEngine::StepInto(CopyFolder& parent, const std::string& name, CopyFolder& sub) {
-    sub.path = CopyPath(parent.path, name);
     if (!parent.folder.IsOpen()) {
         sub.error = parent.error;
         return m_phase != Phase::Copy;
