@@ -13,11 +13,15 @@ struct TakenCase {
     // folder root) creates its log there; returns what that file must hold after the run.
     std::string (*take)(const fs::path& root, clsSetup& set, const fs::path& logs,
                         const fs::path& path);
+    bool link = false; // plants a link
 };
 
 class LogName : public EngineTest, public ::testing::WithParamInterface<TakenCase> {};
 
 TEST_P(LogName, TakenNameIsLeftAlone) {
+    if (GetParam().link && !CanMakeLinks()) {
+        GTEST_SKIP() << "this system makes no links";
+    }
     WriteFile(src / "a.txt", "a");
     FaultyFileAccess access;
     fs::path taken;
@@ -48,7 +52,8 @@ const TakenCase kTaken[] = {
          WriteFile(victim, "root's own\n");
          fs::create_symlink(victim, path);
          return std::string("root's own\n");
-     }},
+     },
+     true},
     {"AnotherRunStartedAtOnce",
      [](const fs::path&, clsSetup& set, const fs::path& logs, const fs::path&) {
          ScriptedView other;
