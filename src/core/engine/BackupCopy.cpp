@@ -335,7 +335,8 @@ bool BackupEngine::PutInPlace(const Dest& d, const std::string& written, const F
     if (old.Kind == FileKind::Directory) {
         RemovalReport report;
         report.left = [&](const std::string& path, const SysError& why) {
-            LogLeftInPlace("Unable to remove the old copy", CopyPath(d.folder.path, path), why);
+            LogLeftInPlace("Unable to remove the old copy",
+                           ShownPath(CopyPath(d.folder.path, path)), why);
             return true;
         };
         report.yield = [this] { YieldPoint(); };

@@ -78,10 +78,11 @@ void BackupEngine::ClearTarget(const std::string& target) {
         }
     }
     report.kept = [&](const std::string& path) {
-        AddLogLine("Log folder not cleared - " + clsPath::Join(target, path, kStyle), true);
+        AddLogLine("Log folder not cleared - " + ShownPath(clsPath::Join(target, path, kStyle)),
+                   true);
     };
     report.left = [&](const std::string& path, const SysError& why) {
-        LogLeftInPlace("Unable to remove", clsPath::Join(target, path, kStyle), why);
+        LogLeftInPlace("Unable to remove", ShownPath(clsPath::Join(target, path, kStyle)), why);
         m_clearFailed = true;
         return !m_setup->StopOnError && !m_cancelled;
     };
