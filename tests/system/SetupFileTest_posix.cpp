@@ -50,7 +50,14 @@ INSTANTIATE_TEST_SUITE_P(
                 "File is larger than 16 MiB"},
         BadFile{"badbool.set",
                 [](const fs::path& p) { WriteFile(p, "Target = \"/x\"\r\nVerify = yes\r\n"); },
-                "Type mismatch"}),
+                "Type mismatch"},
+        // The system would read "/home/a" and the copy land under another name.
+        BadFile{"nul.set",
+                [](const fs::path& p) {
+                    WriteFile(
+                        p, std::string("Target = \"/x\"\r\nSelections = \"/home/a\0b\"\r\n", 41));
+                },
+                "A path in the set holds a NUL character - /home/a\\x00b"}),
     [](const auto& tc) {
         std::string n = tc.param.name;
         return n.substr(0, n.find('.'));

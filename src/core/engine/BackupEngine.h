@@ -182,6 +182,8 @@ private:
     enum class Phase { Idle, Size, Copy, Verify };
     struct CopyFolder;
     struct Level;
+    struct WalkFrame;
+    enum class Walked { Ok, Failed, Entered };
     struct Source;
     struct Dest;
     struct FileCopy;
@@ -208,6 +210,9 @@ private:
 
     // Target check (BackupTarget.cpp).
     bool CheckDevice(const std::string& target);
+    void OpenTarget(const std::string& target);
+    void ClearTarget(const std::string& target);
+    void LogLeftInPlace(const std::string& what, const std::string& path, const SysError& why);
     bool WaitForMedium(const std::string& target);
     bool ConfirmClear(const std::string& target);
     bool ClearIsSafe(const std::string& target);
@@ -218,15 +223,27 @@ private:
     bool WalkEntry(const std::string& entry, const std::string& target);
     bool WalkEntryFolder(const std::string& path, const FileInfo& info);
     bool WalkEntryFile(const std::string& path, const FileInfo& info);
-    bool Walk(Level& level);
+    bool Walk(Level& top);
+    bool StepLevel(Level& level);
+    bool AfterEntry(Level& level, std::size_t index, bool ok);
     bool ListLevel(Level& level);
-    bool WalkItem(Level& level, std::size_t index, const std::string& full);
-    bool EnterFolder(Level& level, std::size_t index, const std::string& full);
+    Walked WalkItem(Level& level, std::size_t index);
+    Walked EnterFolder(Level& level, std::size_t index, const std::string& shown);
     bool OpenLevel(Level& level, std::size_t index, Level& sub);
+    Level& LevelAt(std::size_t depth);
+
+    // The walk's own stack (BackupDepth.cpp).
+    void PushLevel(std::unique_ptr<Level> sub, const FileInfo& like);
+    bool PopLevel(bool ok);
+    void CloseDeepWalk();
+    bool Reopen(std::size_t depth);
+    bool ReopenCopy(std::size_t depth, Level& level, const Level& below);
     bool ProcessFile(const Source& source, const Dest& dest);
     void CountFile(const FileInfo& info);
     bool LeftOutAsOutput(const FileIdentity& id);
     void LogOutputLeftOut();
+    bool LeftOutAsLog(const FileIdentity& id);
+    void LogUnreached(bool& hadError);
     void StartFile(const std::string& path);
 
     // Folders of the copy (BackupFolders.cpp).
@@ -244,7 +261,7 @@ private:
     void StartAhead();
     void StopAhead();
     void FlushEarly(std::chrono::steady_clock::time_point now);
-    bool SelectedAt(Level& level, std::size_t index, const std::string* full = nullptr);
+    bool SelectedAt(Level& level, std::size_t index);
     void PostAhead(Level& level, std::size_t at);
     void PostFolders(Level& level);
     void PostFiles(Level& level, std::size_t at);
@@ -300,6 +317,7 @@ private:
     void WriteLogFile(const std::string& line, bool continueLast);
     void LogError(const std::string& what, const std::string& path, const SysError& error);
     void LogLogFailure(const SysError& error);
+    void CreateRunLog();
     void YieldPoint();
     void KeepDisplayedLine(const std::string& line);
     void AppendDisplayedLine(const std::string& text);
@@ -333,6 +351,13 @@ private:
     std::unique_ptr<EarlyFlush> m_flush;
     std::chrono::steady_clock::time_point m_lastFlush;
 
+    // The walk's stack, the source path of its deepest level and the path of its copy (each
+    // level's name appended to the one above), and the entry's own level.
+    std::deque<WalkFrame> m_frames;
+    std::string m_walkPath;
+    std::string m_copyPath;
+    Level* m_walkTop = nullptr;
+
     // The target: its folder (open from the copy phase on) and the path it was opened for;
     // its identity and path as written (left out of every walk, said once).
     std::unique_ptr<CopyFolder> m_target;
@@ -340,12 +365,24 @@ private:
     FileIdentity m_outputId;
     std::string m_outputPath;
     bool m_outputLogged = false;
+    bool m_clearFailed = false; // the clearing left something it should have removed
+
+    // Files of the copy phase that failed (with a line each): with the files done, what
+    // the copy reached of the files counted.
+    std::int32_t m_filesFailed = 0;
 
     // The log file, open for the run; m_logSize is its length (where the next line goes).
+    // The run's own is created new (m_ownLog); its folder and it are left out of the walk
+    // and of the clearing, by identity.
     clsBinaryFile m_log;
     std::string m_logOpenName;
     long long m_logSize = 0;
     bool m_logFailed = false;
+    bool m_ownLog = false;
+    FileIdentity m_logFolderId;
+    FileIdentity m_logFileId;
+    bool m_logLeftOut = false;
+    long long m_linesLogged = 0;
     std::string m_logLine; // the line being written, kept to reuse its memory
     std::string m_stampText;
     std::time_t m_stampTime = 0;

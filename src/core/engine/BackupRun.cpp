@@ -118,6 +118,7 @@ bool BackupEngine::Run() {
     m_view.Finished();
     EjectTarget();
     m_log.CloseFile();
+    m_ownLog = false;
     m_target.reset();
     return m_result == RunResult::Complete;
 }
@@ -128,7 +129,11 @@ void BackupEngine::StartRun() {
     m_target.reset();
     m_outputId = FileIdentity{};
     m_outputLogged = false;
+    m_clearFailed = false;
+    m_filesFailed = 0;
     m_logFailed = false;
+    m_logLeftOut = false;
+    m_logFolderId = m_logFileId = FileIdentity{};
     m_shownHead.clear();
     m_shownTail.clear();
     m_shownDropped = 0;
@@ -142,10 +147,9 @@ void BackupEngine::StartRun() {
         m_logDir = m_fa->ProgramLogDir();
     } else {
         clsFolder dir; // a failure shows as a log that cannot be written
-        m_fa->CreateFolder(dir, m_logDir);
+        m_fa->CreateFolder(dir, m_logDir, 0700);
     }
-    m_log.CloseFile();
-    m_logFile = MakeLogFileName(m_logDir);
+    CreateRunLog();
     m_progress = std::make_unique<clsProgress>();
     AddLogLine("Starting Backup (" + m_setup->BackupType + ")...", true);
     ReadBlockSize();
@@ -210,7 +214,9 @@ bool BackupEngine::SizePhase(bool& hadError) {
     if (!ok) {
         m_cancelled = true;
     }
-    return !m_cancelled;
+    // What the clearing could not remove is an error; with stop-on-error nothing is copied.
+    hadError = hadError || m_clearFailed;
+    return !m_cancelled && !(m_clearFailed && m_setup->StopOnError);
 }
 
 // Copy (or verify) phase over every selection entry. Returns false when cancelled.
@@ -227,6 +233,10 @@ bool BackupEngine::CopyOrVerifyPhase(bool verifying, bool& hadError) {
     EachSelection(hadError, [&](const std::string& path, bool& ok) {
         RunSelection(path, target, verifying, ok);
     });
+    const bool walkedAll = !m_cancelled && !(m_setup->StopOnError && hadError);
+    if (!verifying && walkedAll) {
+        LogUnreached(hadError);
+    }
     if (!verifying) {
         LogPhaseSummary("Copy Complete", " Files Transferred,  ", " Bytes Transferred");
     }

@@ -2,6 +2,7 @@
 #include "platform/clsFileSystem.h"
 
 #include "platform/Trim.h"
+#include "platform/clsFolder.h"
 #include "platform/clsPath.h"
 
 #include <chrono>
@@ -27,6 +28,21 @@ std::string clsFileSystem::WithoutTrailingSeparator(const std::string& path) {
         return path.substr(0, path.size() - 1);
     }
     return path;
+}
+
+bool clsFileSystem::Clean(const std::string& path) {
+    clsFolder folder;
+    if (path.empty() || !folder.Open(path, true)) {
+        return Fail("Clean", path.empty() ? SysError::NotFound().Code() : folder.LastErrorCode);
+    }
+    return EmptyOpenFolder(folder, "Clean");
+}
+
+bool clsFileSystem::EmptyOpenFolder(clsFolder& folder, const char* member) {
+    RemovalReport report;
+    report.left = [](const std::string&, const SysError&) { return false; };
+    report.yield = [this] { Yield(); };
+    return folder.Empty(report) || Fail(member, folder.LastErrorCode);
 }
 
 bool clsFileSystem::WaitUntilGone(const std::string& path) {
