@@ -1,8 +1,12 @@
 #include "frmMain.h"
 
+#include "HelpFile.h"
 #include "MessageBoxes.h"
 #include "Win32Text.h"
 #include "clsComDlg.h"
+#include "frmAbout.h"
+#include "frmBackup.h"
+#include "frmEmailSetup.h"
 
 #include "mail/clsRegSettings.h"
 #include "platform/clsFileSystem.h"
@@ -157,6 +161,7 @@ LRESULT frmMain::OnMessage(UINT message, WPARAM wParam, LPARAM lParam) {
         return 0;
     case WM_CLOSE:
         SavePlacement();
+        CloseHelp();
         // The list's hook goes before the list does.
         ListCtrl::Uninstall(Control(lvSelect));
         ::DestroyWindow(m_window);
@@ -235,25 +240,16 @@ LRESULT frmMain::OnNotify(const NMHDR& header, LPARAM lParam) {
     return result;
 }
 
-// The windows the Action and Help menus open that this build has no window for yet.
+// The windows the Action and Help menus open.
 void frmMain::MenuWindow(int id) {
     if (id == mnuContents) {
-        const std::wstring manual = Widen(clsFileSystem::ProgramDir()) + L"\\manual\\index.html";
-        if (reinterpret_cast<INT_PTR>(::ShellExecuteW(m_window, L"open", manual.c_str(), nullptr,
-                                                      nullptr, SW_SHOWNORMAL)) > 32) {
-            return;
-        }
-        Message("Contents", "The manual is not beside the program (manual\\index.html).",
-                MsgButtons::OK);
+        OpenHelp(m_window);
     } else if (id == mnuAbout) {
-        Message("About Tessaron", "Tessaron " TESSARON_VERSION "\nA backup utility by VELQO.",
-                MsgButtons::OK);
+        frmAbout().Show(m_window);
     } else if (id == mnuEmailSetup) {
-        Message("Email Setup",
-                "The mail settings window is not part of this build yet. The server and sender "
-                "are the values SMTPServer and EmailFrom under "
-                "HKEY_CURRENT_USER\\Software\\VELQO\\Tessaron\\Settings.",
-                MsgButtons::OK);
+        // The dialog reads and writes the user's settings, as the main window's store does.
+        clsRegSettings settings;
+        frmEmailSetup(settings).Show(m_window);
     }
 }
 
@@ -321,14 +317,9 @@ std::string frmMain::FileDialog(ui::FileDialogKind kind, const ui::FileDialogReq
     return dlg.GetDirectory();
 }
 
-// Until the run window is part of the Windows build, a set runs from a command prompt.
-void frmMain::StartRun(clsSetup&) {
-    const std::string file = m_logic.FileName().empty() ? "<backup set file>" : m_logic.FileName();
-    Message("Start Backup",
-            "The run window is not part of this build yet.\nSave the backup set, then run it "
-            "from a command prompt:\n\ntessaron /RUN \"" +
-                file + "\"",
-            MsgButtons::OK);
+// The run window takes the main window's place until it is closed.
+void frmMain::StartRun(clsSetup& setup) {
+    RunBackupWindow(m_window, setup, false);
 }
 
 void frmMain::MarksChanged() {
