@@ -3,6 +3,7 @@
 // out of scope, one folder at a time with its owner's bits restored first, so that
 // read-only folders and trees deeper than the system's path limit left by a test go too.
 
+#include <algorithm>
 #include <chrono>
 #include <cstdlib>
 #include <filesystem>
@@ -163,6 +164,14 @@ public:
     bool Ok() const { return !m_root.empty(); }
     const std::string& Root() const { return m_root; }
     std::string Path(const std::string& rel) const { return m_root + "/" + rel; }
+    // The same as the system spells it, as a user would type it ("\" on Windows).
+    std::string Native(const std::string& rel) const {
+        std::string p = Path(rel);
+#ifdef _WIN32
+        std::replace(p.begin(), p.end(), '/', '\\');
+#endif
+        return p;
+    }
 
     // Writes a file, making its folders, and returns its full path.
     std::string Write(const std::string& rel, const std::string& content = "") const {
@@ -173,7 +182,9 @@ public:
         fs::create_directories(Path(rel));
         return Path(rel);
     }
-    std::string Read(const std::string& rel) const { return ReadFile(Path(rel)); }
+    std::string Read(const std::string& rel) const {
+        return ReadFile(Path(rel));
+    }
 
 private:
     std::string m_root;

@@ -68,11 +68,11 @@ protected:
             tree.Write("src/f" + std::to_string(i) + ".txt", std::string(1000 + i, 'x'));
         }
         tree.MakeDir("dst");
-        setup.Target = tree.Path("dst");
+        setup.Target = tree.Native("dst");
         setup.BackupType = "FULL";
-        setup.Sel.AddSelection(tree.Path("src"));
+        setup.Sel.AddSelection(tree.Native("src"));
         logic.Setup(setup);
-        logic.Engine().LogDir(tree.Path("logs"));
+        logic.Engine().LogDir(tree.Native("logs"));
     }
     // Calls action once, at the first yield of the copy phase.
     void DuringCopy(std::function<void()> action) {

@@ -50,13 +50,6 @@ std::string Text(HWND window) {
     return WindowText(window);
 }
 
-std::string Backslashed(std::string path) {
-    for (char& c : path) {
-        c = c == '/' ? '\\' : c;
-    }
-    return path;
-}
-
 class NativeRunWindow : public ::testing::TestWithParam<RunCase> {
 protected:
     static NativeRunWindow* s_current;
@@ -66,13 +59,13 @@ protected:
             tree.Write("src/f" + std::to_string(i) + ".txt", std::string(2000, 'x'));
         }
         tree.Write("dst/old.txt", "o");
-        setup.Target = Backslashed(tree.Path("dst"));
+        setup.Target = tree.Native("dst");
         setup.BackupType = "FULL";
         setup.CleanTarget = true;
         setup.Verify = true;
-        setup.Sel.AddSelection(Backslashed(tree.Path("src")));
+        setup.Sel.AddSelection(tree.Native("src"));
         window.Setup(setup);
-        window.LogDir(Backslashed(tree.Path("logs")));
+        window.LogDir(tree.Native("logs"));
         parent = ::CreateWindowExW(0, L"STATIC", L"parent", WS_OVERLAPPEDWINDOW | WS_VISIBLE, 100,
                                    100, 400, 300, nullptr, nullptr, nullptr, nullptr);
         m_old = SetMessageBoxHandler([this](HWND owner, const std::string& title,

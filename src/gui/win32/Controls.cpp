@@ -14,6 +14,22 @@ HFONT MessageFont() {
     return ::CreateFontIndirectW(&metrics.lfMessageFont);
 }
 
+void RegisterWindowClass(const wchar_t* name, WNDPROC proc) {
+    const HINSTANCE instance = ::GetModuleHandleW(nullptr);
+    WNDCLASSEXW cls{};
+    cls.cbSize = sizeof cls;
+    if (::GetClassInfoExW(instance, name, &cls)) {
+        return;
+    }
+    cls.lpfnWndProc = proc;
+    cls.hInstance = instance;
+    cls.hCursor = ::LoadCursorW(nullptr, IDC_ARROW);
+    cls.hbrBackground = reinterpret_cast<HBRUSH>(COLOR_BTNFACE + 1);
+    cls.hIcon = ::LoadIconW(instance, MAKEINTRESOURCEW(1));
+    cls.lpszClassName = name;
+    ::RegisterClassExW(&cls);
+}
+
 HWND AddChild(HWND parent, const wchar_t* cls, const std::string& text, DWORD style, int id,
               HFONT font, DWORD exStyle) {
     HWND control = ::CreateWindowExW(

@@ -12,6 +12,21 @@ namespace tessaron::win {
 // The font the system uses for message boxes (the caller deletes it with DeleteObject).
 HFONT MessageFont();
 
+// Registers a top-level window class of the program's once: the arrow pointer, the
+// dialogs' colour, the program's icon.
+void RegisterWindowClass(const wchar_t* name, WNDPROC proc);
+
+// The object a window was made for (CreateWindowEx's last argument), kept with the window
+// from WM_NCCREATE on; null before that and for a window made without one.
+template <class T> T* WindowObject(HWND window, UINT message, LPARAM lParam) {
+    if (message == WM_NCCREATE) {
+        ::SetWindowLongPtrW(
+            window, GWLP_USERDATA,
+            reinterpret_cast<LONG_PTR>(reinterpret_cast<CREATESTRUCTW*>(lParam)->lpCreateParams));
+    }
+    return reinterpret_cast<T*>(::GetWindowLongPtrW(window, GWLP_USERDATA));
+}
+
 // A child control of parent with the given window class, text (UTF-8), style (WS_CHILD
 // and WS_VISIBLE are added), identifier and font; placed later.
 HWND AddChild(HWND parent, const wchar_t* cls, const std::string& text, DWORD style, int id,

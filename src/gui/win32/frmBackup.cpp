@@ -85,17 +85,7 @@ frmBackup::~frmBackup() {
 
 bool frmBackup::Create(HWND parent) {
     const HINSTANCE instance = ::GetModuleHandleW(nullptr);
-    WNDCLASSEXW cls{};
-    cls.cbSize = sizeof cls;
-    if (!::GetClassInfoExW(instance, kClassName, &cls)) {
-        cls.lpfnWndProc = &frmBackup::WindowProc;
-        cls.hInstance = instance;
-        cls.hCursor = ::LoadCursorW(nullptr, IDC_ARROW);
-        cls.hbrBackground = reinterpret_cast<HBRUSH>(COLOR_BTNFACE + 1);
-        cls.hIcon = ::LoadIconW(instance, MAKEINTRESOURCEW(1));
-        cls.lpszClassName = kClassName;
-        ::RegisterClassExW(&cls);
-    }
+    RegisterWindowClass(kClassName, &frmBackup::WindowProc);
     // Its own button on the taskbar: the main window it belongs to is hidden meanwhile.
     m_window = ::CreateWindowExW(WS_EX_APPWINDOW | WS_EX_CONTROLPARENT, kClassName,
                                  Widen(ui::kRunCaption).c_str(), WS_OVERLAPPEDWINDOW, CW_USEDEFAULT,
@@ -238,13 +228,10 @@ bool frmBackup::PreTranslate(MSG& msg) {
 }
 
 LRESULT CALLBACK frmBackup::WindowProc(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
-    if (message == WM_NCCREATE) {
-        auto* self =
-            static_cast<frmBackup*>(reinterpret_cast<CREATESTRUCTW*>(lParam)->lpCreateParams);
+    auto* self = WindowObject<frmBackup>(window, message, lParam);
+    if (self != nullptr && message == WM_NCCREATE) {
         self->m_window = window;
-        ::SetWindowLongPtrW(window, GWLP_USERDATA, reinterpret_cast<LONG_PTR>(self));
     }
-    auto* self = reinterpret_cast<frmBackup*>(::GetWindowLongPtrW(window, GWLP_USERDATA));
     if (self == nullptr || message == WM_NCDESTROY) {
         if (self != nullptr) {
             self->m_window = nullptr;

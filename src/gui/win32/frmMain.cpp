@@ -1,5 +1,6 @@
 #include "frmMain.h"
 
+#include "Controls.h"
 #include "HelpFile.h"
 #include "MessageBoxes.h"
 #include "Win32Text.h"
@@ -80,17 +81,7 @@ frmMain::~frmMain() {
 
 bool frmMain::Create() {
     const HINSTANCE instance = ::GetModuleHandleW(nullptr);
-    WNDCLASSEXW cls{};
-    cls.cbSize = sizeof cls;
-    if (!::GetClassInfoExW(instance, kClassName, &cls)) {
-        cls.lpfnWndProc = &frmMain::WindowProc;
-        cls.hInstance = instance;
-        cls.hCursor = ::LoadCursorW(nullptr, IDC_ARROW);
-        cls.hbrBackground = reinterpret_cast<HBRUSH>(COLOR_BTNFACE + 1);
-        cls.hIcon = ::LoadIconW(instance, MAKEINTRESOURCEW(1));
-        cls.lpszClassName = kClassName;
-        ::RegisterClassExW(&cls);
-    }
+    RegisterWindowClass(kClassName, &frmMain::WindowProc);
     const int width = Twips(12600, nullptr), height = Twips(8400, nullptr);
     m_window = ::CreateWindowExW(WS_EX_CONTROLPARENT, kClassName, L"Tessaron", WS_OVERLAPPEDWINDOW,
                                  CW_USEDEFAULT, CW_USEDEFAULT, width, height, nullptr, nullptr,
@@ -115,13 +106,10 @@ void frmMain::Show() {
 }
 
 LRESULT CALLBACK frmMain::WindowProc(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
-    if (message == WM_NCCREATE) {
-        auto* self =
-            static_cast<frmMain*>(reinterpret_cast<CREATESTRUCTW*>(lParam)->lpCreateParams);
+    auto* self = WindowObject<frmMain>(window, message, lParam);
+    if (self != nullptr && message == WM_NCCREATE) {
         self->m_window = window;
-        ::SetWindowLongPtrW(window, GWLP_USERDATA, reinterpret_cast<LONG_PTR>(self));
     }
-    auto* self = reinterpret_cast<frmMain*>(::GetWindowLongPtrW(window, GWLP_USERDATA));
     return self != nullptr ? self->OnMessage(message, wParam, lParam)
                            : ::DefWindowProcW(window, message, wParam, lParam);
 }
