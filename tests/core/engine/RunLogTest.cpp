@@ -60,13 +60,12 @@ const TakenCase kTaken[] = {
          BackupEngine engine(other);
          engine.Setup(set);
          engine.LogDir(logs.string());
-         engine.Run(false);
+         engine.Run();
          return ReadFile(engine.LogFile());
      }},
 };
 
-INSTANTIATE_TEST_SUITE_P(Names, LogName, ::testing::ValuesIn(kTaken),
-                         [](const auto& p) { return NameOf(p.param.name); });
+INSTANTIATE_TEST_SUITE_P(Names, LogName, ::testing::ValuesIn(kTaken), ParamName());
 
 } // namespace
 } // namespace tessaron::test
