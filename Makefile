@@ -11,6 +11,9 @@
 #                clang, libFuzzer, AddressSanitizer and UndefinedBehaviorSanitizer
 #   make windows        cross-builds tessaron.exe and the tests (MinGW-w64, Release)
 #   make check-windows  the same, then runs the Windows tests under Wine, headless
+#   make windows-installer  the same, then the installer (NSIS) and the portable zip:
+#                       build-windows/tessaron-setup-<version>.exe, tessaron-<version>-portable.zip
+#   make check-installer    installs silently under Wine, runs /RUN, uninstalls silently
 BUILD ?= build
 COVERAGE_BUILD ?= build-coverage
 FUZZ_BUILD ?= build-fuzz
@@ -19,7 +22,7 @@ JOBS ?= $(shell nproc)
 CMAKE_FLAGS ?=
 
 .PHONY: deps build check demo asan coverage count deb package fuzz-build fuzz fuzz-smoke format \
-	clean deps-windows windows check-windows
+	clean deps-windows windows check-windows windows-installer check-installer
 
 deps:
 	@scripts/install-deps.sh
@@ -75,6 +78,12 @@ windows: deps-windows
 
 check-windows: windows
 	scripts/check-windows.sh $(WINBUILD) $(JOBS)
+
+windows-installer: windows
+	cmake --build $(WINBUILD) --target installer
+
+check-installer: windows-installer
+	scripts/check-installer.sh $(WINBUILD)
 
 format:
 	clang-format -i $$(git ls-files '*.cpp' '*.h')

@@ -37,6 +37,8 @@ if [[ ${1:-} == --windows ]]; then
         wine wine64                 # runs the Windows tests
         xvfb xauth xdotool x11-apps # the native window's tests: a virtual display, finding
                                     # the window by its caption, xwd for its screenshot
+        fp-utils                    # chmcmd compiles the help file tessaron.chm
+        nsis                        # makensis builds the installer
     )
 fi
 

@@ -1,9 +1,11 @@
 #!/usr/bin/env bash
-# Makes the picture of the native Windows main window (docs/manual/images/
-# main-window-win32.png) from the Windows build (make windows), under Wine on a virtual X
-# display of its own, in a Wine prefix of its own. The sample drive S: holds a small tree;
-# a set with Documents ticked and "Old drafts" left out is loaded, and the tree is walked
-# down to Documents with the keyboard, as a user would.
+# Makes the pictures of the native Windows main window and run window (docs/manual/images/
+# main-window-win32.png, run-window-win32.png) from the Windows build (make windows), under
+# Wine on a virtual X display of its own, in a Wine prefix of its own. The sample drive S:
+# holds a small tree; a set with Documents ticked and "Old drafts" left out is loaded, the
+# tree is walked down to Documents with the keyboard, as a user would, and Action > Start
+# Backup runs the set to the drive E: (a folder of its own) until the run window reads
+# Close.
 #   scripts/screenshots-windows.sh [windows build folder]
 set -euo pipefail
 cd "$(dirname "$0")/.."
@@ -33,6 +35,8 @@ done
 export WINEPREFIX="$work/prefix" WINEDEBUG=-all WINEDLLOVERRIDES="mscoree,mshtml="
 wine wineboot --init >/dev/null 2>&1 </dev/null
 ln -sfn "$sample" "$WINEPREFIX/dosdevices/s:"
+mkdir -p "$work/e"
+ln -sfn "$work/e" "$WINEPREFIX/dosdevices/e:"
 wineserver -k 2>/dev/null || true # the drive list is read again when Wine starts next
 
 # Wine's own desktop draws the window's frame and caption, as Windows would.
@@ -55,3 +59,15 @@ sleep 1
 xwd -root -silent >"$work/shot.xwd"
 python3 scripts/xwd2png.py "$work/shot.xwd" docs/manual/images/main-window-win32.png 0 0 838 558
 echo "docs/manual/images/main-window-win32.png"
+
+key alt+a
+key s # Start Backup
+for _ in $(seq 300); do
+    xdotool search --name '^Backup Progress - 100% Complete$' >/dev/null 2>&1 && break
+    sleep 0.1
+done
+sleep 2 # the verification's end and the result
+xwd -root -silent >"$work/run.xwd"
+# The run window (640 x 480) is centred over the main window (838 x 558 at the corner).
+python3 scripts/xwd2png.py "$work/run.xwd" docs/manual/images/run-window-win32.png 99 39 640 480
+echo "docs/manual/images/run-window-win32.png"

@@ -1,5 +1,7 @@
 #include "ConsoleView.h"
 
+#include "platform/Trim.h"
+
 #include <algorithm>
 #include <cctype>
 #include <istream>
@@ -21,15 +23,6 @@ std::string Lower(std::string s) {
     std::transform(s.begin(), s.end(), s.begin(),
                    [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
     return s;
-}
-
-std::string Trimmed(const std::string& s) {
-    const char* blanks = " \t\r\n";
-    std::size_t first = s.find_first_not_of(blanks);
-    if (first == std::string::npos) {
-        return {};
-    }
-    return s.substr(first, s.find_last_not_of(blanks) - first + 1);
 }
 
 // Keeps the end of a text (the file name matters most) within a number of characters,
@@ -71,7 +64,7 @@ const char* ButtonPrompt(MsgButtons buttons) {
 } // namespace
 
 bool ParseAnswer(const std::string& reply, MsgButtons buttons, MsgAnswer& answer) {
-    std::string r = Lower(Trimmed(reply));
+    std::string r = Lower(TrimWhiteSpace(reply));
     auto is = [&r](const char* word) { return r == word || (r.size() == 1 && r[0] == word[0]); };
     switch (buttons) {
     case MsgButtons::OK:

@@ -1,6 +1,8 @@
 // The build without the window front end.
 #include "WindowFrontEnd.h"
 
+#include "engine/RunResult.h"
+
 namespace tessaron {
 
 bool WindowAvailable() {
@@ -16,7 +18,7 @@ std::string WhyNoWindow() {
 }
 
 int RunMainWindow(char*, const std::string&) {
-    return 3;
+    return kExitNothingRun;
 }
 
 } // namespace tessaron

@@ -9,6 +9,7 @@
 #include "frmBackup.h"
 #include "frmMain.h"
 
+#include "engine/RunResult.h"
 #include "mail/clsRegSettings.h"
 #include "platform/UserLocale.h"
 
@@ -86,7 +87,7 @@ int RunMainWindow(char* programName, const std::string& commandLine) {
         return window.Hooks().StartRun(&window, window.Setup(), true);
     }
     window.show();
-    return QApplication::exec() == 0 ? 0 : 3;
+    return QApplication::exec() == 0 ? EXIT_SUCCESS : kExitNothingRun;
 }
 
 } // namespace tessaron

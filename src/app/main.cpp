@@ -73,9 +73,6 @@ int RunBackup(clsSetup& setup) {
     BackupEngine engine(view);
     view.WatchInterrupt(InterruptRequested, [&engine] { engine.Cancel(); });
     engine.Setup(setup);
-    if (const char* dir = std::getenv("TESSARON_LOG_DIR"); dir != nullptr && *dir != '\0') {
-        engine.LogDir(dir);
-    }
     InstallInterruptHandlers();
     engine.Run();
     view.End();

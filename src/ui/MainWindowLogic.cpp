@@ -15,14 +15,6 @@ const char* const kBaseCaption = "Tessaron";
 const std::vector<FileFilter> kSetFilters = {{"Backup Set Files (*.set)", "*.set"},
                                              {"All Files (*.*)", "*.*"}};
 
-// The target names a drive or a server (Windows) or is an absolute path (POSIX).
-bool NamesDrive(const std::string& target) {
-    if (NativePathStyle() == PathStyle::Posix) {
-        return !target.empty() && target.front() == '/';
-    }
-    return !clsPath(target, PathStyle::Windows).Drive.empty();
-}
-
 bool* SwitchField(clsSetup& setup, Switch which) {
     switch (which) {
     case Switch::Clean:
@@ -52,8 +44,9 @@ MainWindowOptions MainWindowLogic::Options() const {
     MainWindowOptions o;
     o.Output = m_setup.Target;
     o.EmailTo = m_setup.EmailTo;
-    o.Full = m_setup.BackupType == "FULL";
-    o.Incremental = m_setup.BackupType == "INCREMENTAL";
+    const std::optional<BackupKind> kind = BackupKindOf(m_setup.BackupType);
+    o.Full = kind == BackupKind::Full;
+    o.Incremental = kind == BackupKind::Incremental;
     o.Clean = m_setup.CleanTarget;
     o.SaveLog = m_setup.SaveLog;
     o.StopOnError = m_setup.StopOnError;
@@ -98,8 +91,8 @@ void MainWindowLogic::SwitchChanged(Switch which, bool on) {
     Changed();
 }
 
-void MainWindowLogic::TypeChosen(const std::string& type) {
-    m_setup.BackupType = type;
+void MainWindowLogic::TypeChosen(BackupKind kind) {
+    m_setup.BackupType = BackupTypeName(kind);
     ApplyOptionRules(m_setup);
     Changed();
 }
@@ -205,7 +198,7 @@ bool MainWindowLogic::CheckStart() {
         Refuse("No Target Selected", "Select Target Path", true);
         return false;
     }
-    if (!NamesDrive(m_setup.Target)) {
+    if (!TargetNamesDrive(m_setup.Target)) {
         Refuse("Invalid Target", "Target Path must specify a drive or server", true);
         return false;
     }

@@ -75,7 +75,7 @@ public:
     void OutputChanged(const std::string& text);
     void EmailToChanged(const std::string& text);
     void SwitchChanged(Switch which, bool on);
-    void TypeChosen(const std::string& type); // "FULL" or "INCREMENTAL"
+    void TypeChosen(BackupKind kind);
 
     // New Backup Set: a new set in the controls, no file name, no tick marks. The caption
     // stays.

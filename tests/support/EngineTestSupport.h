@@ -130,6 +130,13 @@ protected:
         return ok;
     }
     fs::path Copy(const fs::path& source) const { return CopyOf(out, source); }
+    // Whether links can be made here (not under Wine).
+    bool CanMakeLinks() const {
+        std::error_code ec;
+        fs::create_symlink("nowhere", root / "probe-link", ec);
+        fs::remove(root / "probe-link");
+        return !ec;
+    }
 };
 
 } // namespace tessaron::test

@@ -11,6 +11,15 @@
 
 namespace tessaron::test {
 
+#ifdef _WIN32
+inline int setenv(const char* name, const char* value, int) {
+    return _putenv_s(name, value);
+}
+inline int unsetenv(const char* name) {
+    return _putenv_s(name, "");
+}
+#endif
+
 class EnvOverride {
 public:
     // value nullptr: the variable is unset meanwhile.

@@ -40,7 +40,10 @@ enum class Op {
     SetFileMeta,
     Close,
     OpenLog,
-    WriteLog
+    WriteLog,
+    DriveRoot, // whether the target is a whole drive (the quiet clearing asks)
+    Clean,     // the clearing of the target
+    OpenParent
 };
 
 struct Fault {
@@ -65,9 +68,9 @@ public:
         const std::lock_guard<std::recursive_mutex> hold(lock);
         return Pass(Op::OpenFolder, p, f.LastErrorCode) && real.OpenFolder(f, p);
     }
-    bool CreateFolder(clsFolder& f, const std::string& p) override {
+    bool CreateFolder(clsFolder& f, const std::string& p, unsigned mode) override {
         const std::lock_guard<std::recursive_mutex> hold(lock);
-        return Pass(Op::CreateFolder, p, f.LastErrorCode) && real.CreateFolder(f, p);
+        return Pass(Op::CreateFolder, p, f.LastErrorCode) && real.CreateFolder(f, p, mode);
     }
     bool OpenFile(clsBinaryFile& f, const std::string& p) override {
         const std::lock_guard<std::recursive_mutex> hold(lock);
@@ -88,16 +91,15 @@ public:
         const std::lock_guard<std::recursive_mutex> hold(lock);
         return real.IsSameOrInside(a, b);
     }
-    bool IsDriveRoot(const std::string& p) override { return real.IsDriveRoot(p); }
+    bool IsSameOrInside(const std::string& a, const FileIdentity& b) override {
+        const std::lock_guard<std::recursive_mutex> hold(lock);
+        return real.IsSameOrInside(a, b);
+    }
     std::vector<std::string> ProtectedFolders() override { return real.ProtectedFolders(); }
     std::string GetDriveType(const std::string& p) override { return real.GetDriveType(p); }
     double GetDriveFreeSpace(const std::string& p) override { return real.GetDriveFreeSpace(p); }
     bool Exists(const std::string& p) override { return real.Exists(p); }
     std::string ProgramLogDir() override { return real.ProgramLogDir(); }
-    bool Clean(const std::string& p, const std::function<void()>& y, SysError& e) override {
-        const std::lock_guard<std::recursive_mutex> hold(lock);
-        return real.Clean(p, y, e);
-    }
     bool CopyFile(const std::string& a, const std::string& b, SysError& e) override {
         const std::lock_guard<std::recursive_mutex> hold(lock);
         return real.CopyFile(a, b, e);
@@ -108,6 +110,14 @@ public:
         const std::lock_guard<std::recursive_mutex> hold(lock);
         return Pass(Op::OpenFolderAt, At(parent, n), f.LastErrorCode) &&
                real.OpenFolderAt(f, parent, n);
+    }
+    bool OpenParent(clsFolder& f, const clsFolder& child) override {
+        const std::lock_guard<std::recursive_mutex> hold(lock);
+        return Pass(Op::OpenParent, child.Path(), f.LastErrorCode) && real.OpenParent(f, child);
+    }
+    bool IsMountRoot(clsFolder& f) override {
+        const std::lock_guard<std::recursive_mutex> hold(lock);
+        return Pass(Op::DriveRoot, f.Path(), f.LastErrorCode) && real.IsMountRoot(f);
     }
     bool List(clsFolder& f, std::vector<clsFSItem>& items) override {
         const std::lock_guard<std::recursive_mutex> hold(lock);
@@ -135,6 +145,14 @@ public:
     bool RemoveAt(clsFolder& f, const std::string& n) override {
         const std::lock_guard<std::recursive_mutex> hold(lock);
         return Pass(Op::RemoveAt, At(f, n), f.LastErrorCode) && real.RemoveAt(f, n);
+    }
+    bool Empty(clsFolder& f, const RemovalReport& report) override {
+        const std::lock_guard<std::recursive_mutex> hold(lock);
+        return Pass(Op::Clean, f.Path(), f.LastErrorCode) && real.Empty(f, report);
+    }
+    bool RemoveTreeAt(clsFolder& f, const std::string& n, const RemovalReport& report) override {
+        const std::lock_guard<std::recursive_mutex> hold(lock);
+        return Pass(Op::RemoveAt, At(f, n), f.LastErrorCode) && real.RemoveTreeAt(f, n, report);
     }
     bool RenameAt(clsFolder& f, const std::string& a, const std::string& b) override {
         const std::lock_guard<std::recursive_mutex> hold(lock);
@@ -235,6 +253,11 @@ public:
         const std::lock_guard<std::recursive_mutex> hold(lock);
         paths[&f] = p;
         return Pass(Op::OpenLog, p, f.LastErrorCode) && real.OpenLog(f, p);
+    }
+    bool CreateLog(clsBinaryFile& f, const std::string& p) override {
+        const std::lock_guard<std::recursive_mutex> hold(lock);
+        paths[&f] = p;
+        return Pass(Op::OpenLog, p, f.LastErrorCode) && real.CreateLog(f, p);
     }
     bool WriteAt(clsBinaryFile& f, const void* d, std::size_t n, long long at) override {
         const std::lock_guard<std::recursive_mutex> hold(lock);

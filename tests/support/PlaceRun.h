@@ -42,8 +42,9 @@ struct PlaceCase {
     const char* name;
     void (*prepare)(PlaceRun&); // sets the target (and what it needs)
     int status;
-    std::string out;      // in standard output; %T% is the target as spelled
-    std::string err = ""; // in standard error
+    std::string out;                    // in standard output; %T% is the target as spelled
+    std::string err = "";               // in standard error
+    void (*check)(PlaceRun&) = nullptr; // what else must hold after the run
 };
 
 class PlaceTest : public ::testing::TestWithParam<PlaceCase> {
@@ -64,6 +65,9 @@ protected:
         EXPECT_TRUE(Contains(r.Out, out)) << out << "\n" << r.Out;
         EXPECT_TRUE(Contains(r.Err, c.err)) << r.Err;
         EXPECT_TRUE(b.Intact());
+        if (c.check != nullptr) {
+            c.check(b);
+        }
     }
 };
 

@@ -24,6 +24,7 @@
 #else
 #include <fcntl.h>
 #include <poll.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -59,6 +60,7 @@ struct SetFile {
 struct RunResult {
     int Status = -1; // exit status; 128 + signal when killed
     bool TimedOut = false;
+    long MaxRssKb = 0; // the run's peak resident memory (POSIX)
     std::string Out, Err;
 };
 
@@ -70,6 +72,7 @@ struct RunOptions {
     // Run as the unprivileged user 65534 (through setpriv when the tests run as root; as
     // any other user the program simply runs as that user).
     bool Unprivileged = false;
+    int OpenFileLimit = 0; // the run's limit on open files (POSIX; 0: as inherited)
 };
 
 #ifdef _WIN32
@@ -219,6 +222,10 @@ inline RunResult RunTessaron(const std::vector<std::string>& args, const fs::pat
         for (const auto& [name, value] : options.Env) {
             setenv(name.c_str(), value.c_str(), 1);
         }
+        if (options.OpenFileLimit > 0) {
+            const rlimit limit{rlim_t(options.OpenFileLimit), rlim_t(options.OpenFileLimit)};
+            setrlimit(RLIMIT_NOFILE, &limit);
+        }
         dup2(open("/dev/null", O_RDONLY), STDIN_FILENO);
         dup2(out[1], STDOUT_FILENO);
         dup2(open(errFile.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600), STDERR_FILENO);
@@ -245,7 +252,9 @@ inline RunResult RunTessaron(const std::vector<std::string>& args, const fs::pat
     }
     close(out[0]);
     int status = 0;
-    waitpid(pid, &status, 0);
+    rusage usage{};
+    wait4(pid, &status, 0, &usage);
+    r.MaxRssKb = usage.ru_maxrss;
     r.Status = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
     r.Err = ReadFile(errFile);
     return r;

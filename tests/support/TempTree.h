@@ -163,6 +163,10 @@ public:
     bool Ok() const { return !m_root.empty(); }
     const std::string& Root() const { return m_root; }
     std::string Path(const std::string& rel) const { return m_root + "/" + rel; }
+    // The same path in the system's own spelling (backslashes on Windows), as a user types it.
+    std::string NativePath(const std::string& rel) const {
+        return ToUtf8(fs::path(Path(rel)).make_preferred());
+    }
 
     // Writes a file, making its folders, and returns its full path.
     std::string Write(const std::string& rel, const std::string& content = "") const {

@@ -3,6 +3,7 @@
 // for a name, for another name, expired. Nothing is kept on disk but the authority's
 // certificate, which a test trusts through SSL_CERT_FILE.
 
+#include <openssl/ecdsa.h>
 #include <openssl/pem.h>
 #include <openssl/x509v3.h>
 
@@ -68,8 +69,22 @@ private:
             Extend(c, ctx, NID_ext_key_usage, "serverAuth");
             Extend(c, ctx, NID_subject_alt_name, ((ip ? "IP:" : "DNS:") + san).c_str());
         }
-        X509_sign(c, issuer ? issuer->Key.get() : p.Key.get(), EVP_sha256());
+        // Signed again until r and s are both of full length: Wine's crypt32 sometimes
+        // refuses an ECDSA signature whose r or s is shorter.
+        do {
+            X509_sign(c, issuer ? issuer->Key.get() : p.Key.get(), EVP_sha256());
+        } while (!FullLength(c));
         return p;
+    }
+    static bool FullLength(const X509* c) {
+        const ASN1_BIT_STRING* sig = nullptr;
+        X509_get0_signature(&sig, nullptr, c);
+        const unsigned char* der = ASN1_STRING_get0_data(sig);
+        ECDSA_SIG* parts = d2i_ECDSA_SIG(nullptr, &der, ASN1_STRING_length(sig));
+        const bool full = parts != nullptr && BN_num_bytes(ECDSA_SIG_get0_r(parts)) == 32 &&
+                          BN_num_bytes(ECDSA_SIG_get0_s(parts)) == 32;
+        ECDSA_SIG_free(parts);
+        return full;
     }
     static void Extend(X509* c, X509V3_CTX& ctx, int nid, const char* value) {
         X509_EXTENSION* e = X509V3_EXT_conf_nid(nullptr, &ctx, nid, value);

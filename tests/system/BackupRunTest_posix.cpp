@@ -63,4 +63,13 @@ TEST_F(PosixBackup, FullCopiesEverythingThenIncrementalCopiesOnlyChanges) {
     EXPECT_EQ(Stat(CopyOf(dst, touched)).st_mtim.tv_sec, 1600000005);
 }
 
+// A log folder the run makes is readable by its owner only: the log names every file.
+TEST_F(PosixBackup, NewLogFolderIsPrivate) {
+    WriteFile(src / "f.txt", "f");
+    const fs::path logs = root / "new/Log";
+    RunResult r = RunSet(Set(), {"/QUIET"}, {{{"TESSARON_LOG_DIR", logs.string()}}});
+    EXPECT_EQ(r.Status, 0) << r.Out;
+    EXPECT_EQ(Stat(logs).st_mode & 07777, 0700u);
+}
+
 } // namespace

@@ -4,6 +4,7 @@
 // a link on the way to a selection is followed while the copy keeps the path as written.
 
 #include "PlaceRun.h"
+#include "TestNames.h"
 
 #include <sys/mount.h>
 
@@ -17,14 +18,24 @@ TEST_P(TargetSpelling, DecidesOnWhatItNames) {
     RunCase();
 }
 
+// Mounts a tmpfs at at (from empty) or binds the folder from there, until the case ends.
+bool MountAt(PlaceRun& b, const fs::path& at, const fs::path& from = {}) {
+    fs::create_directories(at);
+    const bool bind = !from.empty();
+    if (geteuid() != 0 || mount(bind ? from.c_str() : "tmpfs", at.c_str(), bind ? "" : "tmpfs",
+                                bind ? MS_BIND : 0, bind ? "" : "size=1m") != 0) {
+        b.skip = "mounting a file system needs root";
+        return false;
+    }
+    b.undo = [at] { umount2(at.c_str(), MNT_DETACH); };
+    return true;
+}
+
 void Mount(PlaceRun& b) {
     const fs::path mnt = b.root / "mnt";
-    fs::create_directories(mnt);
-    if (geteuid() != 0 || mount("tmpfs", mnt.c_str(), "tmpfs", 0, "size=1m") != 0) {
-        b.skip = "mounting a file system needs root";
+    if (!MountAt(b, mnt)) {
         return;
     }
-    b.undo = [mnt] { umount2(mnt.c_str(), MNT_DETACH); };
     b.keep = mnt / "keep.txt";
     WriteFile(b.keep, "keep");
     b.set.Target = (mnt / ".").string();
@@ -66,6 +77,43 @@ const PlaceCase kSpellings[] = {
      "Nothing to back up - the backup set has no selections"},
     {"NoTarget", [](PlaceRun& b) { b.set.Target.clear(); }, 3, "",
      "Nothing to back up - the backup set has no target"},
+    // A clearing never enters a file system mounted inside the target: here the source.
+    {"SourceMountedInsideTarget",
+     [](PlaceRun& b) {
+         b.set.Target = (b.root / "t").string();
+         MountAt(b, b.root / "t/mnt", b.src);
+     },
+     1, "Mount point left as it is - %T%/mnt"},
+    // Nor does the replacement of an old copy that was a folder and is now a file.
+    {"MountInsideAnOldCopy",
+     [](PlaceRun& b) {
+         b.set.BackupType = "INCREMENTAL";
+         b.keep = b.root / "outside/keep.txt";
+         WriteFile(b.keep, "keep");
+         MountAt(b, CopyOf(b.dst, b.src / "g.txt") / "m", b.keep.parent_path());
+     },
+     1, "Mount point left as it is - %T%"},
+    {"LogFolderInsideTarget",
+     [](PlaceRun& b) {
+         b.keep = b.dst / "logs/older.log";
+         WriteFile(b.keep, "keep");
+         b.options.Env = {{"TESSARON_LOG_DIR", b.keep.parent_path().string()}};
+     },
+     0, "Log folder not cleared - %T%/logs", "",
+     [](PlaceRun& b) {
+         std::string logs;
+         for (const auto& e : fs::directory_iterator(b.dst / "logs")) {
+             logs += ReadFile(e.path());
+         }
+         EXPECT_TRUE(Contains(logs, "Backup Complete")) << logs;
+     }},
+    // The run's own log, written while the walk reads it, is never compared with its copy.
+    {"LogFolderInsideSelection",
+     [](PlaceRun& b) {
+         b.options.Env = {{"TESSARON_LOG_DIR", (b.src / "logs").string()}};
+         b.set.Verify = true;
+     },
+     0, "Log folder left out of the backup - "},
 };
 
 INSTANTIATE_TEST_SUITE_P(Targets, TargetSpelling, ::testing::ValuesIn(kSpellings),

@@ -12,37 +12,33 @@ using namespace tessaron::test;
 
 namespace {
 
-constexpr int kLevels = 25;
-
-// Opens the folder kLevels levels of 200-byte names below dir, one level at a time (the
-// whole path is longer than the system's limit on paths), making each level when make is
-// set. -1 when a level is missing.
-int OpenDeep(const fs::path& dir, bool make) {
-    const std::string name(200, 'd');
+// Makes levels folders named name below dir, one inside the other, with the file deep.txt
+// at the bottom.
+void MakeDeep(const fs::path& dir, int levels = 25,
+              const std::string& name = std::string(200, 'd')) {
     int fd = open(dir.c_str(), O_RDONLY | O_DIRECTORY);
-    for (int i = 0; i < kLevels && fd >= 0; ++i) {
-        if (make) {
-            mkdirat(fd, name.c_str(), 0755);
-        }
+    for (int i = 0; i < levels; ++i) {
+        mkdirat(fd, name.c_str(), 0755);
         const int sub = openat(fd, name.c_str(), O_RDONLY | O_DIRECTORY);
         close(fd);
         fd = sub;
     }
-    return fd;
-}
-
-// Makes the deep folders below dir with the file deep.txt at the bottom.
-void MakeDeep(const fs::path& dir) {
-    const int fd = OpenDeep(dir, true);
     const int f = openat(fd, "deep.txt", O_WRONLY | O_CREAT, 0644);
     EXPECT_EQ(write(f, "deep", 4), 4);
     close(f);
     close(fd);
 }
 
-// The content of deep.txt at the bottom of the deep folders below dir.
-std::string ReadDeep(const fs::path& dir) {
-    const int fd = OpenDeep(dir, false);
+// The content of deep.txt at the bottom of MakeDeep's folders below dir, reached one folder
+// at a time.
+std::string ReadDeep(const fs::path& dir, int levels = 25,
+                     const std::string& name = std::string(200, 'd')) {
+    int fd = open(dir.c_str(), O_RDONLY | O_DIRECTORY);
+    for (int i = 0; fd >= 0 && i < levels; ++i) {
+        const int sub = openat(fd, name.c_str(), O_RDONLY | O_DIRECTORY);
+        close(fd);
+        fd = sub;
+    }
     const int f = fd < 0 ? -1 : openat(fd, "deep.txt", O_RDONLY);
     char buf[16] = {};
     const ssize_t n = f < 0 ? 0 : read(f, buf, sizeof buf);
@@ -148,7 +144,7 @@ const TreeCase kTrees[] = {
      }},
 };
 
-INSTANTIATE_TEST_SUITE_P(Trees, OddTree, ::testing::ValuesIn(kTrees), tessaron::test::ParamName());
+INSTANTIATE_TEST_SUITE_P(Trees, OddTree, ::testing::ValuesIn(kTrees), ParamName());
 
 // An interrupt while a large file is copied in small blocks cancels the run.
 class Interrupt : public ::testing::TestWithParam<int> {};
@@ -208,6 +204,39 @@ TEST(DiskFull, FailedFileIsRemovedAndRunFails) {
     EXPECT_EQ(ReadFile(CopyOf(b.dst, b.src / "small.txt")), "fits");
     for (const fs::directory_entry& e : fs::recursive_directory_iterator(b.dst)) {
         EXPECT_FALSE(Contains(e.path().filename().string(), "tessaron-part")) << e.path();
+    }
+}
+
+// A tree 20,000 folders deep (on a tmpfs, which any user may fill so; deeper than a walk
+// that recurses per level survives), under a limit of 256 open files: copied with little
+// memory, then cleared out of the target by a run that copies and verifies it again.
+TEST(DeepTree, CopiedVerifiedAndClearedWithLittleMemory) {
+    constexpr int kDepth = 20000;
+    Sandbox b;
+    const fs::path mnt = b.root / "deep";
+    fs::create_directories(mnt);
+    if (geteuid() != 0 || mount("tmpfs", mnt.c_str(), "tmpfs", 0, "size=1g") != 0) {
+        GTEST_SKIP() << "mounting a tmpfs needs root";
+    }
+    std::unique_ptr<const char, int (*)(const char*)> unmount(
+        mnt.c_str(), [](const char* p) { return umount2(p, MNT_DETACH); });
+    b.src = mnt / "src";
+    b.dst = mnt / "dst";
+    fs::create_directories(b.src);
+    MakeDeep(b.src, kDepth, "d");
+    RunOptions limits;
+    limits.OpenFileLimit = 256;
+    limits.Env = {{"TESSARON_LOG_DIR", (mnt / "logs").string()}};
+    SetFile s = b.Set();
+    for (bool again : {false, true}) {
+        s.CleanTarget = s.Verify = again;
+        RunResult r = b.RunSet(s, {"/QUIET"}, limits);
+        EXPECT_EQ(r.Status, 0) << r.Out.substr(0, 4000) << r.Err;
+        EXPECT_EQ(Contains(r.Out, "Verify Complete"), again) << r.Out.substr(0, 4000);
+        EXPECT_EQ(Contains(r.Out, "Clearing " + b.dst.string() + "...Done"), again);
+        EXPECT_EQ(ReadDeep(CopyOf(b.dst, b.src), kDepth, "d"), "deep");
+        EXPECT_LT(r.MaxRssKb, 40 * 1024) << "peak resident memory in KiB";
+        fs::remove_all(mnt / "logs");
     }
 }
 

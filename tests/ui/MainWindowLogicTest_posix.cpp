@@ -61,7 +61,7 @@ TEST_P(OptionRules, ControlsWriteTheSetAndEachOther) {
         if (step[0] == '+' || step[0] == '-') {
             logic.SwitchChanged(SwitchNamed(step.substr(1)), step[0] == '+');
         } else {
-            logic.TypeChosen(step);
+            logic.TypeChosen(*BackupKindOf(step));
         }
     }
     for (const char* line : GetParam().setLines) {
@@ -114,7 +114,7 @@ TEST_P(StartChecks, FirstFailingCheckSaysWhy) {
     }
     logic.OutputChanged(c.target == std::string("<selection>") ? tmp.Root() + "/." : c.target);
     if (*c.type != '\0') {
-        logic.TypeChosen(c.type);
+        logic.TypeChosen(*BackupKindOf(c.type));
     }
     logic.Start();
     EXPECT_EQ(view.Runs, c.title == nullptr ? 1 : 0);

@@ -68,13 +68,11 @@ protected:
             tree.Write("src/f" + std::to_string(i) + ".txt", std::string(1000 + i, 'x'));
         }
         tree.MakeDir("dst");
-        // Paths in the system's own spelling: a Windows set separates with "\\" only.
-        const std::filesystem::path root(tree.Root());
-        setup.Target = (root / "dst").string();
+        setup.Target = tree.NativePath("dst");
         setup.BackupType = "FULL";
-        setup.Sel.AddSelection((root / "src").string());
+        setup.Sel.AddSelection(tree.NativePath("src"));
         logic.Setup(setup);
-        logic.Engine().LogDir((root / "logs").string());
+        logic.Engine().LogDir(tree.NativePath("logs"));
     }
     // Calls action once, at the first yield of the copy phase.
     void DuringCopy(std::function<void()> action) {

@@ -5,7 +5,6 @@
 // when it reaches the entry; a job it never reaches (a cancelled or stopped walk, a file
 // an INCREMENTAL run skips) is withdrawn.
 #include "engine/BackupParts.h"
-#include "platform/clsPath.h"
 #include "setfile/clsSetup.h"
 
 #include <algorithm>
@@ -15,7 +14,6 @@ namespace tessaron {
 
 namespace {
 
-constexpr PathStyle kStyle = NativePathStyle();
 constexpr std::size_t kFoldersPerLevel = 4;
 constexpr int kMaxFolders = 8;
 constexpr int kMaxFiles = 256;
@@ -97,19 +95,22 @@ void BackupEngine::StopAhead() {
     m_aheadBytes = 0;
 }
 
-// IsSelected for the entry at index of the level (full: its path, when at hand), asked
-// once per entry.
-bool BackupEngine::SelectedAt(Level& level, std::size_t index, const std::string* full) {
+// IsSelected for the entry at index of the level, asked once per entry, and never below
+// a folder that selects everything below it. The level is the walk's deepest: its path
+// is m_walkPath.
+bool BackupEngine::SelectedAt(Level& level, std::size_t index) {
+    if (level.uniform) {
+        return true;
+    }
     std::vector<signed char>& known = level.ahead.selected;
     if (known.size() != level.items.size()) {
         known.assign(level.items.size(), -1);
     }
     if (known[index] < 0) {
-        known[index] =
-            m_setup->Sel.IsSelected(
-                full ? *full : clsPath::Join(level.srcPath, level.items[index].Path, kStyle))
-                ? 1
-                : 0;
+        const std::size_t end = m_walkPath.size();
+        AppendName(m_walkPath, level.items[index].Path);
+        known[index] = m_setup->Sel.IsSelected(m_walkPath) ? 1 : 0;
+        m_walkPath.resize(end);
     }
     return known[index] == 1;
 }
@@ -127,7 +128,8 @@ void BackupEngine::PostAhead(Level& level, std::size_t at) {
 
 void BackupEngine::PostFolders(Level& level) {
     LevelAhead& ahead = level.ahead;
-    const bool incremental = m_setup->BackupType == "INCREMENTAL" && m_phase == Phase::Copy;
+    const bool incremental =
+        BackupKindOf(m_setup->BackupType) == BackupKind::Incremental && m_phase == Phase::Copy;
     const CopyFolder& dst = *level.dst;
     const clsFolder* copyParent =
         incremental && !dst.fresh && dst.folder.IsOpen() ? &dst.folder : nullptr;
@@ -137,7 +139,8 @@ void BackupEngine::PostFolders(Level& level) {
         const std::size_t i = ahead.nextFolder;
         const clsFSItem& item = level.items[i];
         if (item.Error || item.Kind != FileKind::Directory || !SelectedAt(level, i) ||
-            (m_outputId.Valid && item.Info.Id == m_outputId)) {
+            (m_outputId.Valid && item.Info.Id == m_outputId) ||
+            (m_logFolderId.Valid && item.Info.Id == m_logFolderId)) {
             continue;
         }
         ahead.folders.emplace_back(std::piecewise_construct, std::forward_as_tuple(i),
@@ -181,7 +184,7 @@ bool BackupEngine::WantsContent(const Level& level, const clsFSItem& item) const
         !level.dst->folder.IsOpen()) {
         return false;
     }
-    if (m_setup->BackupType != "INCREMENTAL" || level.dst->fresh) {
+    if (BackupKindOf(m_setup->BackupType) != BackupKind::Incremental || level.dst->fresh) {
         return true;
     }
     FileInfo copy;

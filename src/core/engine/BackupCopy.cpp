@@ -39,7 +39,8 @@ void BackupEngine::CopyFile(const std::string& source, const std::string& target
 
 bool BackupEngine::CopyEntry(const Source& s, const Dest& d) {
     StartFile(s.path);
-    const bool incremental = m_setup != nullptr && m_setup->BackupType == "INCREMENTAL";
+    const bool incremental =
+        m_setup != nullptr && BackupKindOf(m_setup->BackupType) == BackupKind::Incremental;
     FileInfo dst;
     // A FULL run learns that a copy exists when creating it exclusively fails, and in a
     // folder made by this run every copy is new: no need to look first.
@@ -327,13 +328,20 @@ bool BackupEngine::FinishCopy(FileCopy& c) {
 }
 
 // Puts the complete copy written under a new name in place of the old copy: a folder
-// there (the source was one before) is removed first, a file or link is replaced in one
-// step.
+// there (the source was one before) is removed first, never leaving the target's file
+// system (a mount point inside it stays, and the copy is not put in place); a file or
+// link is replaced in one step.
 bool BackupEngine::PutInPlace(const Dest& d, const std::string& written, const FileInfo& old) {
     clsFolder& folder = d.folder.folder;
     if (old.Kind == FileKind::Directory) {
-        if (!m_fa->RemoveAt(folder, d.name)) {
-            LogError("Unable to remove the old copy", d.path, folder.Error());
+        RemovalReport report;
+        report.left = [&](const std::string& path, const SysError& why) {
+            LogLeftInPlace("Unable to remove the old copy",
+                           ShownPath(CopyPath(d.folder.path, path)), why);
+            return true;
+        };
+        report.yield = [this] { YieldPoint(); };
+        if (!m_fa->RemoveTreeAt(folder, d.name, report)) {
             return false;
         }
         AddLogLine("Old copy removed - " + d.path + " (the source is no longer a folder)", false);

@@ -1,8 +1,8 @@
 #pragma once
 // BackupEngine: one backup run from start to summary (the logic behind the backup
 // progress window). Front ends use the constructor, Setup, LogDir, Run, Cancel,
-// Cancelled, Finished and LogFile; the phase members below them are public so that tools
-// and tests can drive single steps, and keep the names the rest of the system uses.
+// Cancelled, Finished and LogFile; the phase and log members below them are the run's
+// named steps, public under the names the rest of the system uses.
 //
 // The run, in order: block size; size phase (TotalSelection per entry); target check
 // with optional clearing (CheckTarget); copy phase (RunSelection -> CopyFile); optional
@@ -97,9 +97,10 @@ public:
     // The backup set to run; set before Run. Not owned; Run may change its BackupType
     // to "FULL" when it is neither "FULL" nor "INCREMENTAL".
     void Setup(clsSetup& setup);
-    // Folder for the run's log files (created when missing). Default: the program's
-    // log folder (Log beside the executable when writable, else the user's state folder),
-    // chosen by Run; the getter is empty until then when it was never set.
+    // Folder for the run's log files (created when missing). Default, chosen by Run:
+    // TESSARON_LOG_DIR when that is set and not empty, else the program's log folder (Log
+    // beside the executable when writable, else the user's state folder); the getter is
+    // empty until then when it was never set.
     void LogDir(const std::string& dir);
     const std::string& LogDir() const;
     // The settings store the mailer reads ("SMTPServer", "EmailFrom"). Not owned; when
@@ -134,9 +135,6 @@ public:
     bool Finished() const;
     // Full path of this run's log file (empty before Run).
     const std::string& LogFile() const;
-    // Uses path as the log file for lines logged outside Run (single steps in tools and
-    // tests). Run chooses its own file.
-    void LogFile(const std::string& path);
     // Bytes per block of copy and verify: 128000 unless the set's BlockSize (1 to
     // 16777216) was taken by Run.
     std::int32_t BlockSize() const { return m_blockSize; }
@@ -169,14 +167,6 @@ public:
     // the view's list (and to the text GetLogText gives). Control characters in text are
     // shown escaped (see EscapeControls).
     void AddLogLine(const std::string& text, bool display = true);
-    // Appends text to the last line of the log file (no time stamp); with display also to
-    // the view's last line.
-    void AppendLogLine(const std::string& text, bool display = true);
-    // Writes line + CR LF at the end of LogFile, or with continueLast over the file's
-    // final CR LF. The file stays open between lines; each line is one write, so the file
-    // is complete at every moment. The first failure of a run is said once, on screen and
-    // through the view's warning; the run goes on and its result does not change.
-    void WriteLogFile(const std::string& line, bool continueLast);
     // dir + separator (when missing) + "BackupLog_" + yyyymmdd + ".log", or the first
     // free "BackupLog_" + yyyymmdd + "_" + n + ".log" (n = 1, 2, ...) when that one exists.
     std::string MakeLogFileName(const std::string& dir);
@@ -192,6 +182,8 @@ private:
     enum class Phase { Idle, Size, Copy, Verify };
     struct CopyFolder;
     struct Level;
+    struct WalkFrame;
+    enum class Walked { Ok, Failed, Entered };
     struct Source;
     struct Dest;
     struct FileCopy;
@@ -217,8 +209,10 @@ private:
     void EnsureBuffers();
 
     // Target check (BackupTarget.cpp).
-    bool HasRoot(const std::string& target) const;
     bool CheckDevice(const std::string& target);
+    void OpenTarget(const std::string& target);
+    void ClearTarget(const std::string& target);
+    void LogLeftInPlace(const std::string& what, const std::string& path, const SysError& why);
     bool WaitForMedium(const std::string& target);
     bool ConfirmClear(const std::string& target);
     bool ClearIsSafe(const std::string& target);
@@ -229,15 +223,27 @@ private:
     bool WalkEntry(const std::string& entry, const std::string& target);
     bool WalkEntryFolder(const std::string& path, const FileInfo& info);
     bool WalkEntryFile(const std::string& path, const FileInfo& info);
-    bool Walk(Level& level);
+    bool Walk(Level& top);
+    bool StepLevel(Level& level);
+    bool AfterEntry(Level& level, std::size_t index, bool ok);
     bool ListLevel(Level& level);
-    bool WalkItem(Level& level, std::size_t index, const std::string& full);
-    bool EnterFolder(Level& level, std::size_t index, const std::string& full);
+    Walked WalkItem(Level& level, std::size_t index);
+    Walked EnterFolder(Level& level, std::size_t index, const std::string& shown);
     bool OpenLevel(Level& level, std::size_t index, Level& sub);
+    Level& LevelAt(std::size_t depth);
+
+    // The walk's own stack (BackupDepth.cpp).
+    void PushLevel(std::unique_ptr<Level> sub, const FileInfo& like);
+    bool PopLevel(bool ok);
+    void CloseDeepWalk();
+    bool Reopen(std::size_t depth);
+    bool ReopenCopy(std::size_t depth, Level& level, const Level& below);
     bool ProcessFile(const Source& source, const Dest& dest);
     void CountFile(const FileInfo& info);
     bool LeftOutAsOutput(const FileIdentity& id);
     void LogOutputLeftOut();
+    bool LeftOutAsLog(const FileIdentity& id);
+    void LogUnreached(bool& hadError);
     void StartFile(const std::string& path);
 
     // Folders of the copy (BackupFolders.cpp).
@@ -255,7 +261,7 @@ private:
     void StartAhead();
     void StopAhead();
     void FlushEarly(std::chrono::steady_clock::time_point now);
-    bool SelectedAt(Level& level, std::size_t index, const std::string* full = nullptr);
+    bool SelectedAt(Level& level, std::size_t index);
     void PostAhead(Level& level, std::size_t at);
     void PostFolders(Level& level);
     void PostFiles(Level& level, std::size_t at);
@@ -301,8 +307,17 @@ private:
     long long ReadFull(clsBinaryFile& file, unsigned char* buffer, long long count);
 
     // Helpers shared by the phases (BackupLog.cpp).
+    // Appends text to the last line of the log file (no time stamp); with display also to
+    // the view's last line.
+    void AppendLogLine(const std::string& text, bool display = true);
+    // Writes line + CR LF at the end of LogFile, or with continueLast over the file's
+    // final CR LF. The file stays open between lines; each line is one write, so the file
+    // is complete at every moment. The first failure of a run is said once, on screen and
+    // through the view's warning; the run goes on and its result does not change.
+    void WriteLogFile(const std::string& line, bool continueLast);
     void LogError(const std::string& what, const std::string& path, const SysError& error);
     void LogLogFailure(const SysError& error);
+    void CreateRunLog();
     void YieldPoint();
     void KeepDisplayedLine(const std::string& line);
     void AppendDisplayedLine(const std::string& text);
@@ -336,6 +351,13 @@ private:
     std::unique_ptr<EarlyFlush> m_flush;
     std::chrono::steady_clock::time_point m_lastFlush;
 
+    // The walk's stack, the source path of its deepest level and the path of its copy (each
+    // level's name appended to the one above), and the entry's own level.
+    std::deque<WalkFrame> m_frames;
+    std::string m_walkPath;
+    std::string m_copyPath;
+    Level* m_walkTop = nullptr;
+
     // The target: its folder (open from the copy phase on) and the path it was opened for;
     // its identity and path as written (left out of every walk, said once).
     std::unique_ptr<CopyFolder> m_target;
@@ -343,12 +365,24 @@ private:
     FileIdentity m_outputId;
     std::string m_outputPath;
     bool m_outputLogged = false;
+    bool m_clearFailed = false; // the clearing left something it should have removed
+
+    // Files of the copy phase that failed (with a line each): with the files done, what
+    // the copy reached of the files counted.
+    std::int32_t m_filesFailed = 0;
 
     // The log file, open for the run; m_logSize is its length (where the next line goes).
+    // The run's own is created new (m_ownLog); its folder and it are left out of the walk
+    // and of the clearing, by identity.
     clsBinaryFile m_log;
     std::string m_logOpenName;
     long long m_logSize = 0;
     bool m_logFailed = false;
+    bool m_ownLog = false;
+    FileIdentity m_logFolderId;
+    FileIdentity m_logFileId;
+    bool m_logLeftOut = false;
+    long long m_linesLogged = 0;
     std::string m_logLine; // the line being written, kept to reuse its memory
     std::string m_stampText;
     std::time_t m_stampTime = 0;

@@ -9,6 +9,8 @@ namespace {
 
 constexpr PathStyle kStyle = NativePathStyle();
 const char* const kCreateSource = "clsFileSystem.CreateDirectory()";
+// Folders made on the way to the target or a copy take the system's default permissions.
+constexpr unsigned kNewFolderMode = 0777;
 
 } // namespace
 
@@ -31,7 +33,7 @@ bool BackupEngine::UseTarget(const std::string& target) {
     if (!existed) {
         AddLogLine("Creating " + m_target->path + PathSeparator(kStyle) + "...", false);
     }
-    if (copying ? !m_fa->CreateFolder(m_target->folder, target)
+    if (copying ? !m_fa->CreateFolder(m_target->folder, target, kNewFolderMode)
                 : !m_fa->OpenFolder(m_target->folder, target)) {
         m_target->error = m_target->folder.Error();
         if (copying) {
@@ -71,7 +73,7 @@ bool BackupEngine::FolderOfCopy(const std::string& copy, bool make, CopyFolder& 
     if (folder.fresh) {
         AddLogLine("Creating " + folder.path + PathSeparator(kStyle) + "...", false);
     }
-    if (!m_fa->CreateFolder(folder.folder, path)) {
+    if (!m_fa->CreateFolder(folder.folder, path, kNewFolderMode)) {
         AddLogLine("Unable to create target directory - " + folder.path + " " +
                        folder.folder.Error().Line(kCreateSource),
                    true);
@@ -103,6 +105,7 @@ bool BackupEngine::OpenCopyChain(const std::string& sourcePath, std::size_t coun
             chain.back().source = source;
             into = &chain.back().dst;
         }
+        into->path = CopyPath(parent->path, parts[i]);
         if (!StepInto(*parent, parts[i], *into)) {
             return false;
         }
@@ -111,12 +114,11 @@ bool BackupEngine::OpenCopyChain(const std::string& sourcePath, std::size_t coun
     return true;
 }
 
-// Opens the copy's folder name inside parent into sub: the verify phase only opens it
-// (keeping the reason when it cannot); the copy phase makes it when missing, replaces an
-// old copy of another kind, and makes sure it can write there. False only when the copy
-// phase cannot use it (logged).
+// Opens the copy's folder name inside parent into sub (whose path the caller has set): the
+// verify phase only opens it (keeping the reason when it cannot); the copy phase makes it
+// when missing, replaces an old copy of another kind, and makes sure it can write there.
+// False only when the copy phase cannot use it (logged).
 bool BackupEngine::StepInto(CopyFolder& parent, const std::string& name, CopyFolder& sub) {
-    sub.path = CopyPath(parent.path, name);
     if (!parent.folder.IsOpen()) {
         sub.error = parent.error;
         return m_phase != Phase::Copy;

@@ -13,6 +13,9 @@ constexpr size_t kShownHeadLimit = 4u << 20;
 constexpr size_t kShownTailLines = 200;
 constexpr auto kRefreshInterval = std::chrono::milliseconds(500);
 constexpr auto kFlushInterval = std::chrono::milliseconds(250);
+// Names tried for the run's log before giving up: each one taken meanwhile (by another
+// run started at the same moment, or by anything else) moves on to the next number.
+constexpr int kLogNameAttempts = 100;
 
 std::string TwoDigits(int n) {
     return std::string(1, static_cast<char>('0' + (n / 10) % 10)) + static_cast<char>('0' + n % 10);
@@ -59,6 +62,7 @@ std::string BackupEngine::TimeStamp() {
 
 void BackupEngine::AddLogLine(const std::string& text, bool display) {
     const std::string line = TimeStamp() + " - " + EscapeControls(text);
+    ++m_linesLogged;
     WriteLogFile(line, false);
     if (display) {
         m_view.LogLine(line);
@@ -102,6 +106,9 @@ void BackupEngine::WriteLogFile(const std::string& line, bool continueLast) {
         return;
     }
     if (!m_log.IsOpen() || m_logOpenName != m_logFile) {
+        if (m_ownLog) {
+            return; // the run's own log could not be made (said once)
+        }
         m_logOpenName = m_logFile;
         if (!m_fa->OpenLog(m_log, m_logFile)) {
             m_logOpenName.clear();
@@ -120,6 +127,29 @@ void BackupEngine::WriteLogFile(const std::string& line, bool continueLast) {
     } else {
         LogLogFailure(m_log.Error());
     }
+}
+
+// The run's log is made new, never through a link and never shared: a name found taken
+// when the file is created is passed over for the next.
+void BackupEngine::CreateRunLog() {
+    m_log.CloseFile();
+    m_ownLog = true;
+    m_logSize = 0;
+    for (int attempt = 0; attempt < kLogNameAttempts; ++attempt) {
+        m_logFile = MakeLogFileName(m_logDir);
+        if (m_fa->CreateLog(m_log, m_logFile)) {
+            m_logOpenName = m_logFile;
+            FileInfo info;
+            SysError error;
+            m_logFileId = m_fa->GetPathInfo(m_logFile, info, error) ? info.Id : FileIdentity{};
+            m_logFolderId = m_fa->GetPathInfo(m_logDir, info, error) ? info.Id : FileIdentity{};
+            return;
+        }
+        if (!m_log.Error().IsExists()) {
+            break;
+        }
+    }
+    LogLogFailure(m_log.Error());
 }
 
 std::string BackupEngine::MakeLogFileName(const std::string& dir) {

@@ -10,10 +10,19 @@
 
 namespace tessaron {
 
+// path with the entry name added after a separator (none when it ends in one already):
+// in place, so that a path as long as the walk is deep grows by the name alone.
+void AppendName(std::string& path, const std::string& name);
+
+// The path as log lines show it: whole up to 4,096 bytes (every path the system's calls
+// take), beyond that its first 1,024 and last 2,048 bytes around the count of bytes left
+// out, so that the lines of a tree thousands of levels deep stay short.
+std::string ShownPath(std::string_view path);
+
 // The folder of a copy: open when it could be opened (or made), else the reason.
 struct BackupEngine::CopyFolder {
     clsFolder folder;
-    std::string path;   // its full path, for log lines
+    std::string path;   // its full path as log lines show it (see ShownPath)
     SysError error;     // why folder is not open
     bool fresh = false; // made by this run: nothing in it has a copy yet
     FileIdentity id;    // what its name held when the walk came (an existing folder)
@@ -72,23 +81,52 @@ struct BackupEngine::LevelAhead {
     std::vector<signed char> selected; // per item: -1 not yet asked, else IsSelected
 };
 
-// One folder of the walk: the source folder, open for listing, and (copy and verify
-// phases) the folder of its copy.
+// One folder of the walk while it is open: the source folder, open for listing, and (copy
+// and verify phases) the folder of its copy. Only the deepest levels are open (see
+// WalkFrame).
 struct BackupEngine::Level {
     explicit Level(BackupEngine& e) : ahead(e) {}
     enum class Listing { Here, Ahead, AheadFailed };
     clsFolder ownSrc;
     clsFolder* src = &ownSrc; // ownSrc, or the folder a read-ahead opened
     std::unique_ptr<clsFolder> aheadSrc;
-    std::string srcPath;             // the source folder's path as written: entry, separator, names
-    CopyFolder copy;                 // the copy's folder, unless dst points elsewhere
-    CopyFolder* dst = &copy;         // the target itself for an entry that is a root
-    Listing listing = Listing::Here; // AheadFailed: src's error says why
-    std::vector<clsFSItem> items;    // the source folder's entries
+    std::string shownPath;            // the source folder's path as log lines show it
+    CopyFolder copy;                  // the copy's folder, unless dst points elsewhere
+    CopyFolder* dst = &copy;          // the target itself for an entry that is a root
+    Listing listing = Listing::Here;  // AheadFailed: src's error says why
+    std::vector<clsFSItem> items;     // the source folder's entries
     std::vector<clsFSItem> copyItems; // the copy's entries as listed ahead (see CopyFolder)
     bool copyListed = false;
-    FileIdentity copyId; // the folder copyItems were listed from
-    LevelAhead ahead;    // last: its jobs are withdrawn before anything they use goes
+    FileIdentity copyId;       // the folder copyItems were listed from
+    FileInfo like;             // the source folder's status as listed, for its copy's metadata
+    std::size_t next = 0;      // the next entry to walk
+    bool started = false;      // listed (or the listing failed)
+    bool childPending = false; // the entry before next is a folder walked as the next level
+    bool childOk = true;       // and whether that went well
+    bool failed = false;       // an entry failed
+    bool stopped = false;      // stop-on-error or a cancellation ended the level
+    bool uniform = false;      // every path below is selected: no IsSelected needed
+    std::string resumeAfter;   // opened again: the walk goes on after this name
+    LevelAhead ahead;          // last: its jobs are withdrawn before anything they use goes
+};
+
+// One folder level of the walk, from the selection entry down: a small record that stays
+// when the level is closed (all but the deepest kOpenLevels are), so that depth costs
+// a few dozen bytes a level, and the level's own record while it is open. A closed level
+// is opened again through ".." of the level below when the walk comes back up, checked
+// against the identities kept here.
+struct BackupEngine::WalkFrame {
+    std::unique_ptr<Level> level; // null while closed (and for the entry's own level)
+    std::int64_t atimeSec = 0;    // the source folder's times as listed
+    std::int64_t mtimeSec = 0;
+    std::uint64_t srcKey = 0; // the identities of the source folder and its copy (closed)
+    std::uint64_t dstKey = 0;
+    std::uint32_t atimeNsec = 0;
+    std::uint32_t mtimeNsec = 0;
+    std::uint32_t srcEnd = 0; // where the folder's path ends in m_walkPath
+    std::uint32_t dstEnd = 0; // and its copy's in m_copyPath
+    bool fresh = false;       // the copy folder was made by this run (closed)
+    bool uniform = false;
 };
 
 // A file or link to copy or verify.

@@ -1,11 +1,14 @@
 // The run itself: phase order, the flags that tie the phases together, the result.
 #include "engine/BackupParts.h"
 #include "engine/NumberText.h"
+#include "engine/RunChecks.h"
 #include "mail/clsMailer.h"
 #include "mail/clsRegSettings.h"
 #include "platform/SystemFileAccess.h"
 #include "platform/clsPath.h"
 #include "setfile/clsSetup.h"
+
+#include <cstdlib>
 
 namespace tessaron {
 
@@ -13,6 +16,13 @@ namespace {
 
 constexpr std::int32_t kDefaultBlockSize = 128000;
 constexpr std::int32_t kMaxBlockSize = 16777216;
+
+// TESSARON_LOG_DIR, when set and not empty, puts the run logs of every front end in
+// another folder than the program's (tests, and administrators who keep logs elsewhere).
+std::string LogDirFromEnvironment() {
+    const char* dir = std::getenv("TESSARON_LOG_DIR");
+    return dir != nullptr ? dir : "";
+}
 
 // The mailer's host: its lines go into the run log, its waits yield to the view.
 class MailHost : public IMailHost {
@@ -76,10 +86,6 @@ const std::string& BackupEngine::LogFile() const {
     return m_logFile;
 }
 
-void BackupEngine::LogFile(const std::string& path) {
-    m_logFile = path;
-}
-
 RunResult BackupEngine::Result() const {
     return m_result;
 }
@@ -112,6 +118,7 @@ bool BackupEngine::Run() {
     m_view.Finished();
     EjectTarget();
     m_log.CloseFile();
+    m_ownLog = false;
     m_target.reset();
     return m_result == RunResult::Complete;
 }
@@ -122,21 +129,27 @@ void BackupEngine::StartRun() {
     m_target.reset();
     m_outputId = FileIdentity{};
     m_outputLogged = false;
+    m_clearFailed = false;
+    m_filesFailed = 0;
     m_logFailed = false;
+    m_logLeftOut = false;
+    m_logFolderId = m_logFileId = FileIdentity{};
     m_shownHead.clear();
     m_shownTail.clear();
     m_shownDropped = 0;
-    if (m_setup->BackupType != "INCREMENTAL" && m_setup->BackupType != "FULL") {
-        m_setup->BackupType = "FULL";
+    if (!BackupKindOf(m_setup->BackupType)) {
+        m_setup->BackupType = BackupTypeName(BackupKind::Full);
+    }
+    if (m_logDir.empty()) {
+        m_logDir = LogDirFromEnvironment();
     }
     if (m_logDir.empty()) {
         m_logDir = m_fa->ProgramLogDir();
     } else {
         clsFolder dir; // a failure shows as a log that cannot be written
-        m_fa->CreateFolder(dir, m_logDir);
+        m_fa->CreateFolder(dir, m_logDir, 0700);
     }
-    m_log.CloseFile();
-    m_logFile = MakeLogFileName(m_logDir);
+    CreateRunLog();
     m_progress = std::make_unique<clsProgress>();
     AddLogLine("Starting Backup (" + m_setup->BackupType + ")...", true);
     ReadBlockSize();
@@ -181,7 +194,7 @@ bool BackupEngine::SizePhase(bool& hadError) {
     // A target that exists already is left out of the walk from the start.
     FileInfo target;
     SysError error;
-    if (HasRoot(m_setup->Target) && m_fa->GetPathInfo(m_setup->Target, target, error) &&
+    if (TargetNamesDrive(m_setup->Target) && m_fa->GetPathInfo(m_setup->Target, target, error) &&
         target.Kind == FileKind::Directory) {
         m_outputId = target.Id;
         m_outputPath = m_setup->Target;
@@ -201,7 +214,9 @@ bool BackupEngine::SizePhase(bool& hadError) {
     if (!ok) {
         m_cancelled = true;
     }
-    return !m_cancelled;
+    // What the clearing could not remove is an error; with stop-on-error nothing is copied.
+    hadError = hadError || m_clearFailed;
+    return !m_cancelled && !(m_clearFailed && m_setup->StopOnError);
 }
 
 // Copy (or verify) phase over every selection entry. Returns false when cancelled.
@@ -218,6 +233,10 @@ bool BackupEngine::CopyOrVerifyPhase(bool verifying, bool& hadError) {
     EachSelection(hadError, [&](const std::string& path, bool& ok) {
         RunSelection(path, target, verifying, ok);
     });
+    const bool walkedAll = !m_cancelled && !(m_setup->StopOnError && hadError);
+    if (!verifying && walkedAll) {
+        LogUnreached(hadError);
+    }
     if (!verifying) {
         LogPhaseSummary("Copy Complete", " Files Transferred,  ", " Bytes Transferred");
     }
@@ -306,7 +325,7 @@ void BackupEngine::MailLog(const std::string& resultText) {
 
 void BackupEngine::SaveLogToTarget() {
     // A relative target would put the log wherever the process happens to run.
-    if (!m_setup->SaveLog || !HasRoot(m_setup->Target)) {
+    if (!m_setup->SaveLog || !TargetNamesDrive(m_setup->Target)) {
         return;
     }
     const std::string dest = clsPath::Join(
@@ -320,7 +339,7 @@ void BackupEngine::SaveLogToTarget() {
 }
 
 void BackupEngine::EjectTarget() {
-    if (!m_setup->EjectMedia || !HasRoot(m_setup->Target)) {
+    if (!m_setup->EjectMedia || !TargetNamesDrive(m_setup->Target)) {
         return;
     }
     if (!m_fa->EjectMedia(m_setup->Target) && m_fa->GetDriveType(m_setup->Target) == "REMOVABLE") {

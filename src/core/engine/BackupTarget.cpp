@@ -1,49 +1,92 @@
-// The target device check and the optional clearing of the target. Whether clearing is
-// safe is decided on the identity of folders, never on how the target is spelled.
+// The target device check and the optional clearing of the target. An existing target is
+// opened once: whether clearing it is safe is decided on that open folder's identity,
+// never on how the target is spelled, and the clearing and the copies work below it, so
+// that a link on the way swapped meanwhile changes nothing.
 #include "engine/BackupParts.h"
-#include "platform/clsPath.h"
+#include "engine/RunChecks.h"
 #include "setfile/clsSetup.h"
 
 namespace tessaron {
 
 namespace {
-
 constexpr PathStyle kStyle = NativePathStyle();
-
 } // namespace
-
-// POSIX has no drive letters: a target that is not absolute is what a missing drive is.
-// On Windows the drive part decides, so a UNC target is refused as the rules say.
-bool BackupEngine::HasRoot(const std::string& target) const {
-    if (kStyle == PathStyle::Windows) {
-        return !clsPath(target, kStyle).Drive.empty();
-    }
-    return clsPath::IsAbsolute(target, kStyle);
-}
 
 void BackupEngine::CheckTarget(const std::string& target, bool& ok) {
     ok = false;
-    if (!HasRoot(target)) {
+    if (!TargetNamesDrive(target)) {
         AddLogLine("Invalid Target - No Drive or Server specified", true);
         return;
     }
     if (!CheckDevice(target)) {
         return;
     }
+    OpenTarget(target);
     if (!m_setup->CleanTarget) {
         ok = true;
         return;
     }
-    if (!ClearIsSafe(target) || !ConfirmClear(target)) {
+    const bool open = m_target && m_target->folder.IsOpen();
+    if ((open && !ClearIsSafe(target)) || !ConfirmClear(target)) {
         return;
     }
     AddLogLine("Clearing " + target + "...", true);
-    SysError error;
-    // What could not be removed is overwritten or reported by the copy.
-    m_fa->Clean(
-        target, [this] { YieldPoint(); }, error);
-    AppendLogLine("Done", true);
+    const long long linesBefore = m_linesLogged;
+    if (open) { // a missing target holds nothing
+        ClearTarget(target);
+    }
+    if (m_linesLogged == linesBefore) {
+        AppendLogLine("Done", true);
+    }
     ok = true;
+}
+
+// Opens the target when it exists (UseTarget makes a missing one for the copy phase).
+void BackupEngine::OpenTarget(const std::string& target) {
+    m_target = std::make_unique<CopyFolder>();
+    m_targetArg = target;
+    m_target->path = clsPath::WithoutTrailingSeparators(target, kStyle);
+    FileInfo own;
+    if (!m_fa->OpenFolder(m_target->folder, target) ||
+        !m_fa->GetFolderInfo(m_target->folder, own)) {
+        m_target.reset();
+        return;
+    }
+    m_outputId = own.Id;
+    m_outputPath = target;
+}
+
+// Removes everything below the open target, never leaving its file system: a mount point
+// inside and the run's own log folder stay as they are, each said; whatever cannot be
+// removed is an error line, and the run ends "Error During Backup".
+void BackupEngine::ClearTarget(const std::string& target) {
+    RemovalReport report;
+    for (const FileIdentity& id : {m_logFolderId, m_logFileId}) {
+        if (id.Valid) {
+            report.keep.push_back(id);
+        }
+    }
+    report.kept = [&](const std::string& path) {
+        AddLogLine("Log folder not cleared - " + ShownPath(clsPath::Join(target, path, kStyle)),
+                   true);
+    };
+    report.left = [&](const std::string& path, const SysError& why) {
+        LogLeftInPlace("Unable to remove", ShownPath(clsPath::Join(target, path, kStyle)), why);
+        m_clearFailed = true;
+        return !m_setup->StopOnError && !m_cancelled;
+    };
+    report.yield = [this] { YieldPoint(); };
+    m_fa->Empty(m_target->folder, report);
+}
+
+// An entry a removal left in place: a mount point, or one that could not be removed.
+void BackupEngine::LogLeftInPlace(const std::string& what, const std::string& path,
+                                  const SysError& why) {
+    if (why.IsOtherMount()) {
+        AddLogLine("Mount point left as it is - " + path, true);
+    } else {
+        LogError(what, path, why);
+    }
 }
 
 bool BackupEngine::CheckDevice(const std::string& target) {
@@ -89,13 +132,21 @@ bool BackupEngine::WaitForMedium(const std::string& target) {
 }
 
 // Refuses to clear a target that is or holds the root or a home folder, or that holds
-// or is a selected source, however any of them is spelled (links, ".", "..", "//").
+// or is a selected source, however any of them is spelled (links, ".", "..", "//"):
+// each is compared with the identity of the open target.
 bool BackupEngine::ClearIsSafe(const std::string& target) {
+    FileInfo own;
+    if (!m_fa->GetFolderInfo(m_target->folder, own)) {
+        LogError("Target Not Cleared", target, m_target->folder.Error());
+        return false;
+    }
     for (const std::string& place : m_fa->ProtectedFolders()) {
-        if (!m_fa->IsSameOrInside(place, target)) {
+        if (!m_fa->IsSameOrInside(place, own.Id)) {
             continue;
         }
-        const bool same = m_fa->IsSameOrInside(target, place);
+        FileInfo info;
+        SysError error;
+        const bool same = m_fa->GetPathInfo(place, info, error) && info.Id == own.Id;
         AddLogLine(
             "Target Not Cleared - " + target +
                 (same ? " is the root or a home directory" : " holds the home directory " + place),
@@ -103,7 +154,7 @@ bool BackupEngine::ClearIsSafe(const std::string& target) {
         return false;
     }
     for (const clsSelItem& item : m_setup->Sel) {
-        if (!item.path().empty() && m_fa->IsSameOrInside(item.path(), target)) {
+        if (!item.path().empty() && m_fa->IsSameOrInside(item.path(), own.Id)) {
             AddLogLine("Target Not Cleared - " + target + " holds the selected source " +
                            item.path(),
                        true);
@@ -116,7 +167,8 @@ bool BackupEngine::ClearIsSafe(const std::string& target) {
 bool BackupEngine::ConfirmClear(const std::string& target) {
     const std::string title = "Clear Target";
     // Quiet mode clears without asking, except the root of a whole file system.
-    if (m_setup->Quiet && !m_fa->IsDriveRoot(target)) {
+    if (m_setup->Quiet &&
+        !(m_target && m_target->folder.IsOpen() && m_fa->IsMountRoot(m_target->folder))) {
         LogQuietAnswer(title, MsgAnswer::Yes);
         return true;
     }

@@ -1,11 +1,20 @@
 #include "engine/RunChecks.h"
 
 #include "platform/SystemFileAccess.h"
+#include "platform/clsPath.h"
 #include "setfile/clsSetup.h"
 
 #include <algorithm>
 
 namespace tessaron {
+
+bool TargetNamesDrive(const std::string& target) {
+    constexpr PathStyle style = NativePathStyle();
+    if (style == PathStyle::Windows) {
+        return !clsPath(target, style).Drive.empty();
+    }
+    return clsPath::IsAbsolute(target, style);
+}
 
 std::string NothingToRunReason(const clsSetup& setup) {
     SystemFileAccess access;

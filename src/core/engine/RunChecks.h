@@ -8,6 +8,11 @@ namespace tessaron {
 class clsSetup;
 class IFileAccess;
 
+// Whether a target names a drive or a server (Windows: "C:\Backup", "\\srv\share") or,
+// on POSIX, which has no drives, is absolute. A run refuses any other target, and so does
+// the window's Start.
+bool TargetNamesDrive(const std::string& target);
+
 // Why a run of setup would have nothing it could copy, or "" when it may go ahead: the
 // set has no selections, or no target, or every selection is the target itself or lies
 // inside it (decided on the identity of folders, however the paths are spelled). The

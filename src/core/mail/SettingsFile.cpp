@@ -1,5 +1,7 @@
 #include "mail/SettingsFile.h"
 
+#include "platform/Trim.h"
+
 #include <algorithm>
 #include <string_view>
 
@@ -56,13 +58,6 @@ std::string Unescape(const std::string& s) {
     return out;
 }
 
-std::string TrimBlanks(const std::string& s) {
-    const auto first = s.find_first_not_of(" \t");
-    if (first == std::string::npos)
-        return "";
-    return s.substr(first, s.find_last_not_of(" \t") - first + 1);
-}
-
 std::string EscapeName(const std::string& name) {
     if (name.empty())
         return "@";
@@ -96,8 +91,7 @@ void SettingsDocument::Parse(const std::string& text) {
         if (length > kMaxLine) {
             continue;
         }
-        line = TrimBlanks(line.empty() || line.back() != '\r' ? line
-                                                              : line.substr(0, line.size() - 1));
+        line = TrimWhiteSpace(line);
         if (line.empty() || line[0] == ';' || line[0] == '#')
             continue;
         if (line[0] == '[') {
@@ -110,9 +104,9 @@ void SettingsDocument::Parse(const std::string& text) {
         const std::size_t eq = line.find('=');
         if (current == nullptr || eq == std::string::npos)
             continue;
-        const std::string rawName = TrimBlanks(line.substr(0, eq));
+        const std::string rawName = TrimWhiteSpace(line.substr(0, eq));
         const std::string name = rawName == "@" ? "" : Unescape(rawName);
-        const std::string value = Unescape(TrimBlanks(line.substr(eq + 1)));
+        const std::string value = Unescape(TrimWhiteSpace(line.substr(eq + 1)));
         const bool known = std::any_of(current->Values.begin(), current->Values.end(),
                                        [&](const auto& v) { return SameName(v.first, name); });
         if (!known)

@@ -4,6 +4,7 @@
 #include "mail/SecretStore.h"
 #include "mail/TimeZone.h"
 #include "mail/TlsChannel.h"
+#include "platform/Trim.h"
 
 #include <algorithm>
 #include <array>
@@ -157,10 +158,7 @@ std::string AddressOf(const std::string& text) {
     const std::size_t close = text.find('>', open == std::string::npos ? 0 : open);
     if (open != std::string::npos && close != std::string::npos)
         return text.substr(open + 1, close - open - 1);
-    const std::size_t first = text.find_first_not_of(" \t");
-    return first == std::string::npos
-               ? ""
-               : text.substr(first, text.find_last_not_of(" \t") - first + 1);
+    return TrimWhiteSpace(text);
 }
 
 } // namespace

@@ -1,18 +1,9 @@
 // The parts of clsRegSettings that do not depend on where the settings are kept.
 #include "mail/clsRegSettings.h"
 
+#include "platform/Trim.h"
+
 namespace tessaron {
-
-namespace {
-
-std::string TrimBlanks(const std::string& s) {
-    const auto first = s.find_first_not_of(' ');
-    if (first == std::string::npos)
-        return "";
-    return s.substr(first, s.find_last_not_of(' ') - first + 1);
-}
-
-} // namespace
 
 clsRegSettings::clsRegSettings() = default;
 
@@ -22,11 +13,11 @@ void clsRegSettings::HKey(std::uint32_t root) {
 }
 
 void clsRegSettings::Company(const std::string& name) {
-    company_ = TrimBlanks(name);
+    company_ = TrimSpaces(name);
 }
 
 void clsRegSettings::AppName(const std::string& name) {
-    appName_ = TrimBlanks(name);
+    appName_ = TrimSpaces(name);
 }
 
 std::string clsRegSettings::KeyPath(const std::string& section) const {

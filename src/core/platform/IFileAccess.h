@@ -37,8 +37,9 @@ public:
 
     // Opens the folder path (clsFolder::Open with followLast).
     virtual bool OpenFolder(clsFolder& folder, const std::string& path) = 0;
-    // Makes the folder path and what is missing above it, then opens it (clsFolder::Create).
-    virtual bool CreateFolder(clsFolder& folder, const std::string& path) = 0;
+    // Makes the folder path and what is missing above it with the permission bits mode,
+    // then opens it (clsFolder::Create).
+    virtual bool CreateFolder(clsFolder& folder, const std::string& path, unsigned mode) = 0;
     // Opens the file path for reading (a FIFO put there never blocks the open).
     virtual bool OpenFile(clsBinaryFile& file, const std::string& path) = 0;
     // The status of what path names. A path that does not exist (or a link that leads
@@ -47,15 +48,12 @@ public:
     virtual bool GetPathInfo(const std::string& path, FileInfo& out, SysError& error) = 0;
     // The questions of clsFileSystem with the same names.
     virtual bool IsSameOrInside(const std::string& inner, const std::string& outer) = 0;
-    virtual bool IsDriveRoot(const std::string& path) = 0;
+    virtual bool IsSameOrInside(const std::string& inner, const FileIdentity& outer) = 0;
     virtual std::vector<std::string> ProtectedFolders() = 0;
     virtual std::string GetDriveType(const std::string& path) = 0;
     virtual double GetDriveFreeSpace(const std::string& path) = 0;
     virtual bool Exists(const std::string& path) = 0;
     virtual std::string ProgramLogDir() = 0;
-    // Removes everything inside path (clsFileSystem::Clean); yield runs after each entry.
-    virtual bool Clean(const std::string& path, const std::function<void()>& yield,
-                       SysError& error) = 0;
     // Copies the file from to the new file to (clsFileSystem::Copy, never replacing).
     virtual bool CopyFile(const std::string& from, const std::string& to, SysError& error) = 0;
     virtual bool EjectMedia(const std::string& path) = 0;
@@ -64,12 +62,22 @@ public:
 
     virtual bool OpenFolderAt(clsFolder& folder, const clsFolder& parent,
                               const std::string& name) = 0;
+    // Opens the folder that holds child (clsFolder::OpenParent).
+    virtual bool OpenParent(clsFolder& folder, const clsFolder& child) = 0;
+    // Whether the open folder is the root of a file system (clsFolder::IsMountRoot).
+    virtual bool IsMountRoot(clsFolder& folder) = 0;
     virtual bool List(clsFolder& folder, std::vector<clsFSItem>& items) = 0;
     virtual bool GetInfoAt(clsFolder& folder, const std::string& name, FileInfo& out) = 0;
     // The open folder's own status.
     virtual bool GetFolderInfo(clsFolder& folder, FileInfo& out) = 0;
     virtual bool CreateFolderAt(clsFolder& folder, const std::string& name) = 0;
+    // Removes a file or link (clsFolder::RemoveAt).
     virtual bool RemoveAt(clsFolder& folder, const std::string& name) = 0;
+    // Removes everything inside the folder, or the entry name with everything in it,
+    // never leaving the folder's file system (clsFolder::Empty, RemoveTreeAt).
+    virtual bool Empty(clsFolder& folder, const RemovalReport& report) = 0;
+    virtual bool RemoveTreeAt(clsFolder& folder, const std::string& name,
+                              const RemovalReport& report) = 0;
     virtual bool RenameAt(clsFolder& folder, const std::string& from, const std::string& to) = 0;
     virtual bool ReadLinkAt(clsFolder& folder, const std::string& name, std::string& text) = 0;
     virtual bool CreateLinkAt(clsFolder& folder, const std::string& name,
@@ -119,6 +127,10 @@ public:
 
     // Opens (or creates) the log file for writing, shared for reading.
     virtual bool OpenLog(clsBinaryFile& file, const std::string& path) = 0;
+    // Creates the log file new for writing, shared for reading: a name that exists (even
+    // as a link) is a failure (SysError::IsExists), so nothing is written through a link
+    // and no two runs share a file.
+    virtual bool CreateLog(clsBinaryFile& file, const std::string& path) = 0;
     // Writes all count bytes at offset.
     virtual bool WriteAt(clsBinaryFile& file, const void* data, std::size_t count,
                          long long offset) = 0;

@@ -27,6 +27,8 @@ public:
     static SysError NotDirectory();
     static SysError NameTooLong();
     static SysError BadHandle();
+    // Another file system is mounted there (a removal leaves it as it is).
+    static SysError OtherMount();
 
     explicit operator bool() const { return m_code != 0; }
     int Code() const { return m_code; }
@@ -42,6 +44,7 @@ public:
     bool IsNoSpace() const;      // the medium is full, or the user's quota is used up
     bool IsNotDirectory() const; // a folder was expected
     bool IsLink() const;         // a link was met where links are refused
+    bool IsOtherMount() const;   // another file system is mounted there
     // A failure that only the writing side of a copy can cause (full medium, quota, file
     // too large, read-only medium): a copy that fails so names its destination.
     bool IsWriteSide() const;

@@ -7,8 +7,8 @@ bool SystemFileAccess::OpenFolder(clsFolder& folder, const std::string& path) {
     return folder.Open(path, true);
 }
 
-bool SystemFileAccess::CreateFolder(clsFolder& folder, const std::string& path) {
-    return folder.Create(path);
+bool SystemFileAccess::CreateFolder(clsFolder& folder, const std::string& path, unsigned mode) {
+    return folder.Create(path, mode);
 }
 
 bool SystemFileAccess::OpenFile(clsBinaryFile& file, const std::string& path) {
@@ -27,8 +27,8 @@ bool SystemFileAccess::IsSameOrInside(const std::string& inner, const std::strin
     return m_fs.IsSameOrInside(inner, outer);
 }
 
-bool SystemFileAccess::IsDriveRoot(const std::string& path) {
-    return m_fs.IsDriveRoot(path);
+bool SystemFileAccess::IsSameOrInside(const std::string& inner, const FileIdentity& outer) {
+    return m_fs.IsSameOrInside(inner, outer);
 }
 
 std::vector<std::string> SystemFileAccess::ProtectedFolders() {
@@ -51,15 +51,6 @@ std::string SystemFileAccess::ProgramLogDir() {
     return m_fs.ProgramLogDir();
 }
 
-bool SystemFileAccess::Clean(const std::string& path, const std::function<void()>& yield,
-                             SysError& error) {
-    m_fs.DoEvents = yield;
-    const bool ok = m_fs.Clean(path);
-    m_fs.DoEvents = nullptr;
-    error = ok ? SysError() : m_fs.LastErrorInfo;
-    return ok;
-}
-
 bool SystemFileAccess::CopyFile(const std::string& from, const std::string& to, SysError& error) {
     const bool ok = m_fs.Copy(from, to, false);
     error = ok ? SysError() : m_fs.LastErrorInfo;
@@ -73,6 +64,14 @@ bool SystemFileAccess::EjectMedia(const std::string& path) {
 bool SystemFileAccess::OpenFolderAt(clsFolder& folder, const clsFolder& parent,
                                     const std::string& name) {
     return folder.OpenAt(parent, name);
+}
+
+bool SystemFileAccess::OpenParent(clsFolder& folder, const clsFolder& child) {
+    return folder.OpenParent(child);
+}
+
+bool SystemFileAccess::IsMountRoot(clsFolder& folder) {
+    return folder.IsMountRoot();
 }
 
 bool SystemFileAccess::List(clsFolder& folder, std::vector<clsFSItem>& items) {
@@ -93,6 +92,15 @@ bool SystemFileAccess::CreateFolderAt(clsFolder& folder, const std::string& name
 
 bool SystemFileAccess::RemoveAt(clsFolder& folder, const std::string& name) {
     return folder.RemoveAt(name);
+}
+
+bool SystemFileAccess::Empty(clsFolder& folder, const RemovalReport& report) {
+    return folder.Empty(report);
+}
+
+bool SystemFileAccess::RemoveTreeAt(clsFolder& folder, const std::string& name,
+                                    const RemovalReport& report) {
+    return folder.RemoveTreeAt(name, report);
 }
 
 bool SystemFileAccess::RenameAt(clsFolder& folder, const std::string& from, const std::string& to) {
@@ -201,6 +209,11 @@ void SystemFileAccess::DropCache(clsBinaryFile& file) {
 
 bool SystemFileAccess::OpenLog(clsBinaryFile& file, const std::string& path) {
     return file.OpenFile(path, FileAccess::Write, FileShare::Read, FileOpen::OpenAlways,
+                         FileAttr::Normal);
+}
+
+bool SystemFileAccess::CreateLog(clsBinaryFile& file, const std::string& path) {
+    return file.OpenFile(path, FileAccess::Write, FileShare::Read, FileOpen::CreateNew,
                          FileAttr::Normal);
 }
 

@@ -11,27 +11,30 @@ namespace tessaron {
 class SystemFileAccess : public IFileAccess {
 public:
     bool OpenFolder(clsFolder& folder, const std::string& path) override;
-    bool CreateFolder(clsFolder& folder, const std::string& path) override;
+    bool CreateFolder(clsFolder& folder, const std::string& path, unsigned mode) override;
     bool OpenFile(clsBinaryFile& file, const std::string& path) override;
     bool GetPathInfo(const std::string& path, FileInfo& out, SysError& error) override;
     bool IsSameOrInside(const std::string& inner, const std::string& outer) override;
-    bool IsDriveRoot(const std::string& path) override;
+    bool IsSameOrInside(const std::string& inner, const FileIdentity& outer) override;
     std::vector<std::string> ProtectedFolders() override;
     std::string GetDriveType(const std::string& path) override;
     double GetDriveFreeSpace(const std::string& path) override;
     bool Exists(const std::string& path) override;
     std::string ProgramLogDir() override;
-    bool Clean(const std::string& path, const std::function<void()>& yield,
-               SysError& error) override;
     bool CopyFile(const std::string& from, const std::string& to, SysError& error) override;
     bool EjectMedia(const std::string& path) override;
 
     bool OpenFolderAt(clsFolder& folder, const clsFolder& parent, const std::string& name) override;
+    bool OpenParent(clsFolder& folder, const clsFolder& child) override;
+    bool IsMountRoot(clsFolder& folder) override;
     bool List(clsFolder& folder, std::vector<clsFSItem>& items) override;
     bool GetInfoAt(clsFolder& folder, const std::string& name, FileInfo& out) override;
     bool GetFolderInfo(clsFolder& folder, FileInfo& out) override;
     bool CreateFolderAt(clsFolder& folder, const std::string& name) override;
     bool RemoveAt(clsFolder& folder, const std::string& name) override;
+    bool Empty(clsFolder& folder, const RemovalReport& report) override;
+    bool RemoveTreeAt(clsFolder& folder, const std::string& name,
+                      const RemovalReport& report) override;
     bool RenameAt(clsFolder& folder, const std::string& from, const std::string& to) override;
     bool ReadLinkAt(clsFolder& folder, const std::string& name, std::string& text) override;
     bool CreateLinkAt(clsFolder& folder, const std::string& name, const std::string& text) override;
@@ -56,6 +59,7 @@ public:
     void DropCache(clsBinaryFile& file) override;
 
     bool OpenLog(clsBinaryFile& file, const std::string& path) override;
+    bool CreateLog(clsBinaryFile& file, const std::string& path) override;
     bool WriteAt(clsBinaryFile& file, const void* data, std::size_t count,
                  long long offset) override;
 

@@ -36,7 +36,12 @@ struct FileInfo {
     int Attributes = 0;
     unsigned Uid = 0;
     unsigned Gid = 0;
-    FileIdentity Id;     // volume and file number
+    FileIdentity Id; // volume and file number
+    // The mount that holds it, as a number that differs from mount to mount (Linux: the
+    // mount's id, so that a folder bound onto another of the same device differs too;
+    // Windows: the volume serial number, of the mounted volume for a folder onto which a
+    // volume is mounted); 0 where the system cannot tell.
+    unsigned long long Mount = 0;
     bool Sparse = false; // a regular file that takes less room than its size: it has holes
 };
 

@@ -1,6 +1,8 @@
 // The parts of clsFileSystem that do not depend on the operating system.
 #include "platform/clsFileSystem.h"
 
+#include "platform/Trim.h"
+#include "platform/clsFolder.h"
 #include "platform/clsPath.h"
 
 #include <chrono>
@@ -12,15 +14,6 @@
 namespace tessaron {
 
 namespace {
-
-std::string Trim(const std::string& text) {
-    std::size_t first = text.find_first_not_of(" \t");
-    if (first == std::string::npos) {
-        return {};
-    }
-    std::size_t last = text.find_last_not_of(" \t");
-    return text.substr(first, last - first + 1);
-}
 
 bool IsSeparator(char c) {
     return c == '/' || (NativePathStyle() == PathStyle::Windows && c == '\\');
@@ -35,6 +28,21 @@ std::string clsFileSystem::WithoutTrailingSeparator(const std::string& path) {
         return path.substr(0, path.size() - 1);
     }
     return path;
+}
+
+bool clsFileSystem::Clean(const std::string& path) {
+    clsFolder folder;
+    if (path.empty() || !folder.Open(path, true)) {
+        return Fail("Clean", path.empty() ? SysError::NotFound().Code() : folder.LastErrorCode);
+    }
+    return EmptyOpenFolder(folder, "Clean");
+}
+
+bool clsFileSystem::EmptyOpenFolder(clsFolder& folder, const char* member) {
+    RemovalReport report;
+    report.left = [](const std::string&, const SysError&) { return false; };
+    report.yield = [this] { Yield(); };
+    return folder.Empty(report) || Fail(member, folder.LastErrorCode);
 }
 
 bool clsFileSystem::WaitUntilGone(const std::string& path) {
@@ -82,11 +90,11 @@ std::vector<std::string> clsFileSystem::ListFiles(const std::string& path) {
 std::string clsFileSystem::GetTempFile(const std::string& TempPath, const std::string& Prefix,
                                        const std::string& FileType) {
     const char sep = PathSeparator(NativePathStyle());
-    std::string folder = TempPath.empty() ? GetTempDir() : Trim(TempPath);
+    std::string folder = TempPath.empty() ? GetTempDir() : TrimSpaces(TempPath);
     if (folder.empty() || folder.back() != sep) {
         folder += sep;
     }
-    std::string prefix = Trim(Prefix.substr(0, 3));
+    std::string prefix = TrimSpaces(Prefix.substr(0, 3));
     std::string extension = FileType.empty() ? ".tmp" : "." + FileType;
 
     std::mt19937 random(static_cast<unsigned>(

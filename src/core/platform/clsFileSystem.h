@@ -24,6 +24,8 @@
 
 namespace tessaron {
 
+class clsFolder;
+
 class clsFileSystem {
 public:
     clsFileSystem() = default;
@@ -86,8 +88,10 @@ public:
     // Makes a directory and every missing parent (mkdir -p); true when it exists after.
     bool CreateDirectories(const std::string& path);
     // Deletes everything inside path, keeping path. Links inside are removed as links and
-    // never followed. Stops at the first entry that cannot be deleted and returns false,
-    // leaving the entries not yet reached. False for a missing path; true for an empty one.
+    // never followed, and nothing on another file system mounted inside is touched (see
+    // clsFolder::Empty). Stops at the first entry that cannot be deleted and returns
+    // false, leaving the entries not yet reached. False for a missing path; true for an
+    // empty one.
     bool Clean(const std::string& path);
 
     // --- Metadata of a copy (the engine carries these from source to destination) ----------
@@ -115,6 +119,9 @@ public:
     // part is resolved as the system resolves it (".", "..", repeated separators, links);
     // a missing rest lies below its existing part. False when outer does not exist.
     bool IsSameOrInside(const std::string& inner, const std::string& outer);
+    // The same for the folder whose identity is outer (an open folder's, so that the
+    // answer is about the very folder the caller holds).
+    bool IsSameOrInside(const std::string& inner, const FileIdentity& outer);
     // True when path names the root of a file system: "/", a mount point, or a folder
     // mounted onto another one (Windows: a drive's root such as "E:\", or a volume
     // mounted onto a folder). False when it does not exist.
@@ -181,6 +188,9 @@ public:
 
 private:
     bool Fail(const char* member, int code);
+    // Empties the open folder, stopping at the first entry that cannot be deleted (the
+    // failure is member's).
+    bool EmptyOpenFolder(clsFolder& folder, const char* member);
     // path without one trailing separator, unless it is a root ("/", "C:\").
     static std::string WithoutTrailingSeparator(const std::string& path);
     // The entry names of the directory path (not a link), other than "." and "..",

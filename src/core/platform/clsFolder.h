@@ -16,10 +16,25 @@
 #include "platform/SysError.h"
 #include "platform/clsFSItem.h"
 
+#include <functional>
 #include <string>
 #include <vector>
 
 namespace tessaron {
+
+// What a removal below a folder leaves in place, and how it says so (see clsFolder::Empty).
+struct RemovalReport {
+    // An entry left in place: its path below the folder the removal started in (names
+    // joined by the system's separator) and why; SysError::OtherMount() for a file system
+    // mounted there. Returns false to end the removal there. May be empty.
+    std::function<bool(const std::string& path, const SysError& why)> left;
+    // Entries, by identity, left as they are with everything in them, each said through
+    // kept (may be empty).
+    std::vector<FileIdentity> keep;
+    std::function<void(const std::string& path)> kept;
+    // Runs after every entry (may be empty).
+    std::function<void()> yield;
+};
 
 class clsFolder {
 public:
@@ -41,14 +56,23 @@ public:
     // last asked for.
     bool Open(const std::string& path, bool followLast = false);
     // Makes the folder path and every missing folder above it (as "mkdir -p" does, with
-    // the default permissions), then opens it following links, as Open(path, true).
-    bool Create(const std::string& path);
+    // the permission bits mode less the umask; 0700 for folders only their owner may read;
+    // Windows: the folders take the permissions of the folder above), then opens it
+    // following links, as Open(path, true).
+    bool Create(const std::string& path, unsigned mode = 0777);
     // Opens the entry name of the open folder parent; a link or anything else that is not
     // a folder is refused. Path() becomes parent's path and name joined.
     bool OpenAt(const clsFolder& parent, const std::string& name);
+    // Opens the folder that holds the open folder child (its ".."), whatever its path says
+    // now: the caller compares its identity with the one it expects. Path() becomes
+    // child's path without its last name.
+    bool OpenParent(const clsFolder& child);
     void Close();
     bool IsOpen() const { return m_fd != -1; }
-    // The path given to the last Open ("" after Close).
+    // The path given to the last Open ("" after Close). On POSIX a folder opened inside
+    // another whose path would pass the system's limit on paths keeps "" (nothing needs
+    // it there: every call works on the handle, and building it would cost a copy of the
+    // whole path at every level of a deep tree).
     const std::string& Path() const { return m_path; }
     NativeHandle Handle() const { return m_fd; }
 
@@ -62,13 +86,29 @@ public:
     bool GetInfo(const std::string& name, FileInfo& out);
     // The folder's own status.
     bool GetOwnInfo(FileInfo& out);
+    // True when the folder is the root of a file system: "/", a mount point or a folder
+    // bound onto another (Windows: a drive's root, or a volume mounted onto a folder).
+    bool IsMountRoot();
 
     // Makes the folder name inside this one, readable and writable by its owner only (a
     // copy gets its final permissions with SetMode once its contents are written).
     bool CreateFolderAt(const std::string& name);
-    // Removes the entry name: a file or link (never what a link points to), or a folder
-    // with everything in it. False at the first entry that cannot be removed.
+    // Removes the entry name: a file or a link (never what a link points to). A folder
+    // is refused (see RemoveTreeAt).
     bool RemoveAt(const std::string& name);
+    // Removes the empty folder name.
+    bool RemoveFolderAt(const std::string& name);
+    // Removes everything inside this folder: files, links (never what they point to) and
+    // folders with everything in them. It works one level at a time with its own bounded
+    // stack and a bounded number of folders open, so any depth is removed. It never enters
+    // or removes anything on another mount than this folder's (compared before entering
+    // each folder): a mount point is left in place and reported. What cannot be removed
+    // is reported and the removal goes on (unless report.left says stop); a folder that
+    // keeps something is left without a report of its own. True when nothing was
+    // reported; false with LastErrorCode set from the first report.
+    bool Empty(const RemovalReport& report);
+    // The same for the entry name, which is removed too unless something is left in it.
+    bool RemoveTreeAt(const std::string& name, const RemovalReport& report);
     // Renames the entry from to to inside this folder; a file or link at to is replaced
     // in one step (readers see the old or the new one, never neither). A folder at to is
     // not replaced (false).
@@ -118,10 +158,15 @@ public:
 private:
     bool Fail();
     bool Adopt(NativeHandle fd, const std::string& path);
+    bool Remove(const std::string* name, const RemovalReport& report);
 
     NativeHandle m_fd = -1;
     bool m_searchOnly = false;
     std::string m_path;
+    // Windows: the path the system resolved the open folder to, every link on the way
+    // resolved; its entries are named through it, so that a link on the way swapped after
+    // the open changes nothing.
+    std::string m_realPath;
     unsigned m_newUid = 0;
     unsigned m_newGid = 0;
     bool m_modePredictable = false;

@@ -16,9 +16,9 @@ namespace tessaron::gui {
 // Runs the backup set in the run window, owned by mainWindow, and returns when the run has
 // ended. unloadOnExit is true for a run started from the command line: the run window then
 // closes itself when the run ends; otherwise it stays, with its Close button, until the
-// user closes it. The result is the program's exit status for the run: 0 "Backup
-// Complete", 1 "Error During Backup", 2 "Backup Cancelled", 3 nothing was run. The set is
-// not owned; the run may change its BackupType (see BackupEngine::Setup).
+// user closes it. The result is the program's exit status for the run (ExitStatus or
+// kExitNothingRun, see engine/RunResult.h). The set is not owned; the run may change its
+// BackupType (see BackupEngine::Setup).
 using RunStarter = std::function<int(QWidget* mainWindow, clsSetup& setup, bool unloadOnExit)>;
 
 // Opens a window or document over mainWindow ("Email Setup", "Contents...", "About...").

@@ -24,8 +24,6 @@
 #include <QVBoxLayout>
 #include <QWindow>
 
-#include <cstdlib>
-
 namespace tessaron::gui {
 
 namespace {
@@ -448,9 +446,6 @@ int RunBackupWindow(QWidget* mainWindow, clsSetup& setup, bool unloadOnExit) {
     auto* window = new frmBackup(mainWindow);
     window->setAttribute(Qt::WA_DeleteOnClose);
     window->Setup(setup);
-    if (const char* dir = std::getenv("TESSARON_LOG_DIR"); dir != nullptr && *dir != '\0') {
-        window->LogDir(dir);
-    }
     window->Run(mainWindow, unloadOnExit);
     const RunResult result = window->Result();
     if (unloadOnExit) {

@@ -46,7 +46,7 @@ public:
     // The backup set to run; not owned, must outlive Run. Run may set its BackupType to
     // "FULL" when it is neither "FULL" nor "INCREMENTAL".
     void Setup(clsSetup& setup);
-    // Folder for the run's log files; when never set, the program's log folder.
+    // Folder for the run's log files; when never set, the engine's default.
     void LogDir(const std::string& dir);
     // The settings store the mailer reads; when never set, the user's settings file.
     void Settings(const clsRegSettings& settings);
@@ -122,8 +122,7 @@ private:
 // Runs setup in a new run window over mainWindow (null: the run window alone) and
 // returns the run's exit status (ExitStatus of its result). With unloadOnExit the window
 // is gone when this returns; without it the window stays until the user closes it, and
-// then deletes itself. The log folder is TESSARON_LOG_DIR when that is set, else the
-// program's log folder.
+// then deletes itself. The log folder is the engine's default (see BackupEngine::LogDir).
 int RunBackupWindow(QWidget* mainWindow, clsSetup& setup, bool unloadOnExit);
 
 } // namespace tessaron::gui

@@ -212,12 +212,12 @@ void frmMain::ConnectOptions() {
     ConnectSwitch(m_ui.chkEmail, ui::Switch::Email);
     connect(m_ui.optFull, &QRadioButton::toggled, this, [this](bool on) {
         if (on) {
-            m_logic.TypeChosen("FULL");
+            m_logic.TypeChosen(BackupKind::Full);
         }
     });
     connect(m_ui.optIncremental, &QRadioButton::toggled, this, [this](bool on) {
         if (on) {
-            m_logic.TypeChosen("INCREMENTAL");
+            m_logic.TypeChosen(BackupKind::Incremental);
         }
     });
 }

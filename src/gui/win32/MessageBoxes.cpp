@@ -1,6 +1,9 @@
 #include "MessageBoxes.h"
 
+#include "Controls.h"
 #include "Win32Text.h"
+
+#include <utility>
 
 namespace tessaron::win {
 
@@ -36,9 +39,29 @@ MsgAnswer AnswerOf(int id, MsgButtons buttons) {
     default:
         break;
     }
-    return buttons == MsgButtons::YesNo ? MsgAnswer::No
-           : buttons == MsgButtons::OK  ? MsgAnswer::OK
-                                        : MsgAnswer::Cancel;
+    return SafeAnswer(buttons); // the close box or Escape
+}
+
+// The box being shown on this thread, and its owner: the box is centred over the owner
+// (the system would centre it on the screen) and CloseMessageBox finds it.
+struct OpenBox {
+    HWND Owner = nullptr;
+    HWND Box = nullptr;
+    MsgButtons Buttons = MsgButtons::OK;
+    HHOOK Hook = nullptr;
+};
+thread_local OpenBox* t_box = nullptr;
+
+LRESULT CALLBACK CentreBox(int code, WPARAM wParam, LPARAM lParam) {
+    OpenBox* open = t_box;
+    if (open == nullptr) {
+        return 0;
+    }
+    if (code == HCBT_ACTIVATE && open->Box == nullptr) {
+        open->Box = reinterpret_cast<HWND>(wParam);
+        CentreOver(open->Box, open->Owner);
+    }
+    return ::CallNextHookEx(open->Hook, code, wParam, lParam);
 }
 
 // A box is sized to its text; a short text under a long title would cut the title. The
@@ -61,9 +84,26 @@ MsgAnswer ShowMessageBox(HWND owner, const std::string& title, const std::string
     }
     const std::wstring wideTitle = Widen(title);
     const std::wstring wideText = TextAtLeastAsWideAs(wideTitle, Widen(text));
-    return AnswerOf(::MessageBoxW(owner, wideText.c_str(), wideTitle.c_str(),
-                                  StyleOf(buttons) | MB_SETFOREGROUND),
-                    buttons);
+    OpenBox open{owner, nullptr, buttons, nullptr};
+    OpenBox* outer = std::exchange(t_box, &open);
+    open.Hook = ::SetWindowsHookExW(WH_CBT, &CentreBox, nullptr, ::GetCurrentThreadId());
+    const int id = ::MessageBoxW(owner, wideText.c_str(), wideTitle.c_str(),
+                                 StyleOf(buttons) | MB_SETFOREGROUND);
+    if (open.Hook != nullptr) {
+        ::UnhookWindowsHookEx(open.Hook);
+    }
+    t_box = outer;
+    return AnswerOf(id, buttons);
+}
+
+void CloseMessageBox() {
+    if (t_box == nullptr || t_box->Box == nullptr) {
+        return;
+    }
+    const MsgAnswer safe = SafeAnswer(t_box->Buttons);
+    ::EndDialog(t_box->Box, safe == MsgAnswer::No       ? IDNO
+                            : safe == MsgAnswer::Cancel ? IDCANCEL
+                                                        : IDOK);
 }
 
 MessageBoxHandler SetMessageBoxHandler(MessageBoxHandler handler) {

@@ -11,11 +11,15 @@
 
 namespace tessaron::win {
 
-// Shows a modal box with title, text (UTF-8) and buttons over owner (may be null) and
-// returns the button chosen; closing the box counts as No, Cancel or OK, whichever it
-// offers.
+// Shows a modal box with title, text (UTF-8) and buttons, centred over owner when that is
+// shown (else where the system puts it), and returns the button chosen; closing the box
+// counts as No, Cancel or OK, whichever it offers.
 MsgAnswer ShowMessageBox(HWND owner, const std::string& title, const std::string& text,
                          MsgButtons buttons);
+
+// Closes the box ShowMessageBox shows on this thread as its close box would (No, Cancel or
+// OK); nothing when none is open. For the message loop the box runs.
+void CloseMessageBox();
 
 using MessageBoxHandler = std::function<MsgAnswer(HWND owner, const std::string& title,
                                                   const std::string& text, MsgButtons buttons)>;

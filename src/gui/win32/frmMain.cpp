@@ -1,8 +1,13 @@
 #include "frmMain.h"
 
+#include "Controls.h"
+#include "HelpFile.h"
 #include "MessageBoxes.h"
 #include "Win32Text.h"
 #include "clsComDlg.h"
+#include "frmAbout.h"
+#include "frmBackup.h"
+#include "frmEmailSetup.h"
 
 #include "mail/clsRegSettings.h"
 #include "platform/clsFileSystem.h"
@@ -76,17 +81,7 @@ frmMain::~frmMain() {
 
 bool frmMain::Create() {
     const HINSTANCE instance = ::GetModuleHandleW(nullptr);
-    WNDCLASSEXW cls{};
-    cls.cbSize = sizeof cls;
-    if (!::GetClassInfoExW(instance, kClassName, &cls)) {
-        cls.lpfnWndProc = &frmMain::WindowProc;
-        cls.hInstance = instance;
-        cls.hCursor = ::LoadCursorW(nullptr, IDC_ARROW);
-        cls.hbrBackground = reinterpret_cast<HBRUSH>(COLOR_BTNFACE + 1);
-        cls.hIcon = ::LoadIconW(instance, MAKEINTRESOURCEW(1));
-        cls.lpszClassName = kClassName;
-        ::RegisterClassExW(&cls);
-    }
+    RegisterWindowClass(kClassName, &frmMain::WindowProc);
     const int width = Twips(12600, nullptr), height = Twips(8400, nullptr);
     m_window = ::CreateWindowExW(WS_EX_CONTROLPARENT, kClassName, L"Tessaron", WS_OVERLAPPEDWINDOW,
                                  CW_USEDEFAULT, CW_USEDEFAULT, width, height, nullptr, nullptr,
@@ -111,13 +106,10 @@ void frmMain::Show() {
 }
 
 LRESULT CALLBACK frmMain::WindowProc(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
-    if (message == WM_NCCREATE) {
-        auto* self =
-            static_cast<frmMain*>(reinterpret_cast<CREATESTRUCTW*>(lParam)->lpCreateParams);
+    auto* self = WindowObject<frmMain>(window, message, lParam);
+    if (self != nullptr && message == WM_NCCREATE) {
         self->m_window = window;
-        ::SetWindowLongPtrW(window, GWLP_USERDATA, reinterpret_cast<LONG_PTR>(self));
     }
-    auto* self = reinterpret_cast<frmMain*>(::GetWindowLongPtrW(window, GWLP_USERDATA));
     return self != nullptr ? self->OnMessage(message, wParam, lParam)
                            : ::DefWindowProcW(window, message, wParam, lParam);
 }
@@ -157,6 +149,7 @@ LRESULT frmMain::OnMessage(UINT message, WPARAM wParam, LPARAM lParam) {
         return 0;
     case WM_CLOSE:
         SavePlacement();
+        CloseHelp();
         // The list's hook goes before the list does.
         ListCtrl::Uninstall(Control(lvSelect));
         ::DestroyWindow(m_window);
@@ -192,7 +185,7 @@ void frmMain::OnCommand(int id, int code) {
     case optFull:
     case optIncremental:
         if (code == BN_CLICKED) {
-            m_logic.TypeChosen(id == optFull ? "FULL" : "INCREMENTAL");
+            m_logic.TypeChosen(id == optFull ? BackupKind::Full : BackupKind::Incremental);
         }
         return;
     case cmdBrowse:
@@ -235,25 +228,16 @@ LRESULT frmMain::OnNotify(const NMHDR& header, LPARAM lParam) {
     return result;
 }
 
-// The windows the Action and Help menus open that this build has no window for yet.
+// The windows the Action and Help menus open.
 void frmMain::MenuWindow(int id) {
     if (id == mnuContents) {
-        const std::wstring manual = Widen(clsFileSystem::ProgramDir()) + L"\\manual\\index.html";
-        if (reinterpret_cast<INT_PTR>(::ShellExecuteW(m_window, L"open", manual.c_str(), nullptr,
-                                                      nullptr, SW_SHOWNORMAL)) > 32) {
-            return;
-        }
-        Message("Contents", "The manual is not beside the program (manual\\index.html).",
-                MsgButtons::OK);
+        OpenHelp(m_window);
     } else if (id == mnuAbout) {
-        Message("About Tessaron", "Tessaron " TESSARON_VERSION "\nA backup utility by VELQO.",
-                MsgButtons::OK);
+        frmAbout().Show(m_window);
     } else if (id == mnuEmailSetup) {
-        Message("Email Setup",
-                "The mail settings window is not part of this build yet. The server and sender "
-                "are the values SMTPServer and EmailFrom under "
-                "HKEY_CURRENT_USER\\Software\\VELQO\\Tessaron\\Settings.",
-                MsgButtons::OK);
+        // The dialog reads and writes the user's settings, as the main window's store does.
+        clsRegSettings settings;
+        frmEmailSetup(settings).Show(m_window);
     }
 }
 
@@ -321,14 +305,9 @@ std::string frmMain::FileDialog(ui::FileDialogKind kind, const ui::FileDialogReq
     return dlg.GetDirectory();
 }
 
-// Until the run window is part of the Windows build, a set runs from a command prompt.
-void frmMain::StartRun(clsSetup&) {
-    const std::string file = m_logic.FileName().empty() ? "<backup set file>" : m_logic.FileName();
-    Message("Start Backup",
-            "The run window is not part of this build yet.\nSave the backup set, then run it "
-            "from a command prompt:\n\ntessaron /RUN \"" +
-                file + "\"",
-            MsgButtons::OK);
+// The run window takes the main window's place until it is closed.
+void frmMain::StartRun(clsSetup& setup) {
+    RunBackupWindow(m_window, setup, false);
 }
 
 void frmMain::MarksChanged() {

@@ -1,6 +1,7 @@
 // The main window's controls, menus, keys and layout, and its remembered placement.
 #include "frmMain.h"
 
+#include "Controls.h"
 #include "ItemImages.h"
 #include "Win32Text.h"
 
@@ -61,17 +62,6 @@ HACCEL BuildKeys() {
     return ::CreateAcceleratorTableW(keys, static_cast<int>(std::size(keys)));
 }
 
-HFONT MessageFont() {
-    NONCLIENTMETRICSW metrics{};
-    metrics.cbSize = sizeof metrics;
-    ::SystemParametersInfoW(SPI_GETNONCLIENTMETRICS, sizeof metrics, &metrics, 0);
-    return ::CreateFontIndirectW(&metrics.lfMessageFont);
-}
-
-void Place(HWND window, int id, int x, int y, int w, int h) {
-    ::MoveWindow(::GetDlgItem(window, id), x, y, std::max(w, 0), std::max(h, 0), TRUE);
-}
-
 // The work areas of the monitors there are now.
 std::vector<ui::Rect> WorkAreas() {
     std::vector<ui::Rect> areas;
@@ -95,11 +85,7 @@ std::vector<ui::Rect> WorkAreas() {
 
 HWND frmMain::AddControl(const wchar_t* cls, const char* text, DWORD style, ControlId id,
                          DWORD exStyle) {
-    HWND control = ::CreateWindowExW(
-        exStyle, cls, Widen(text).c_str(), WS_CHILD | WS_VISIBLE | style, 0, 0, 10, 10, m_window,
-        reinterpret_cast<HMENU>(static_cast<INT_PTR>(id)), ::GetModuleHandleW(nullptr), nullptr);
-    ::SendMessageW(control, WM_SETFONT, reinterpret_cast<WPARAM>(m_font), FALSE);
-    return control;
+    return AddChild(m_window, cls, text, style, id, m_font, exStyle);
 }
 
 void frmMain::BuildControls() {

@@ -98,6 +98,11 @@ Fault Before(Op op, const char* path, std::function<void(const std::string&)> st
     return f;
 }
 
+Fault Nth(Fault f, int nth) {
+    f.nth = nth;
+    return f;
+}
+
 Fault Short(Op op) {
     Fault f{op, "", {}};
     f.shortMoves = true;
@@ -161,6 +166,18 @@ const FaultCase kFaults[] = {
               {"Unable to write log file - "}, Copy::Whole, true, false, false, true),
     FaultCase("MediumFlushFails", {At(Op::Sync, "", SysError::Io())}, kError,
               {"Unable to write to the target medium - %OUT%, Error: (%IO%) "}, Copy::Whole),
+    // Moved, after it was counted, from a folder not yet walked into one already walked.
+    FaultCase("MovedIntoAWalkedFolder",
+              {Nth(Before(Op::List, "%DIR%",
+                          [](const std::string& p) {
+                              fs::rename(fs::path(p) / "b.txt",
+                                         fs::path(p).parent_path() / "b.txt");
+                          }),
+                   2)},
+              kError,
+              {"1 counted file was not found when the copy reached it (moved or deleted while "
+               "the backup ran)"},
+              Copy::Whole, false),
     FaultCase("StopOnErrorStillVerifies", {At(Op::OpenFileAt, "%A%", SysError::AccessDenied())},
               kError, {"Unable to Copy File - %A%", "Verifying Files...", "Verify Complete"},
               Copy::Absent, false, false, true),

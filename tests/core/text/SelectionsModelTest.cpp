@@ -89,6 +89,12 @@ void ExpectSameAnswers(const clsSelections& sel, const ReferenceSet& ref, PathGe
         ASSERT_EQ(sel.IsSelected(p), ref.IsSelected(p)) << p;
         ASSERT_EQ(sel.IsSelectedWithNoExceptions(p), ref.NoExceptions(p)) << p;
         ASSERT_EQ(sel.HasChildSelected(p), ref.HasChild(p)) << p;
+        // A folder that selects everything below it: the names the tree uses below it are.
+        for (const char* below : {"A", "v.", "a\x01B", "Except\x01v."}) {
+            std::string path = clsPath::Join(p, below, ref.style);
+            std::replace(path.begin(), path.end(), '\x01', PathSeparator(ref.style));
+            ASSERT_TRUE(!sel.SelectsAllBelow(p) || ref.IsSelected(path)) << p << " " << path;
+        }
     }
 }
 

@@ -1,6 +1,8 @@
 // TimeZone on POSIX: the C library's zone data.
 #include "mail/TimeZone.h"
 
+#include "platform/Trim.h"
+
 #include <limits>
 
 namespace tessaron {
@@ -26,9 +28,7 @@ LocalState StateAt(std::time_t t) {
     s.Valid = true;
     s.Dst = tm.tm_isdst > 0;
     s.GmtOff = tm.tm_gmtoff;
-    s.Name = tm.tm_zone != nullptr ? tm.tm_zone : "";
-    s.Name.erase(0, s.Name.find_first_not_of(' '));
-    s.Name.erase(s.Name.find_last_not_of(' ') + 1);
+    s.Name = TrimSpaces(tm.tm_zone != nullptr ? tm.tm_zone : "");
     return s;
 }
 

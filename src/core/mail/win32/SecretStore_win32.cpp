@@ -78,8 +78,8 @@ bool IsWellKnown(PSID sid, WELL_KNOWN_SID_TYPE type) {
     return ::IsWellKnownSid(sid, type) != FALSE;
 }
 
-// Whether an access list lets anyone but the owner, the user, the system and the
-// administrators read the file.
+// Whether an access list lets anyone but the owner (by name or as OWNER RIGHTS), the user,
+// the system and the administrators read the file.
 bool OthersMayRead(PACL dacl, PSID owner, PSID user) {
     if (dacl == nullptr)
         return true; // no list: everyone may do everything
@@ -92,7 +92,8 @@ bool OthersMayRead(PACL dacl, PSID owner, PSID user) {
         const bool reads = (ace->Mask & (FILE_READ_DATA | GENERIC_READ | GENERIC_ALL)) != 0;
         if (reads && !::EqualSid(sid, owner) && !::EqualSid(sid, user) &&
             !IsWellKnown(sid, WinLocalSystemSid) &&
-            !IsWellKnown(sid, WinBuiltinAdministratorsSid) && !IsWellKnown(sid, WinCreatorOwnerSid))
+            !IsWellKnown(sid, WinBuiltinAdministratorsSid) &&
+            !IsWellKnown(sid, WinCreatorOwnerSid) && !IsWellKnown(sid, WinCreatorOwnerRightsSid))
             return true;
     }
     return false;

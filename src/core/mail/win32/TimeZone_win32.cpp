@@ -2,6 +2,7 @@
 // west of UTC (UTC = local time + bias); this class keeps minutes east, their negation.
 #include "mail/TimeZone.h"
 
+#include "platform/Trim.h"
 #include "platform/win32/Win32Support.h"
 
 namespace tessaron {
@@ -15,11 +16,7 @@ std::string ZoneName(const WCHAR (&name)[32]) {
     if (nul != std::wstring::npos) {
         text.resize(nul);
     }
-    const std::size_t first = text.find_first_not_of(L' ');
-    if (first == std::wstring::npos) {
-        return {};
-    }
-    return win32::Narrow(text.substr(first, text.find_last_not_of(L' ') - first + 1));
+    return TrimSpaces(win32::Narrow(text));
 }
 
 int DaysInMonth(int year, int month) {

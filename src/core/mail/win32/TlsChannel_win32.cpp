@@ -11,6 +11,7 @@
 #include <wincrypt.h>
 
 #include <array>
+#include <cstdio>
 
 namespace tessaron {
 
@@ -111,34 +112,7 @@ private:
         if (::QueryContextAttributesW(&context_, SECPKG_ATTR_REMOTE_CERT_CONTEXT, &cert) !=
             SEC_E_OK)
             return Fail(kCertificateFailure + std::string("the server sent none"));
-        char serverAuth[] = szOID_PKIX_KP_SERVER_AUTH;
-        LPSTR usages[] = {serverAuth};
-        CERT_CHAIN_PARA para{};
-        para.cbSize = sizeof para;
-        para.RequestedUsage.dwType = USAGE_MATCH_TYPE_OR;
-        para.RequestedUsage.Usage.cUsageIdentifier = 1;
-        para.RequestedUsage.Usage.rgpszUsageIdentifier = usages;
-        PCCERT_CHAIN_CONTEXT chain = nullptr;
-        DWORD error = 0;
-        if (!::CertGetCertificateChain(nullptr, cert, nullptr, cert->hCertStore, &para, 0, nullptr,
-                                       &chain)) {
-            error = ::GetLastError();
-        } else {
-            HTTPSPolicyCallbackData https{};
-            https.cbStruct = sizeof https;
-            https.dwAuthType = AUTHTYPE_SERVER;
-            https.pwszServerName = host_.data();
-            CERT_CHAIN_POLICY_PARA policy{};
-            policy.cbSize = sizeof policy;
-            policy.pvExtraPolicyPara = &https;
-            CERT_CHAIN_POLICY_STATUS result{};
-            result.cbSize = sizeof result;
-            if (!::CertVerifyCertificateChainPolicy(CERT_CHAIN_POLICY_SSL, chain, &policy, &result))
-                error = ::GetLastError();
-            else
-                error = result.dwError;
-            ::CertFreeCertificateChain(chain);
-        }
+        const DWORD error = ChainError(cert);
         ::CertFreeCertificateContext(cert);
         if (error != 0)
             return Fail(kCertificateFailure + CertificateReason(error));
@@ -149,12 +123,59 @@ private:
         return state_ = State::Secured;
     }
 
+    // Why cert is not to be trusted (a CERT_E_ code or a system error), or 0.
+    DWORD ChainError(PCCERT_CONTEXT cert) {
+        char serverAuth[] = szOID_PKIX_KP_SERVER_AUTH;
+        LPSTR usages[] = {serverAuth};
+        CERT_CHAIN_PARA para{};
+        para.cbSize = sizeof para;
+        para.RequestedUsage.dwType = USAGE_MATCH_TYPE_OR;
+        para.RequestedUsage.Usage.cUsageIdentifier = 1;
+        para.RequestedUsage.Usage.rgpszUsageIdentifier = usages;
+        PCCERT_CHAIN_CONTEXT chain = nullptr;
+        if (!::CertGetCertificateChain(nullptr, cert, nullptr, cert->hCertStore, &para, 0, nullptr,
+                                       &chain))
+            return ::GetLastError();
+        HTTPSPolicyCallbackData https{};
+        https.cbStruct = sizeof https;
+        https.dwAuthType = AUTHTYPE_SERVER;
+        https.pwszServerName = host_.data();
+        CERT_CHAIN_POLICY_PARA policy{};
+        policy.cbSize = sizeof policy;
+        policy.pvExtraPolicyPara = &https;
+        CERT_CHAIN_POLICY_STATUS result{};
+        result.cbSize = sizeof result;
+        DWORD error =
+            ::CertVerifyCertificateChainPolicy(CERT_CHAIN_POLICY_SSL, chain, &policy, &result)
+                ? result.dwError
+                : ::GetLastError();
+        // The chain's own findings count too: Wine's policy check passes a chain that
+        // ends at an authority nobody trusts.
+        const DWORD status = chain->TrustStatus.dwErrorStatus;
+        if (error == 0 && (status & (CERT_TRUST_IS_UNTRUSTED_ROOT | CERT_TRUST_IS_PARTIAL_CHAIN)))
+            error = static_cast<DWORD>(CERT_E_UNTRUSTEDROOT);
+        else if (error == 0 && (status & CERT_TRUST_IS_NOT_TIME_VALID))
+            error = static_cast<DWORD>(CERT_E_EXPIRED);
+        else if (error == 0 &&
+                 (status & (CERT_TRUST_IS_NOT_SIGNATURE_VALID | CERT_TRUST_IS_REVOKED |
+                            CERT_TRUST_IS_NOT_VALID_FOR_USAGE | CERT_TRUST_IS_CYCLIC)))
+            error = static_cast<DWORD>(CERT_E_CHAINING);
+        ::CertFreeCertificateChain(chain);
+        return error;
+    }
+
     std::string CertificateReason(DWORD error) const {
         if (error == static_cast<DWORD>(CERT_E_CN_NO_MATCH))
             return "it was not issued for " + name_;
         if (error == static_cast<DWORD>(CERT_E_EXPIRED))
             return "certificate has expired";
-        return win32::ErrorText(error);
+        if (error == static_cast<DWORD>(CERT_E_UNTRUSTEDROOT) ||
+            error == static_cast<DWORD>(CERT_E_CHAINING))
+            return "it was not issued by an authority this system trusts";
+        const std::string text = win32::ErrorText(error);
+        char code[16];
+        std::snprintf(code, sizeof code, "0x%08lX", static_cast<unsigned long>(error));
+        return text.empty() ? std::string("error ") + code : text;
     }
 
     // Decrypts one record from pending_; false when none is whole yet or the channel

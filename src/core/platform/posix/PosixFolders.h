@@ -21,20 +21,15 @@ int OpenPath(const std::string& path, int flags, bool followLast, int& code);
 // sorted by byte order; false (code set) when they cannot be read.
 bool ListNamesAt(int fd, std::vector<std::string>& names, int& code);
 
+// The status of the entry name of the folder open as dirfd, a link not followed (name ""
+// : the folder itself), with its creation time where the system keeps one and the mount
+// that holds it. False (errno set) when it cannot be examined.
+bool StatEntry(int dirfd, const std::string& name, FileInfo& info, time_t& created);
+
 // One listing record for the entry name of the folder open as dirfd, examined without
 // following a link. False only when the entry vanished (no such file); an entry that
 // cannot be examined is kept with its name and item.Error.
 bool FillItem(int dirfd, const std::string& name, clsFSItem& item);
-
-// Removes the entry name of the folder open as dirfd: a file or link, or a folder with
-// everything in it (reached through descriptors, so a folder swapped for a link while
-// the removal runs is never entered). yield (may be empty) runs after every entry.
-// False (code set) at the first entry that cannot be removed; an entry already gone
-// counts as removed.
-bool RemoveEntryAt(int dirfd, const std::string& name, const std::function<void()>& yield,
-                   int& code);
-// Removes everything inside the folder open as dirfd (which it takes over and closes).
-bool EmptyFolder(int dirfd, const std::function<void()>& yield, int& code);
 
 // True when files created in the folder open as fd get a default ACL, which replaces the
 // umask (and when that cannot be told): then the first file's mode says nothing about the

@@ -53,11 +53,14 @@ int OpenByComponents(const std::string& path, int flags, bool followLast, int& c
     return fd;
 }
 
+} // namespace
+
 bool StatEntry(int dirfd, const std::string& name, FileInfo& info, time_t& created) {
     created = 0;
 #if defined(__linux__) && defined(STATX_BTIME)
     struct statx stx {};
-    if (::statx(dirfd, name.c_str(), AT_SYMLINK_NOFOLLOW, STATX_BASIC_STATS | STATX_BTIME, &stx) !=
+    const int flags = AT_SYMLINK_NOFOLLOW | (name.empty() ? AT_EMPTY_PATH : 0);
+    if (::statx(dirfd, name.c_str(), flags, STATX_BASIC_STATS | STATX_BTIME | STATX_MNT_ID, &stx) !=
         0) {
         return false;
     }
@@ -72,25 +75,20 @@ bool StatEntry(int dirfd, const std::string& name, FileInfo& info, time_t& creat
     info.Id = {static_cast<unsigned long long>(makedev(stx.stx_dev_major, stx.stx_dev_minor)),
                static_cast<unsigned long long>(stx.stx_ino), true};
     info.Sparse = HasHoles(info.Kind, info.Size, static_cast<long long>(stx.stx_blocks));
+    info.Mount = (stx.stx_mask & STATX_MNT_ID) != 0 ? stx.stx_mnt_id : 0;
     if ((stx.stx_mask & STATX_BTIME) != 0) {
         created = static_cast<time_t>(stx.stx_btime.tv_sec);
     }
 #else
     struct stat st {};
-    if (::fstatat(dirfd, name.c_str(), &st, AT_SYMLINK_NOFOLLOW) != 0) {
+    const int flags = AT_SYMLINK_NOFOLLOW | (name.empty() ? AT_EMPTY_PATH : 0);
+    if (::fstatat(dirfd, name.c_str(), &st, flags) != 0) {
         return false;
     }
     InfoFromStat(st, info);
 #endif
     return true;
 }
-
-bool Fail(int& code) {
-    code = errno;
-    return false;
-}
-
-} // namespace
 
 int OpenPath(const std::string& path, int flags, bool followLast, int& code) {
     if (path.empty()) {
@@ -155,44 +153,6 @@ bool HasDefaultAcl(int fd) {
     (void)fd;
     return true;
 #endif
-}
-
-bool RemoveEntryAt(int dirfd, const std::string& name, const std::function<void()>& yield,
-                   int& code) {
-    struct stat st {};
-    if (::fstatat(dirfd, name.c_str(), &st, AT_SYMLINK_NOFOLLOW) != 0) {
-        return errno == ENOENT || Fail(code);
-    }
-    if (!S_ISDIR(st.st_mode)) {
-        return ::unlinkat(dirfd, name.c_str(), 0) == 0 || errno == ENOENT || Fail(code);
-    }
-    const int sub = ::openat(dirfd, name.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
-    if (sub < 0) {
-        return Fail(code);
-    }
-    if (!EmptyFolder(sub, yield, code)) {
-        return false;
-    }
-    return ::unlinkat(dirfd, name.c_str(), AT_REMOVEDIR) == 0 || Fail(code);
-}
-
-bool EmptyFolder(int dirfd, const std::function<void()>& yield, int& code) {
-    DIR* dir = ::fdopendir(dirfd);
-    if (dir == nullptr) {
-        code = errno;
-        ::close(dirfd);
-        return false;
-    }
-    std::vector<std::string> names;
-    bool ok = ReadNames(dir, names) || Fail(code);
-    for (std::size_t i = 0; ok && i < names.size(); ++i) {
-        ok = RemoveEntryAt(::dirfd(dir), names[i], yield, code);
-        if (yield) {
-            yield();
-        }
-    }
-    ::closedir(dir);
-    return ok;
 }
 
 } // namespace tessaron::posix

@@ -43,6 +43,9 @@ SysError SysError::NameTooLong() {
 SysError SysError::BadHandle() {
     return FromCode(EBADF);
 }
+SysError SysError::OtherMount() {
+    return FromCode(EXDEV);
+}
 
 std::string SysError::Line(const std::string& source) const {
     return source + " - Error (" + std::to_string(m_code) + ") " + m_text;
@@ -65,6 +68,9 @@ bool SysError::IsNotDirectory() const {
 }
 bool SysError::IsLink() const {
     return m_code == ELOOP;
+}
+bool SysError::IsOtherMount() const {
+    return m_code == EXDEV;
 }
 bool SysError::IsWriteSide() const {
     return m_code == ENOSPC || m_code == EDQUOT || m_code == EFBIG || m_code == EROFS;

@@ -31,7 +31,7 @@ int AccessFlags(std::int64_t access) {
 int DispositionFlags(std::int64_t openMode) {
     switch (openMode) {
     case FileOpen::CreateNew:
-        return O_CREAT | O_EXCL;
+        return O_CREAT | O_EXCL | O_NOFOLLOW; // a link at the name is never followed
     case FileOpen::CreateAlways:
         return O_CREAT | O_TRUNC;
     case FileOpen::OpenExisting:

@@ -2,6 +2,8 @@
 // medium, and the program's own folders.
 #include "platform/clsFileSystem.h"
 
+#include "platform/Trim.h"
+
 #include "platform/posix/MountTable.h"
 #include "platform/posix/PosixFolders.h"
 #include "platform/posix/PosixSupport.h"
@@ -37,14 +39,6 @@ std::string RealPath(const std::string& path) {
     return ::realpath(path.c_str(), buf) != nullptr ? std::string(buf) : std::string();
 }
 
-std::string Trim(const std::string& text) {
-    std::size_t first = text.find_first_not_of(" \t\r\n");
-    if (first == std::string::npos) {
-        return {};
-    }
-    return text.substr(first, text.find_last_not_of(" \t\r\n") - first + 1);
-}
-
 bool IsMountPoint(const std::vector<MountEntry>& mounts, const std::string& path) {
     for (const MountEntry& entry : mounts) {
         if (entry.MountPoint == path) {
@@ -73,7 +67,7 @@ std::string ResolveExisting(const std::string& normalized) {
 }
 
 bool SysfsFlag(const std::string& path) {
-    return Trim(ReadText(path)) == "1";
+    return TrimWhiteSpace(ReadText(path)) == "1";
 }
 
 // The type of a mount whose file system type does not decide it: looked up through the
@@ -209,7 +203,7 @@ std::string clsFileSystem::GetDriveVolume(const std::string& path) {
     while (dirent* entry = ::readdir(dir)) {
         std::string name = entry->d_name;
         if (name != "." && name != ".." && RealPath("/dev/disk/by-label/" + name) == device) {
-            label = Trim(posix::DecodeUdevName(name));
+            label = TrimWhiteSpace(posix::DecodeUdevName(name));
             break;
         }
     }
@@ -227,7 +221,7 @@ std::string clsFileSystem::GetDriveUNC(const std::string& path) {
     if (mount == nullptr || posix::TypeOfFileSystem(mount->FsType) != "REMOTE") {
         return {};
     }
-    return Trim(mount->Source);
+    return TrimWhiteSpace(mount->Source);
 }
 
 int clsFileSystem::GetDrives() {
@@ -252,7 +246,7 @@ int clsFileSystem::GetDrives() {
             item.FreeSpace = static_cast<double>(fs.f_bavail) * static_cast<double>(fs.f_frsize);
         }
         if (item.DriveType == "REMOTE") {
-            item.Description = Trim(mount.Source);
+            item.Description = TrimWhiteSpace(mount.Source);
         } else if (item.DriveType != "RAMDISK" && item.Size > 0) {
             item.Description = GetDriveVolume(mount.MountPoint);
         }

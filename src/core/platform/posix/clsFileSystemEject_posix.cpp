@@ -2,6 +2,7 @@
 // program's own folders.
 #include "platform/clsFileSystem.h"
 
+#include "platform/clsFolder.h"
 #include "platform/posix/MountTable.h"
 #include "platform/posix/PosixSupport.h"
 
@@ -189,6 +190,17 @@ bool IsInstalledBinFolder(const std::string& dir) {
     return dir.substr(slash == std::string::npos ? 0 : slash + 1) == "bin";
 }
 
+// Makes the log folder dir and what is missing above it readable by their owner only:
+// the log names every file of every backup.
+bool MakeLogFolder(const std::string& dir, int& code) {
+    clsFolder folder;
+    if (folder.Create(dir, 0700)) {
+        return true;
+    }
+    code = folder.LastErrorCode;
+    return false;
+}
+
 } // namespace
 
 std::string clsFileSystem::ProgramLogDir() {
@@ -196,7 +208,8 @@ std::string clsFileSystem::ProgramLogDir() {
     if (!program.empty() && !IsInstalledBinFolder(program)) {
         std::string beside = (program == "/" ? "" : program) + "/Log";
         std::string saved = LastError;
-        if (CreateDirectories(beside) && IsWritableDir(beside)) {
+        int code = 0;
+        if (MakeLogFolder(beside, code) && IsWritableDir(beside)) {
             return beside;
         }
         LastError = saved; // falling back is not a failure
@@ -207,7 +220,8 @@ std::string clsFileSystem::ProgramLogDir() {
         return {};
     }
     std::string dir = state + "/tessaron/Log";
-    if (!CreateDirectories(dir)) {
+    if (int code = 0; !MakeLogFolder(dir, code)) {
+        Fail("ProgramLogDir", code);
         return {};
     }
     if (!IsWritableDir(dir)) {

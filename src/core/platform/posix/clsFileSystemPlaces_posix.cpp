@@ -45,9 +45,10 @@ bool clsFileSystem::GetIdentity(const std::string& path, FileIdentity& id) {
 
 bool clsFileSystem::IsSameOrInside(const std::string& inner, const std::string& outer) {
     FileIdentity out;
-    if (!GetIdentity(outer, out)) {
-        return false;
-    }
+    return GetIdentity(outer, out) && IsSameOrInside(inner, out);
+}
+
+bool clsFileSystem::IsSameOrInside(const std::string& inner, const FileIdentity& out) {
     // Each existing folder from inner's place up to the root, compared with outer.
     for (std::string place = posix::ResolvePath(inner); !place.empty(); place = Above(place)) {
         struct stat st {};

@@ -2,6 +2,7 @@
 // are in clsFileSystemDrives_posix.cpp.
 #include "platform/clsFileSystem.h"
 
+#include "platform/clsFolder.h"
 #include "platform/posix/PosixFolders.h"
 #include "platform/posix/PosixSupport.h"
 
@@ -139,15 +140,14 @@ bool clsFileSystem::Delete(const std::string& path, bool Wait) {
         return Fail("Delete", path.empty() ? ENOENT : errno);
     }
     if (S_ISDIR(st.st_mode)) {
-        int fd = ::open(path.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
-        if (fd < 0) {
-            return Fail("Delete", errno);
+        clsFolder folder;
+        if (!folder.Open(path)) {
+            return Fail("Delete", folder.LastErrorCode);
         }
-        int code = 0;
-        if (!posix::EmptyFolder(
-                fd, [this] { Yield(); }, code)) {
-            return Fail("Delete", code);
+        if (!EmptyOpenFolder(folder, "Delete")) {
+            return false;
         }
+        folder.Close();
         if (::rmdir(path.c_str()) != 0) {
             return Fail("Delete", errno);
         }
@@ -157,19 +157,6 @@ bool clsFileSystem::Delete(const std::string& path, bool Wait) {
         return Fail("Delete", errno);
     }
     return !Wait || WaitUntilGone(path);
-}
-
-bool clsFileSystem::Clean(const std::string& path) {
-    int fd = path.empty() ? -1 : ::open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-    if (fd < 0) {
-        return Fail("Clean", path.empty() ? ENOENT : errno);
-    }
-    // Entries are reached through the folder's descriptor, so a link inside is removed
-    // as a link and a folder swapped for a link while we work is never entered.
-    int code = 0;
-    return posix::EmptyFolder(
-               fd, [this] { Yield(); }, code) ||
-           Fail("Delete", code);
 }
 
 bool clsFileSystem::Rename(const std::string& path1, const std::string& path2) {

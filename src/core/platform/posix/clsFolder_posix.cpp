@@ -3,6 +3,7 @@
 #include "platform/posix/PosixFolders.h"
 #include "platform/posix/PosixSupport.h"
 
+#include <climits>
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -22,6 +23,27 @@ int OpenFolderPath(const std::string& path, bool followLast, int& code, bool& se
     searchOnly = fd < 0 && code == EACCES;
     if (searchOnly) {
         fd = posix::OpenPath(path, O_PATH | O_DIRECTORY, followLast, code);
+    }
+    return fd;
+}
+
+// The path of a folder opened inside one at parentPath: "" once it would pass the
+// system's limit (see clsFolder::Path).
+std::string JoinedPath(const std::string& parentPath, const std::string& name) {
+    if (parentPath.empty() || parentPath.size() + name.size() + 1 >= PATH_MAX) {
+        return {};
+    }
+    return parentPath.back() == '/' ? parentPath + name : parentPath + '/' + name;
+}
+
+// Opens the entry name of the folder open as dirfd as a folder, a link refused; one that
+// may be searched but not read is opened for searching only.
+int OpenFolderAt(int dirfd, const char* name, bool& searchOnly) {
+    int fd =
+        RetryEintr([&] { return ::openat(dirfd, name, kFolderFlags | O_NOFOLLOW | O_CLOEXEC); });
+    searchOnly = fd < 0 && errno == EACCES;
+    if (searchOnly) {
+        fd = ::openat(dirfd, name, O_PATH | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
     }
     return fd;
 }
@@ -67,13 +89,13 @@ bool clsFolder::Open(const std::string& path, bool followLast) {
     return ok;
 }
 
-bool clsFolder::Create(const std::string& path) {
+bool clsFolder::Create(const std::string& path, unsigned mode) {
     Close();
     // Each prefix that ends before a separator, then the whole path; "exists" is fine.
     for (std::size_t end = path.find('/', 1);; end = path.find('/', end + 1)) {
         const std::string prefix = path.substr(0, end);
-        if (!prefix.empty() && prefix.back() != '/' && ::mkdir(prefix.c_str(), 0777) != 0 &&
-            errno != EEXIST) {
+        if (!prefix.empty() && prefix.back() != '/' &&
+            ::mkdir(prefix.c_str(), static_cast<mode_t>(mode & 07777)) != 0 && errno != EEXIST) {
             m_path = path;
             return Fail();
         }
@@ -86,18 +108,27 @@ bool clsFolder::Create(const std::string& path) {
 
 bool clsFolder::OpenAt(const clsFolder& parent, const std::string& name) {
     Close();
-    const std::string path = parent.m_path.empty() || parent.m_path.back() == '/'
-                                 ? parent.m_path + name
-                                 : parent.m_path + '/' + name;
-    int fd = RetryEintr(
-        [&] { return ::openat(parent.m_fd, name.c_str(), kFolderFlags | O_NOFOLLOW | O_CLOEXEC); });
-    const bool searchOnly = fd < 0 && errno == EACCES;
-    if (searchOnly) {
-        fd = ::openat(parent.m_fd, name.c_str(), O_PATH | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
-    }
+    bool searchOnly = false;
+    const int fd = OpenFolderAt(parent.m_fd, name.c_str(), searchOnly);
     if (fd < 0) {
         Fail();
     }
+    const bool ok = Adopt(fd, JoinedPath(parent.m_path, name));
+    m_searchOnly = searchOnly;
+    return ok;
+}
+
+bool clsFolder::OpenParent(const clsFolder& child) {
+    Close();
+    bool searchOnly = false;
+    const int fd = OpenFolderAt(child.m_fd, "..", searchOnly);
+    if (fd < 0) {
+        Fail();
+    }
+    // "/a/b" gives "/a", "/a" gives "/"; a path not known stays unknown.
+    const std::size_t slash = child.m_path.find_last_of('/');
+    const std::string path =
+        slash == std::string::npos ? std::string() : child.m_path.substr(0, slash == 0 ? 1 : slash);
     const bool ok = Adopt(fd, path);
     m_searchOnly = searchOnly;
     return ok;
@@ -127,22 +158,36 @@ bool clsFolder::List(std::vector<clsFSItem>& items) {
 
 bool clsFolder::GetInfo(const std::string& name, FileInfo& out) {
     out = FileInfo{};
-    struct stat st {};
-    if (::fstatat(m_fd, name.c_str(), &st, AT_SYMLINK_NOFOLLOW) != 0) {
-        return errno == ENOENT || Fail();
+    time_t created = 0;
+    if (posix::StatEntry(m_fd, name, out, created)) {
+        return true;
     }
-    posix::InfoFromStat(st, out);
-    return true;
+    out = FileInfo{};
+    return errno == ENOENT || Fail();
 }
 
 bool clsFolder::GetOwnInfo(FileInfo& out) {
     out = FileInfo{};
-    struct stat st {};
-    if (::fstat(m_fd, &st) != 0) {
+    time_t created = 0;
+    return posix::StatEntry(m_fd, "", out, created) || Fail();
+}
+
+// The root of a mount as the system marks it; where it cannot, a folder whose ".." lies
+// on another device, or is the folder itself ("/").
+bool clsFolder::IsMountRoot() {
+#if defined(__linux__) && defined(STATX_ATTR_MOUNT_ROOT)
+    struct statx stx {};
+    if (::statx(m_fd, "", AT_EMPTY_PATH, STATX_BASIC_STATS, &stx) == 0 &&
+        (stx.stx_attributes_mask & STATX_ATTR_MOUNT_ROOT) != 0) {
+        return (stx.stx_attributes & STATX_ATTR_MOUNT_ROOT) != 0;
+    }
+#endif
+    struct stat own {};
+    struct stat up {};
+    if (::fstat(m_fd, &own) != 0 || ::fstatat(m_fd, "..", &up, 0) != 0) {
         return Fail();
     }
-    posix::InfoFromStat(st, out);
-    return true;
+    return own.st_dev != up.st_dev || own.st_ino == up.st_ino;
 }
 
 bool clsFolder::CreateFolderAt(const std::string& name) {
@@ -150,12 +195,11 @@ bool clsFolder::CreateFolderAt(const std::string& name) {
 }
 
 bool clsFolder::RemoveAt(const std::string& name) {
-    int code = 0;
-    if (posix::RemoveEntryAt(m_fd, name, nullptr, code)) {
-        return true;
-    }
-    LastErrorCode = code;
-    return false;
+    return ::unlinkat(m_fd, name.c_str(), 0) == 0 || Fail();
+}
+
+bool clsFolder::RemoveFolderAt(const std::string& name) {
+    return ::unlinkat(m_fd, name.c_str(), AT_REMOVEDIR) == 0 || Fail();
 }
 
 bool clsFolder::RenameAt(const std::string& from, const std::string& to) {

@@ -41,6 +41,9 @@ SysError SysError::NameTooLong() {
 SysError SysError::BadHandle() {
     return FromCode(ERROR_INVALID_HANDLE);
 }
+SysError SysError::OtherMount() {
+    return FromCode(ERROR_NOT_SAME_DEVICE);
+}
 
 std::string SysError::Line(const std::string& source) const {
     return source + " - Error (" + std::to_string(m_code) + ") " + m_text;
@@ -67,6 +70,9 @@ bool SysError::IsNotDirectory() const {
 bool SysError::IsLink() const {
     return m_code == static_cast<int>(win32::kErrorStoppedOnSymlink) ||
            m_code == ERROR_CANT_ACCESS_FILE;
+}
+bool SysError::IsOtherMount() const {
+    return m_code == ERROR_NOT_SAME_DEVICE;
 }
 bool SysError::IsWriteSide() const {
     return IsNoSpace() || m_code == ERROR_FILE_TOO_LARGE || m_code == ERROR_WRITE_PROTECT;

@@ -1,6 +1,7 @@
 // clsFileSystem on Windows: drives, ejecting a medium, and the program's own folders.
 #include "platform/clsFileSystem.h"
 
+#include "platform/Trim.h"
 #include "platform/win32/Win32Support.h"
 
 #include <cctype>
@@ -17,14 +18,6 @@ using win32::LongPath;
 namespace {
 
 constexpr int kLockAttempts = 10;
-
-std::string Trim(const std::string& text) {
-    const std::size_t first = text.find_first_not_of(' ');
-    if (first == std::string::npos) {
-        return {};
-    }
-    return text.substr(first, text.find_last_not_of(' ') - first + 1);
-}
 
 // The root of the volume that holds path ("C:\", a mounted folder, "\\srv\share\"), so
 // that any path, not only a root, can be asked about; "" when there is none.
@@ -104,7 +97,7 @@ std::string clsFileSystem::GetDriveVolume(const std::string& path) {
                                                  nullptr, system, MAX_PATH + 1)) {
         return {};
     }
-    return Trim(win32::Narrow(name));
+    return TrimSpaces(win32::Narrow(name));
 }
 
 std::string clsFileSystem::GetDriveUNC(const std::string& path) {
@@ -118,7 +111,7 @@ std::string clsFileSystem::GetDriveUNC(const std::string& path) {
     if (::WNetGetConnectionW(drive.c_str(), share, &size) != NO_ERROR) {
         return {};
     }
-    return Trim(win32::Narrow(share));
+    return TrimSpaces(win32::Narrow(share));
 }
 
 int clsFileSystem::GetDrives() {

@@ -70,9 +70,10 @@ bool clsFileSystem::GetIdentity(const std::string& path, FileIdentity& id) {
 
 bool clsFileSystem::IsSameOrInside(const std::string& inner, const std::string& outer) {
     FileIdentity out;
-    if (!GetIdentity(outer, out)) {
-        return false;
-    }
+    return GetIdentity(outer, out) && IsSameOrInside(inner, out);
+}
+
+bool clsFileSystem::IsSameOrInside(const std::string& inner, const FileIdentity& out) {
     // Each existing folder from inner's place up to its root, compared with outer.
     for (std::wstring place = ResolvedPlace(inner); !place.empty();
          place = win32::ParentOf(place)) {

@@ -3,6 +3,8 @@
 // clsFileSystemCopy_win32.cpp.
 #include "platform/clsFileSystem.h"
 
+#include "platform/clsFolder.h"
+
 #include "platform/win32/Win32Support.h"
 
 #include <algorithm>
@@ -95,26 +97,27 @@ bool clsFileSystem::GetInfo(const std::string& path, FileInfo& out, bool followL
            Fail("GetInfo", static_cast<int>(code));
 }
 
+// A folder is emptied as Clean empties one (never leaving its volume), then removed.
 bool clsFileSystem::Delete(const std::string& path, bool Wait) {
     const std::wstring wide = LongPath(path);
+    FileInfo info;
+    DWORD examined = 0;
+    if (!wide.empty() && win32::ExamineEntry(path, info, examined) &&
+        info.Kind == FileKind::Directory) {
+        clsFolder folder;
+        if (!folder.Open(path)) {
+            return Fail("Delete", folder.LastErrorCode);
+        }
+        if (!EmptyOpenFolder(folder, "Delete")) {
+            return false;
+        }
+    }
     const DWORD code =
         wide.empty() ? ERROR_FILE_NOT_FOUND : win32::RemovePath(wide, [this] { Yield(); });
     if (code != 0) {
         return Fail("Delete", static_cast<int>(code));
     }
     return !Wait || WaitUntilGone(path);
-}
-
-bool clsFileSystem::Clean(const std::string& path) {
-    const DWORD attributes = AttributesOf(path);
-    if (attributes == INVALID_FILE_ATTRIBUTES) {
-        return Fail("Clean", path.empty() ? ERROR_PATH_NOT_FOUND : ::GetLastError());
-    }
-    if ((attributes & FILE_ATTRIBUTE_DIRECTORY) == 0) {
-        return Fail("Clean", ERROR_DIRECTORY);
-    }
-    const DWORD code = win32::CleanFolder(LongPath(path), [this] { Yield(); });
-    return code == 0 || Fail("Clean", static_cast<int>(code));
 }
 
 bool clsFileSystem::Rename(const std::string& path1, const std::string& path2) {

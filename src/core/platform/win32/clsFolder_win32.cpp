@@ -152,7 +152,8 @@ bool clsFolder::Open(const std::string& path, bool followLast) {
     return Adopt(code == 0 ? reinterpret_cast<NativeHandle>(h.Release()) : -1, path);
 }
 
-bool clsFolder::Create(const std::string& path) {
+// The folders take the permissions of the folder above: mode has no meaning here.
+bool clsFolder::Create(const std::string& path, unsigned) {
     Close();
     const DWORD code = path.empty() ? ERROR_PATH_NOT_FOUND : win32::MakeFolders(LongPath(path));
     if (code != 0) {
@@ -177,6 +178,40 @@ bool clsFolder::OpenAt(const clsFolder& parent, const std::string& name) {
         m_searchOnly = false;
     }
     return Adopt(code == 0 ? reinterpret_cast<NativeHandle>(h.Release()) : -1, path);
+}
+
+// The folder above, opened by the child's path: while the child's handle is open, no
+// folder on its way can be renamed, so that path still leads there (the caller checks).
+bool clsFolder::OpenParent(const clsFolder& child) {
+    Close();
+    std::string path = child.m_path;
+    while (path.size() > 1 && (path.back() == '\\' || path.back() == '/')) {
+        path.pop_back();
+    }
+    const std::size_t slash = path.find_last_of("\\/");
+    if (slash == std::string::npos || path.size() <= 3) {
+        LastErrorCode = ERROR_PATH_NOT_FOUND; // a drive's root has nothing above it
+        return Adopt(-1, path);
+    }
+    return Open(path.substr(0, slash == 2 && path[1] == ':' ? 3 : slash), true);
+}
+
+// A drive's root, or a volume mounted onto a folder: the system names it as the root of
+// the volume that holds it.
+bool clsFolder::IsMountRoot() {
+    const std::wstring path = LongPath(m_path);
+    std::vector<wchar_t> root(path.size() + 2);
+    if (!::GetVolumePathNameW(path.c_str(), root.data(), static_cast<DWORD>(root.size()))) {
+        return Fail();
+    }
+    std::wstring volume = root.data();
+    std::wstring own = path;
+    for (std::wstring* p : {&volume, &own}) {
+        while (!p->empty() && p->back() == L'\\') {
+            p->pop_back();
+        }
+    }
+    return ::CompareStringOrdinal(volume.c_str(), -1, own.c_str(), -1, TRUE) == CSTR_EQUAL;
 }
 
 bool clsFolder::List(std::vector<clsFSItem>& items) {
@@ -256,14 +291,32 @@ bool clsFolder::CreateFolderAt(const std::string& name) {
     return ::CreateDirectoryW(EntryPath(*this, name).c_str(), nullptr) || Fail();
 }
 
+// A folder is refused; a link or junction to one is removed alone.
 bool clsFolder::RemoveAt(const std::string& name) {
-    if (!ValidName(name)) {
-        LastErrorCode = ERROR_INVALID_NAME;
+    FileInfo info;
+    if (!GetInfo(name, info)) {
+        return false;
+    }
+    if (info.Kind == FileKind::Directory) {
+        LastErrorCode = ERROR_ACCESS_DENIED; // as DeleteFileW says of a folder
         return false;
     }
     const DWORD code = win32::RemovePath(EntryPath(*this, name), nullptr);
     LastErrorCode = code != 0 ? static_cast<int>(code) : LastErrorCode;
     return code == 0;
+}
+
+bool clsFolder::RemoveFolderAt(const std::string& name) {
+    if (!ValidName(name)) {
+        LastErrorCode = ERROR_INVALID_NAME;
+        return false;
+    }
+    const std::wstring path = EntryPath(*this, name);
+    DWORD attributes = 0;
+    if (win32::AttributesOf(path, attributes) == 0 && (attributes & FILE_ATTRIBUTE_READONLY) != 0) {
+        ::SetFileAttributesW(path.c_str(), attributes & ~FILE_ATTRIBUTE_READONLY);
+    }
+    return ::RemoveDirectoryW(path.c_str()) || Fail();
 }
 
 // A file or link at to is replaced in one step (MoveFileExW with

@@ -1,6 +1,8 @@
 #include "setfile/clsSetup.h"
 #include "setfile/LineBreaks.h"
 
+#include "platform/Trim.h"
+
 #include <algorithm>
 
 namespace tessaron {
@@ -11,14 +13,6 @@ constexpr std::string_view kCrLf = "\r\n";
 
 const char* BoolWord(bool value) {
     return value ? "True" : "False";
-}
-
-std::string_view TrimSpaces(std::string_view s) {
-    const size_t first = s.find_first_not_of(' ');
-    if (first == std::string_view::npos) {
-        return {};
-    }
-    return s.substr(first, s.find_last_not_of(' ') - first + 1);
 }
 
 std::string Upper(std::string_view s) {
@@ -142,7 +136,8 @@ bool clsSetup::ApplyLine(std::string_view line) {
         return true;
     }
     const std::string key = Upper(TrimSpaces(line.substr(0, eq)));
-    std::string_view value = TrimSpaces(line.substr(eq + 1));
+    const std::string trimmed = TrimSpaces(line.substr(eq + 1));
+    std::string_view value = trimmed;
     bool* flag = key == "CLEANTARGET"   ? &CleanTarget
                  : key == "SAVELOG"     ? &SaveLog
                  : key == "STOPONERROR" ? &StopOnError
@@ -175,6 +170,19 @@ bool clsSetup::ApplyLine(std::string_view line) {
         Sel.Parse(value);
     }
     return true;
+}
+
+const char* BackupTypeName(BackupKind kind) {
+    return kind == BackupKind::Incremental ? "INCREMENTAL" : "FULL";
+}
+
+std::optional<BackupKind> BackupKindOf(std::string_view type) {
+    for (const BackupKind kind : {BackupKind::Full, BackupKind::Incremental}) {
+        if (type == BackupTypeName(kind)) {
+            return kind;
+        }
+    }
+    return std::nullopt;
 }
 
 } // namespace tessaron

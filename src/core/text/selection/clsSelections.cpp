@@ -4,6 +4,7 @@
 #include "setfile/clsParser.h"
 
 #include <algorithm>
+#include <functional>
 
 namespace tessaron {
 
@@ -48,6 +49,18 @@ std::string Quoted(const std::string& path) {
     return out + '"';
 }
 
+// The key of the first count components: joined by NUL, which no path holds.
+std::string KeyOf(const std::vector<std::string_view>& parts, size_t count) {
+    std::string key;
+    for (size_t i = 0; i < count; ++i) {
+        if (i > 0) {
+            key += '\0';
+        }
+        key += parts[i];
+    }
+    return key;
+}
+
 } // namespace
 
 clsSelItem::clsSelItem(std::string path, PathStyle style)
@@ -55,27 +68,70 @@ clsSelItem::clsSelItem(std::string path, PathStyle style)
     m_pathParts = clsPath::SplitParts(m_path, m_style);
 }
 
-void clsSelItem::SplitExcepts() {
-    // Growing or shrinking m_except may move its strings (and short strings keep their
-    // characters inline), so every view is taken again.
-    m_exceptParts.clear();
-    m_exceptParts.reserve(m_except.size());
+void clsSelItem::IndexExcepts() {
+    m_exceptSorted = m_except;
+    std::sort(m_exceptSorted.begin(), m_exceptSorted.end());
+    m_exceptKeys.clear();
+    std::vector<std::string_view> parts;
     for (const std::string& e : m_except) {
-        m_exceptParts.push_back(clsPath::SplitParts(e, m_style));
+        clsPath::SplitParts(e, m_style, parts);
+        if (!parts.empty() && !parts[0].empty()) {
+            m_exceptKeys.push_back(KeyOf(parts, parts.size()));
+        }
     }
+    std::sort(m_exceptKeys.begin(), m_exceptKeys.end());
 }
 
 void clsSelItem::AddExcept(std::string p) {
     m_except.push_back(std::move(p));
-    SplitExcepts();
+    IndexExcepts();
 }
 
 bool clsSelItem::RemoveExcept(std::string_view p) {
     const auto removed = std::erase(m_except, p);
     if (removed > 0) {
-        SplitExcepts();
+        IndexExcepts();
     }
     return removed > 0;
+}
+
+// An exception contains p when its components are the first ones of p's: one look-up per
+// component of p, whatever the number of exceptions.
+bool clsSelItem::ExceptCovers(std::string_view p,
+                              const std::vector<std::string_view>& parts) const {
+    if (std::binary_search(m_exceptSorted.begin(), m_exceptSorted.end(), p, std::less<>())) {
+        return true;
+    }
+    if (parts.empty() || parts[0].empty() || m_exceptKeys.empty()) {
+        return false;
+    }
+    std::string key;
+    for (size_t i = 0; i < parts.size(); ++i) {
+        if (i > 0) {
+            key += '\0';
+        }
+        key += parts[i];
+        if (std::binary_search(m_exceptKeys.begin(), m_exceptKeys.end(), key)) {
+            return true;
+        }
+    }
+    return false;
+}
+
+bool clsSelItem::ExceptBelow(const std::vector<std::string_view>& parts, bool orAt) const {
+    if (parts.empty() || parts[0].empty()) {
+        return false;
+    }
+    const std::string key = KeyOf(parts, parts.size());
+    auto it = std::lower_bound(m_exceptKeys.begin(), m_exceptKeys.end(), key);
+    if (it != m_exceptKeys.end() && *it == key) {
+        if (orAt) {
+            return true;
+        }
+        ++it;
+    }
+    return it != m_exceptKeys.end() && it->size() > key.size() && it->starts_with(key) &&
+           (*it)[key.size()] == '\0';
 }
 
 clsSelections::clsSelections(const clsSelections& other) : m_style(other.m_style) {
@@ -95,7 +151,7 @@ clsSelections& clsSelections::operator=(const clsSelections& other) {
 void clsSelections::AppendItem(std::string path, std::vector<std::string> excepts) {
     std::unique_ptr<clsSelItem> item(new clsSelItem(std::move(path), m_style));
     item->m_except = std::move(excepts);
-    item->SplitExcepts();
+    item->IndexExcepts();
     m_items.push_back(std::move(item));
 }
 
@@ -112,15 +168,14 @@ void clsSelections::RemoveContainedIn(const Parts& parts) {
     });
 }
 
-// True when one of item's exceptions equals p or contains it (p lies at or below it).
-bool clsSelections::AnyExceptCovers(const clsSelItem& item, std::string_view p,
-                                    const Parts& parts) {
-    for (size_t i = 0; i < item.m_except.size(); ++i) {
-        if (item.m_except[i] == p || PartsContain(item.m_exceptParts[i], parts)) {
-            return true;
+const clsSelItem* clsSelections::LastContaining(const Parts& parts) const {
+    const clsSelItem* last = nullptr;
+    for (const auto& item : m_items) {
+        if (PartsContain(item->m_pathParts, parts)) {
+            last = item.get();
         }
     }
-    return false;
+    return last;
 }
 
 void clsSelections::AddSelection(const std::string& Path) {
@@ -138,7 +193,7 @@ void clsSelections::AddSelection(const std::string& Path) {
         // Re-selecting an excepted path just drops that exception; the path is covered
         // by this entry unless a wider exception still excludes it.
         item->RemoveExcept(Path);
-        if (!AnyExceptCovers(*item, Path, parts)) {
+        if (!item->ExceptCovers(Path, parts)) {
             return;
         }
     }
@@ -153,7 +208,7 @@ void clsSelections::RemoveSelection(const std::string& Path) {
     for (const auto& item : m_items) {
         if (PartsContain(item->m_pathParts, parts)) {
             // Only the first entry that contains the path receives the exception.
-            if (!AnyExceptCovers(*item, Path, parts)) {
+            if (!item->ExceptCovers(Path, parts)) {
                 item->AddExcept(Path);
             }
             return;
@@ -168,15 +223,9 @@ bool clsSelections::IsSelected(std::string_view Path) const {
         }
     }
     clsPath::SplitParts(Path, m_style, m_scratch);
-    const Parts& parts = m_scratch;
-    bool selected = false;
     // The last entry that contains the path decides.
-    for (const auto& item : m_items) {
-        if (PartsContain(item->m_pathParts, parts)) {
-            selected = !AnyExceptCovers(*item, Path, parts);
-        }
-    }
-    return selected;
+    const clsSelItem* last = LastContaining(m_scratch);
+    return last != nullptr && !last->ExceptCovers(Path, m_scratch);
 }
 
 bool clsSelections::IsExcluded(std::string_view Path) const {
@@ -190,18 +239,9 @@ bool clsSelections::IsSelectedWithNoExceptions(std::string_view Path) const {
         }
     }
     clsPath::SplitParts(Path, m_style, m_scratch);
-    const Parts& parts = m_scratch;
-    bool selected = false;
-    for (const auto& item : m_items) {
-        if (!PartsContain(item->m_pathParts, parts)) {
-            continue;
-        }
-        selected = !AnyExceptCovers(*item, Path, parts);
-        for (size_t i = 0; selected && i < item->m_except.size(); ++i) {
-            selected = !PartsContain(parts, item->m_exceptParts[i]);
-        }
-    }
-    return selected;
+    const clsSelItem* last = LastContaining(m_scratch);
+    return last != nullptr && !last->ExceptCovers(Path, m_scratch) &&
+           !last->ExceptBelow(m_scratch, true);
 }
 
 bool clsSelections::HasChildSelected(std::string_view Path) const {
@@ -210,6 +250,28 @@ bool clsSelections::HasChildSelected(std::string_view Path) const {
     return std::any_of(m_items.begin(), m_items.end(), [&parts](const auto& item) {
         return PartsContain(parts, item->m_pathParts);
     });
+}
+
+bool clsSelections::SelectsAllBelow(std::string_view Path) const {
+    // Split as a folder: a last name ending in "." keeps its dot, as below it.
+    std::string folder(Path);
+    if (folder.empty()) {
+        return false;
+    }
+    if (folder.back() != PathSeparator(m_style)) {
+        folder += PathSeparator(m_style);
+    }
+    const Parts parts = clsPath::SplitParts(folder, m_style);
+    if (parts.empty() || parts[0].empty()) {
+        return false;
+    }
+    for (const auto& item : m_items) {
+        if (item->m_pathParts.size() > parts.size() && PartsContain(parts, item->m_pathParts)) {
+            return false;
+        }
+    }
+    const clsSelItem* last = LastContaining(parts);
+    return last != nullptr && !last->ExceptCovers(Path, parts) && !last->ExceptBelow(parts, false);
 }
 
 std::string clsSelections::Format() const {

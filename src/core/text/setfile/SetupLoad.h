@@ -26,7 +26,8 @@ void ApplyOptionRules(clsSetup& setup);
 // then resets the record (ResetSetup), parses the text and applies ApplyOptionRules.
 // Every load starts from the reset record, so nothing carries over from an earlier set.
 // False with the reason ("No such file or directory", "Not a regular file", "Type
-// mismatch"...) when the file cannot be read or parsed; setup is then left as it was.
+// mismatch", a path that holds a NUL character...) when the file cannot be read or parsed;
+// setup is then left as it was.
 bool LoadSetupFile(const std::string& fileName, clsSetup& setup, std::string& reason);
 
 } // namespace tessaron

@@ -9,10 +9,20 @@
 #include "selection/clsSelections.h"
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 
 namespace tessaron {
+
+// The two kinds of backup a set can ask for.
+enum class BackupKind { Full, Incremental };
+
+// The BackupType text of a kind: "FULL" or "INCREMENTAL".
+const char* BackupTypeName(BackupKind kind);
+// The kind a BackupType text names, compared exactly (letter case counts); nullopt for
+// any other text ("", "incremental"), which a run takes as FULL.
+std::optional<BackupKind> BackupKindOf(std::string_view type);
 
 class clsSetup {
 public:
@@ -20,7 +30,7 @@ public:
     explicit clsSetup(PathStyle style = NativePathStyle()) : Sel(style) {}
 
     std::string Target;     // output directory (drive path, UNC path or absolute path)
-    std::string BackupType; // "FULL" or "INCREMENTAL"; stored and read unchanged
+    std::string BackupType; // BackupTypeName of a kind, or any text; stored and read unchanged
     bool CleanTarget = false;
     bool SaveLog = false;
     bool StopOnError = false;

@@ -9,8 +9,10 @@
 // empty path contains nothing and is contained in nothing.
 //
 // Entries can only be changed through the members of the set, so that the component
-// lists it keeps for every entry and exception stay valid: IsSelected runs for every
-// file a backup meets and never splits an entry's path again.
+// lists it keeps for every entry and the index of every entry's exceptions stay valid:
+// IsSelected runs for every file a backup meets, never splits an entry's path again and
+// looks a path's exceptions up by its components, so that it costs about the same with
+// 20,000 exceptions as with ten.
 
 #include "platform/clsPath.h"
 
@@ -44,16 +46,24 @@ private:
     void AddExcept(std::string p);
     // Removes every exception equal to p; true when one was removed.
     bool RemoveExcept(std::string_view p);
-    void SplitExcepts();
+    // Rebuilds the index of the exceptions (whenever m_except changes).
+    void IndexExcepts();
+    // True when an exception equals p or contains it (lies at or above it); parts are p's.
+    bool ExceptCovers(std::string_view p, const std::vector<std::string_view>& parts) const;
+    // True when an exception lies below the place parts names (at it too, with orAt).
+    bool ExceptBelow(const std::vector<std::string_view>& parts, bool orAt) const;
 
     PathStyle m_style;
     std::string m_path;
     std::vector<std::string> m_except;
-    // Components of m_path and of every m_except string. They are views into those
-    // strings, so an item never moves (the set holds it by pointer) and the exception
-    // views are rebuilt whenever m_except changes.
+    // Components of m_path: views into it, so an item never moves (the set holds it by
+    // pointer).
     std::vector<std::string_view> m_pathParts;
-    std::vector<std::vector<std::string_view>> m_exceptParts;
+    // The exceptions sorted, and the component keys (components joined by NUL) of those
+    // whose first component is not empty, sorted: a key's place below another is then a
+    // run of keys right after it.
+    std::vector<std::string> m_exceptSorted;
+    std::vector<std::string> m_exceptKeys;
 };
 
 class clsSelections {
@@ -127,6 +137,10 @@ public:
     bool IsSelectedWithNoExceptions(std::string_view Path) const;
     // True when some entry's path is Path or lies below it.
     bool HasChildSelected(std::string_view Path) const;
+    // True when every path below the folder Path is selected: no entry and no exception
+    // lies below it, and the last entry that contains it has no exception at or above it.
+    // A walk below such a folder need not ask IsSelected again.
+    bool SelectsAllBelow(std::string_view Path) const;
 
     // The selections text: per entry (a tab before every entry but the first) the quoted
     // path, then " Except (" with the quoted exceptions separated by one space and ")"
@@ -145,7 +159,8 @@ private:
     using Parts = std::vector<std::string_view>;
     void RemoveContainedIn(const Parts& parts);
     void AppendItem(std::string path, std::vector<std::string> excepts);
-    static bool AnyExceptCovers(const clsSelItem& item, std::string_view p, const Parts& parts);
+    // The last entry that contains parts (nullptr when none does).
+    const clsSelItem* LastContaining(const Parts& parts) const;
 
     PathStyle m_style;
     // Components of the path asked last; kept to reuse its storage, since the queries run
