@@ -35,9 +35,9 @@ fi
 # (BUILD/layers/tessaron_engine/engine/X.h is src/core/engine/X.h).
 awk -F, '
     BEGIN {
-        n = split("src/core/ src/core/platform/ src/core/setfile/|src/core/selection/ " \
+        n = split("src/core/ src/core/platform/ src/core/text/|src/core/setfile/|src/core/selection/ " \
                   "src/core/mail/ src/core/engine/ src/ui/ src/app/ src/", parts, " ")
-        split("src/core src/core/platform src/core/setfile+selection src/core/mail " \
+        split("src/core src/core/platform src/core/text src/core/mail " \
               "src/core/engine src/ui src/app src", names, " ")
     }
     NR == 1 { next }
