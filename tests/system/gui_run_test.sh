@@ -18,9 +18,10 @@ for tool in xvfb-run xdotool xwd; do
 done
 if [[ -z ${TESSARON_IN_XVFB:-} ]]; then
     export TESSARON_IN_XVFB=1
-    # Each test starts looking for a free display at a number of its own: two xvfb-run -a
-    # started at once both pick :99 and one of them fails.
-    exec xvfb-run -a -n "$((120 + RANDOM % 380))" -s "-screen 0 1024x768x24" "$0" "$@"
+    # The two window tests look for a free display in ranges of their own (this main
+    # window's test from 120 to 299, the run window's from 300 to 479): two xvfb-run -a
+    # started at once would both pick :99, and one of them would fail.
+    exec xvfb-run -a -n "$((300 + RANDOM % 180))" -s "-screen 0 1024x768x24" "$0" "$@"
 fi
 
 work=$(mktemp -d)

@@ -199,15 +199,20 @@ protected:
 // And nothing past the point where a FULL run stopped is written: every copy there is one
 // that a "Copying" line names.
 TEST_P(Overlap, SameLogResultAndCopies) {
+    const OverlapCase& c = GetParam();
     const Outcome without = RunOnce(false);
     const Outcome with = RunOnce(true);
-    EXPECT_TRUE(with.ahead);
+    // A run stopped early (cancelled, or stopped at an error) may end before a loaded
+    // machine lets the read-ahead thread make its first call; one that runs to its end
+    // always has it working.
+    if (c.cancelAt == 0 && !c.stopOnError) {
+        EXPECT_TRUE(with.ahead);
+    }
     EXPECT_FALSE(without.ahead);
     EXPECT_EQ(with.ok, without.ok);
     ASSERT_EQ(with.log, without.log);
     EXPECT_TRUE(with.tree == without.tree) << Differences(with.tree, without.tree);
-    EXPECT_NE(std::find(with.log.begin(), with.log.end(), GetParam().result), with.log.end());
-    const OverlapCase& c = GetParam();
+    EXPECT_NE(std::find(with.log.begin(), with.log.end(), c.result), with.log.end());
     if (std::string(c.type) != "FULL" || (!c.stopOnError && c.cancelAt == 0)) {
         return;
     }
