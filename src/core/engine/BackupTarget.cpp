@@ -8,6 +8,10 @@
 
 namespace tessaron {
 
+namespace {
+constexpr PathStyle kStyle = NativePathStyle();
+} // namespace
+
 void BackupEngine::CheckTarget(const std::string& target, bool& ok) {
     ok = false;
     if (!TargetNamesDrive(target)) {

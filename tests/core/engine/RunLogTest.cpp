@@ -60,7 +60,7 @@ const TakenCase kTaken[] = {
          BackupEngine engine(other);
          engine.Setup(set);
          engine.LogDir(logs.string());
-         engine.Run(false);
+         engine.Run();
          return ReadFile(engine.LogFile());
      }},
 };

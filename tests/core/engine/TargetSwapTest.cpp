@@ -12,12 +12,12 @@ namespace {
 class AnsweringView : public ScriptedView {
 public:
     std::function<void()> whileAsked;
-    MsgAnswer Ask(const std::string& title, const std::string& text, MsgButtons buttons) override {
-        if (title != "Clear Target") {
-            return ScriptedView::Ask(title, text, buttons);
+    Answer Ask(const Question& question) override {
+        if (question.Title != "Clear Target") {
+            return ScriptedView::Ask(question);
         }
         whileAsked();
-        return MsgAnswer::Yes;
+        return {MsgAnswer::Yes};
     }
 };
 
@@ -53,7 +53,7 @@ TEST_P(TargetSwap, ClearsAndCopiesWhereItChecked) {
     engine.Setup(setup);
     engine.LogDir(logs.string());
     engine.FileAccess(access);
-    EXPECT_TRUE(engine.Run(false)) << asking.All();
+    EXPECT_TRUE(engine.Run()) << asking.All();
     EXPECT_EQ(ReadFile(src / "a.txt"), "source");
     EXPECT_EQ(std::distance(fs::directory_iterator(src), fs::directory_iterator()), 1);
     EXPECT_FALSE(fs::exists(out / "old.txt"));
