@@ -2,6 +2,10 @@
 #   make check   installs what is missing, builds, runs every test
 #   make demo    installs what is missing, builds, backs up a sample tree
 #   make asan    the core tests under AddressSanitizer and UndefinedBehaviorSanitizer
+#   make coverage  every test on a Debug build with --coverage (build-coverage, window off),
+#                then gcovr's line and branch coverage of src/: the core, each of its layers,
+#                src/ui and src/app (scripts/coverage.sh)
+#   make count   lines of tests/ against src/ (scripts/count-lines.sh)
 #   make deb     the Debian package (build/tessaron_*.deb), checked by scripts/check-deb.sh
 #   make fuzz    every fuzz target for a minute (fuzz-smoke: 10 seconds each), built with
 #                clang, libFuzzer, AddressSanitizer and UndefinedBehaviorSanitizer
@@ -11,13 +15,14 @@
 #                       build-windows/tessaron-setup-<version>.exe, tessaron-<version>-portable.zip
 #   make check-installer    installs silently under Wine, runs /RUN, uninstalls silently
 BUILD ?= build
+COVERAGE_BUILD ?= build-coverage
 FUZZ_BUILD ?= build-fuzz
 WINBUILD ?= build-windows
 JOBS ?= $(shell nproc)
 CMAKE_FLAGS ?=
 
-.PHONY: deps build check demo asan deb package fuzz-build fuzz fuzz-smoke format clean \
-	deps-windows windows check-windows windows-installer check-installer
+.PHONY: deps build check demo asan coverage count deb package fuzz-build fuzz fuzz-smoke format \
+	clean deps-windows windows check-windows windows-installer check-installer
 
 deps:
 	@scripts/install-deps.sh
@@ -36,6 +41,13 @@ asan: deps
 	cmake -S . -B $(BUILD)-asan -DTESSARON_WERROR=ON -DTESSARON_SANITIZE=ON -DTESSARON_GUI=OFF $(CMAKE_FLAGS)
 	cmake --build $(BUILD)-asan -j $(JOBS) --target tessaron_all_core_tests
 	cd $(BUILD)-asan && ctest --output-on-failure -j $(JOBS) -L core
+
+coverage:
+	@scripts/install-deps.sh --coverage
+	scripts/coverage.sh $(COVERAGE_BUILD) $(JOBS)
+
+count:
+	@scripts/count-lines.sh
 
 deb: build
 	cd $(BUILD) && cpack -G DEB
@@ -77,4 +89,4 @@ format:
 	clang-format -i $$(git ls-files '*.cpp' '*.h')
 
 clean:
-	rm -rf $(BUILD) $(BUILD)-asan $(FUZZ_BUILD) $(WINBUILD)
+	rm -rf $(BUILD) $(BUILD)-asan $(COVERAGE_BUILD) $(FUZZ_BUILD) $(WINBUILD)

@@ -3,6 +3,7 @@
 # Runs apt-get as root, or through sudo otherwise. Safe to run again.
 #   scripts/install-deps.sh            what the Linux build and its tests need
 #   scripts/install-deps.sh --windows  what the Windows cross build and its tests need
+#   scripts/install-deps.sh --coverage what the Linux build needs, and gcovr (make coverage)
 set -euo pipefail
 
 packages=(
@@ -25,6 +26,9 @@ packages=(
     desktop-file-utils      # desktop-file-validate checks the menu entries
     librsvg2-bin            # rsvg-convert renders the icon (scripts/make-icons.sh)
 )
+if [[ ${1:-} == --coverage ]]; then
+    packages+=(gcovr)       # reads the counters of a --coverage build (make coverage)
+fi
 if [[ ${1:-} == --windows ]]; then
     packages=(
         cmake make

@@ -59,10 +59,9 @@ TEST_P(ListClick, OnlyTheMarkColumnToggles) {
     EXPECT_EQ(view->currentIndex().row(), Row("B")) << "the click selects the item either way";
 }
 
-const ClickCase kClickCases[] = {{"InsideTheMark", 8, true},
-                                 {"AtThe16PixelEdge", 16, true},
-                                 {"JustPastTheMark", 17, false},
-                                 {"OnTheName", 60, false}};
+const ClickCase kClickCases[] = {
+    ClickCase("InsideTheMark", 8, true), ClickCase("AtThe16PixelEdge", 16, true),
+    ClickCase("JustPastTheMark", 17, false), ClickCase("OnTheName", 60, false)};
 
 INSTANTIATE_TEST_SUITE_P(Browser, ListClick, ::testing::ValuesIn(kClickCases), test::ParamName());
 

@@ -64,13 +64,12 @@ TEST_P(EmailSetupOk, StoresExactlyWhatWasTyped) {
     EXPECT_EQ(reread.GetSetting("Settings", "SMTPPort", "-"), "2525");
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    EmailSetup, EmailSetupOk,
-    ::testing::Values(Typed{"BlanksAroundAndInside", "  smtp.example.org ", " Ann Lee <a@x.org> "},
-                      Typed{"Empty", "", ""},
-                      Typed{"NotAscii", QString::fromUtf8("m\xC3\xA4il.example"),
-                            QString::fromUtf8("Zo\xC3\xAB@example.org")}),
-    test::ParamName());
+INSTANTIATE_TEST_SUITE_P(EmailSetup, EmailSetupOk,
+                         ::testing::Values(Typed{"BlanksAndNotAscii",
+                                                 QString::fromUtf8(" m\xC3\xA4il.example  "),
+                                                 QString::fromUtf8(" Zo\xC3\xAB Lee <z@x.org> ")},
+                                           Typed{"Empty", "", ""}),
+                         test::ParamName());
 
 // Cancel leaves the file byte for byte as it was.
 TEST_F(EmailSetupOk, CancelStoresNothing) {

@@ -32,8 +32,11 @@ if [[ ${3:-} != --inside ]]; then
     done
     work=$(mktemp -d)
     trap 'rm -rf "$work"' EXIT
+    # Each test starts looking for a free display at a number of its own: two xvfb-run -a
+    # started at once both pick :99 and one of them fails.
     XDG_CONFIG_HOME=$work/config timeout 25 \
-        xvfb-run -a -s "-screen 0 1024x768x24" "$0" "$exe" "$shot" --inside "$work"
+        xvfb-run -a -n "$((120 + RANDOM % 380))" -s "-screen 0 1024x768x24" "$0" "$exe" "$shot" \
+            --inside "$work"
     exit $?
 fi
 

@@ -1,7 +1,7 @@
 #pragma once
-// Sets an environment variable for the life of the object (and reloads the time zone,
-// in case it is TZ); a child process started meanwhile inherits it. And whether a locale
-// the environment may name is installed.
+// Sets (or unsets) an environment variable for the life of the object (and reloads the
+// time zone, in case it is TZ); a child process started meanwhile inherits it. And whether
+// a locale the environment may name is installed.
 
 #include <clocale>
 #include <cstdlib>
@@ -22,12 +22,14 @@ inline int unsetenv(const char* name) {
 
 class EnvOverride {
 public:
-    EnvOverride(const char* name, const std::string& value) : name_(name) {
+    // value nullptr: the variable is unset meanwhile.
+    EnvOverride(const char* name, const char* value) : name_(name) {
         if (const char* old = std::getenv(name))
             old_ = old;
-        setenv(name, value.c_str(), 1);
+        value ? setenv(name, value, 1) : unsetenv(name);
         tzset();
     }
+    EnvOverride(const char* name, const std::string& value) : EnvOverride(name, value.c_str()) {}
     ~EnvOverride() {
         old_ ? setenv(name_, old_->c_str(), 1) : unsetenv(name_);
         tzset();

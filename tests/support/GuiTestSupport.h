@@ -13,6 +13,7 @@
 namespace tessaron::test {
 
 struct ShownBox {
+    QWidget* Parent;
     std::string Title;
     std::string Text;
     MsgButtons Buttons;
@@ -23,15 +24,15 @@ struct ShownDialog {
     gui::clsComDlg Dialog; // the properties it was shown with
 };
 
-// While it lives, message boxes are answered OK (or the first of Answers) and file
-// dialogs with the next of Paths ("" when none is left: Cancel). Both are recorded.
+// While it lives, message boxes are answered with Answer and file dialogs with the next of
+// Paths ("" when none is left: Cancel). Both are recorded.
 class GuiScript {
 public:
-    GuiScript() {
+    explicit GuiScript(MsgAnswer reply = MsgAnswer::OK) : Answer(reply) {
         m_oldBox = gui::SetMessageBoxHandler(
-            [this](QWidget*, const QString& title, const QString& text, MsgButtons b) {
-                Boxes.push_back({title.toStdString(), text.toStdString(), b});
-                return MsgAnswer::OK;
+            [this](QWidget* parent, const QString& title, const QString& text, MsgButtons b) {
+                Boxes.push_back({parent, title.toStdString(), text.toStdString(), b});
+                return Answer;
             });
         m_oldDialog =
             gui::SetFileDialogHandler([this](gui::FileDialogKind kind, const gui::clsComDlg& dlg) {
@@ -51,6 +52,7 @@ public:
     GuiScript(const GuiScript&) = delete;
     GuiScript& operator=(const GuiScript&) = delete;
 
+    MsgAnswer Answer;
     std::vector<ShownBox> Boxes;
     std::vector<ShownDialog> Dialogs;
     std::deque<std::string> Paths;

@@ -3,6 +3,7 @@
 // tessaron program with a time limit while its output is collected.
 
 #include "TempTree.h"
+#include "TestNames.h"
 
 #include <gtest/gtest.h>
 
@@ -86,12 +87,7 @@ inline std::wstring CommandLineOf(const std::vector<std::string>& args) {
         line += " " + quoted(a);
     }
     line += " /CONSOLE"; // a console run, even when the program has its window
-    std::wstring wide(static_cast<std::size_t>(::MultiByteToWideChar(
-                          CP_UTF8, 0, line.data(), static_cast<int>(line.size()), nullptr, 0)),
-                      L'\0');
-    ::MultiByteToWideChar(CP_UTF8, 0, line.data(), static_cast<int>(line.size()), wide.data(),
-                          static_cast<int>(wide.size()));
-    return wide;
+    return FromUtf8(line).wstring();
 }
 
 // Sets the environment variables for the child (which inherits them) and puts the old

@@ -95,64 +95,58 @@ void Junk(Sandbox& b, SetFile& s, std::vector<std::string>&) {
 }
 
 const OutcomeCase kOutcomes[] = {
-    {"VerifyPassesAndLogIsSaved",
-     [](Sandbox&, SetFile& s, std::vector<std::string>&) { s.Verify = s.SaveLog = true; },
-     0,
-     {"Verify Complete", "2 Files Verified"},
-     {"Verify Error"},
-     [](Sandbox& b) {
-         EXPECT_TRUE(Contains(b.LastLog(), "Verifying " + (b.src / "b" / "g.txt").string() +
-                                               " (6 Bytes)...Done"));
-         bool saved = false;
-         for (const fs::directory_entry& e : fs::directory_iterator(b.dst)) {
-             saved = saved || e.path().filename().string().rfind("BackupLog_", 0) == 0;
-         }
-         EXPECT_TRUE(saved);
-     }},
-    {"RelativeTarget",
-     [](Sandbox&, SetFile& s, std::vector<std::string>&) { s.Target = "backup"; },
-     2,
-     {"Invalid Target - No Drive or Server specified", "Backup Cancelled"},
-     {"Copying Files"},
-     nullptr},
-    {"UnpluggedRemovableDisk",
-     [](Sandbox&, SetFile& s, std::vector<std::string>& a) {
-         s.Target = MissingDrive() + "x";
-         a.pop_back(); // not quiet: the question is answered OK by nobody
-     },
-     2,
-     {"Unknown Device - answered OK (no terminal)",
-      "Unknown Target Device - " + MissingDrive() + "x", "Backup Cancelled"},
-     {"Copying Files"},
-     [](Sandbox&) { EXPECT_FALSE(fs::exists(MissingDrive())); }},
-    {"LowerCaseIncrementalRunsAsFull",
-     [](Sandbox&, SetFile& s, std::vector<std::string>&) { s.BackupType = "incremental"; },
-     0,
-     {"Starting Backup (FULL)...", "Backup Complete"},
-     {},
-     nullptr},
-    {"ClearingQuiet",
-     Junk,
-     0,
-     {"Clear Target - answered Yes (quiet mode)", "Clearing %DST%...Done", "Backup Complete"},
-     {},
-     [](Sandbox& b) {
-         EXPECT_FALSE(fs::exists(b.dst / "old"));
-         EXPECT_TRUE(fs::exists(CopyOf(b.dst, b.src / "b/g.txt")));
-     }},
-    {"ClearingRefusedWhenNobodyAnswers",
-     [](Sandbox& b, SetFile& s, std::vector<std::string>& a) {
-         Junk(b, s, a);
-         a.pop_back();
-     },
-     2,
-     {"Clear Target - answered No (no terminal)", "Backup Cancelled"},
-     {"Clearing"},
-     [](Sandbox& b) { EXPECT_TRUE(fs::exists(b.dst / "old/junk.txt")); }},
+    OutcomeCase(
+        "VerifyPassesAndLogIsSaved",
+        [](Sandbox&, SetFile& s, std::vector<std::string>&) { s.Verify = s.SaveLog = true; }, 0,
+        {"Verify Complete", "2 Files Verified"}, {"Verify Error"},
+        [](Sandbox& b) {
+            EXPECT_TRUE(Contains(b.LastLog(), "Verifying " + (b.src / "b" / "g.txt").string() +
+                                                  " (6 Bytes)...Done"));
+            bool saved = false;
+            for (const fs::directory_entry& e : fs::directory_iterator(b.dst)) {
+                saved = saved || e.path().filename().string().rfind("BackupLog_", 0) == 0;
+            }
+            EXPECT_TRUE(saved);
+        }),
+    OutcomeCase(
+        "RelativeTarget",
+        [](Sandbox&, SetFile& s, std::vector<std::string>&) { s.Target = "backup"; }, 2,
+        {"Invalid Target - No Drive or Server specified", "Backup Cancelled"}, {"Copying Files"},
+        nullptr),
+    OutcomeCase(
+        "UnpluggedRemovableDisk",
+        [](Sandbox&, SetFile& s, std::vector<std::string>& a) {
+            s.Target = MissingDrive() + "x";
+            a.pop_back(); // not quiet: the question is answered OK by nobody
+        },
+        2,
+        {"Unknown Device - answered OK (no terminal)",
+         "Unknown Target Device - " + MissingDrive() + "x", "Backup Cancelled"},
+        {"Copying Files"}, [](Sandbox&) { EXPECT_FALSE(fs::exists(MissingDrive())); }),
+    OutcomeCase(
+        "LowerCaseIncrementalRunsAsFull",
+        [](Sandbox&, SetFile& s, std::vector<std::string>&) { s.BackupType = "incremental"; }, 0,
+        {"Starting Backup (FULL)...", "Backup Complete"}, {}, nullptr),
+    OutcomeCase(
+        "ClearingQuiet", Junk, 0,
+        {"Clear Target - answered Yes (quiet mode)", "Clearing %DST%...Done", "Backup Complete"},
+        {},
+        [](Sandbox& b) {
+            EXPECT_FALSE(fs::exists(b.dst / "old"));
+            EXPECT_TRUE(fs::exists(CopyOf(b.dst, b.src / "b/g.txt")));
+        }),
+    OutcomeCase(
+        "ClearingRefusedWhenNobodyAnswers",
+        [](Sandbox& b, SetFile& s, std::vector<std::string>& a) {
+            Junk(b, s, a);
+            a.pop_back();
+        },
+        2, {"Clear Target - answered No (no terminal)", "Backup Cancelled"}, {"Clearing"},
+        [](Sandbox& b) { EXPECT_TRUE(fs::exists(b.dst / "old/junk.txt")); }),
 };
 
 INSTANTIATE_TEST_SUITE_P(Runs, RunOutcome, ::testing::ValuesIn(kOutcomes),
-                         [](const auto& p) { return std::string(p.param.name); });
+                         tessaron::test::ParamName());
 
 // A set file that cannot be loaded ends the program with status 3 before any backup.
 // (The system's texts for a missing file differ between systems: only the program's own

@@ -1,16 +1,15 @@
 // Whether /RUN may show its window: a display counts only when its server answers, so that
 // a stale DISPLAY makes a console run instead of a program that cannot start.
 #include "Display.h"
+#include "EnvOverride.h"
+#include "TestNames.h"
 
 #include <gtest/gtest.h>
 
 #include <memory>
-#include <utility>
-#include <vector>
 
 #include <arpa/inet.h>
 #include <cstddef>
-#include <cstdlib>
 #include <cstring>
 #include <string>
 #include <sys/socket.h>
@@ -55,31 +54,13 @@ private:
 struct Env {
     const char* name;
     const char* platform; // QT_QPA_PLATFORM; null: unset
-    std::string display;  // DISPLAY; "": unset
+    const char* display;  // DISPLAY; null: unset
     int server;           // display number of a fake server; 0: none
     bool tcp;
     bool expected;
 };
 
-class DisplayAvailable : public ::testing::TestWithParam<Env> {
-protected:
-    void SetUp() override {
-        for (const char* v : {"DISPLAY", "WAYLAND_DISPLAY", "QT_QPA_PLATFORM"}) {
-            if (const char* old = std::getenv(v)) {
-                m_saved.emplace_back(v, old);
-            }
-            unsetenv(v);
-        }
-    }
-    void TearDown() override {
-        unsetenv("DISPLAY");
-        unsetenv("QT_QPA_PLATFORM");
-        for (const auto& [name, value] : m_saved) {
-            setenv(name.c_str(), value.c_str(), 1);
-        }
-    }
-    std::vector<std::pair<std::string, std::string>> m_saved;
-};
+class DisplayAvailable : public ::testing::TestWithParam<Env> {};
 
 TEST_P(DisplayAvailable, OnlyWhenTheServerAnswers) {
     const Env& e = GetParam();
@@ -88,25 +69,21 @@ TEST_P(DisplayAvailable, OnlyWhenTheServerAnswers) {
         server = std::make_unique<FakeServer>(e.server, e.tcp);
         ASSERT_TRUE(server->Ok()) << "cannot stand in for display " << e.server;
     }
-    if (e.platform != nullptr) {
-        setenv("QT_QPA_PLATFORM", e.platform, 1);
-    }
-    if (!e.display.empty()) {
-        setenv("DISPLAY", e.display.c_str(), 1);
-    }
+    const tessaron::test::EnvOverride platform("QT_QPA_PLATFORM", e.platform),
+        display("DISPLAY", e.display), wayland("WAYLAND_DISPLAY", nullptr);
     EXPECT_EQ(tessaron::DisplayAvailable(), e.expected);
 }
 
 INSTANTIATE_TEST_SUITE_P(
     RunWindow, DisplayAvailable,
-    ::testing::Values(Env{"NothingSet", nullptr, "", 0, false, false},
-                      Env{"OffscreenPlatform", "offscreen", "", 0, false, true},
+    ::testing::Values(Env{"NothingSet", nullptr, nullptr, 0, false, false},
+                      Env{"OffscreenPlatform", "offscreen", nullptr, 0, false, true},
                       Env{"StaleDisplay", nullptr, ":5731", 0, false, false},
                       Env{"LocalServer", nullptr, ":5732.0", 5732, false, true},
                       Env{"UnixHostServer", nullptr, "unix:5733", 5733, false, true},
                       Env{"TcpServer", nullptr, "127.0.0.1:5734", 5734, true, true},
                       Env{"XcbPlatformWithoutServer", "xcb", ":5735", 0, false, false},
                       Env{"XcbPlatformWithServer", "xcb", ":5736", 5736, false, true}),
-    [](const auto& p) { return std::string(p.param.name); });
+    tessaron::test::ParamName());
 
 } // namespace

@@ -117,7 +117,7 @@ const PlaceCase kSpellings[] = {
 };
 
 INSTANTIATE_TEST_SUITE_P(Targets, TargetSpelling, ::testing::ValuesIn(kSpellings),
-                         [](const auto& p) { return NameOf(p.param.name); });
+                         tessaron::test::ParamName());
 
 // A target inside a source, spelled with "./", is left out of the walk: the backup never
 // copies itself, however often it runs.
@@ -188,6 +188,6 @@ const LinkCase kLinks[] = {
 };
 
 INSTANTIATE_TEST_SUITE_P(Links, LinkedSelection, ::testing::ValuesIn(kLinks),
-                         [](const auto& p) { return std::string(p.param.name); });
+                         tessaron::test::ParamName());
 
 } // namespace

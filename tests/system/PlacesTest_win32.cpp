@@ -53,6 +53,6 @@ const PlaceCase kTargets[] = {
 };
 
 INSTANTIATE_TEST_SUITE_P(Targets, WindowsTarget, ::testing::ValuesIn(kTargets),
-                         [](const auto& p) { return std::string(p.param.name); });
+                         tessaron::test::ParamName());
 
 } // namespace

@@ -58,10 +58,7 @@ INSTANTIATE_TEST_SUITE_P(
                         p, std::string("Target = \"/x\"\r\nSelections = \"/home/a\0b\"\r\n", 41));
                 },
                 "A path in the set holds a NUL character - /home/a\\x00b"}),
-    [](const auto& tc) {
-        std::string n = tc.param.name;
-        return n.substr(0, n.find('.'));
-    });
+    test::ParamName());
 
 // Every load starts from the record the window's New leaves, then applies the window's
 // option rules, so a set never inherits options from the set loaded before it and an
@@ -107,6 +104,6 @@ INSTANTIATE_TEST_SUITE_P(
                  "BackupType = INCREMENTAL\nCleanTarget = True\nEMail = 1\n", false, true, ""},
         LoadCase{"NothingCarriesOver", kCleanMail, "Target = \"/other\"\r\n", false, false, ""},
         LoadCase{"EmptyFileIsANewSet", kCleanMail, "", false, false, ""}),
-    [](const auto& tc) { return std::string(tc.param.name); });
+    test::ParamName());
 
 } // namespace

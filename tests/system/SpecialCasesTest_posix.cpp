@@ -144,8 +144,7 @@ const TreeCase kTrees[] = {
      }},
 };
 
-INSTANTIATE_TEST_SUITE_P(Trees, OddTree, ::testing::ValuesIn(kTrees),
-                         [](const auto& p) { return std::string(p.param.name); });
+INSTANTIATE_TEST_SUITE_P(Trees, OddTree, ::testing::ValuesIn(kTrees), ParamName());
 
 // An interrupt while a large file is copied in small blocks cancels the run.
 class Interrupt : public ::testing::TestWithParam<int> {};

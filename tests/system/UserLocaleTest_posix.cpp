@@ -61,6 +61,6 @@ INSTANTIATE_TEST_SUITE_P(
                                 "1 Files,  1.234 Bytes"},
                       LocaleRun{"C", "C", "[0-9]{4}-[0-9]{2}-[0-9]{2} [0-9]{2}:[0-9]{2}:[0-9]{2}",
                                 "1 Files,  1,234 Bytes"}),
-    [](const auto& p) { return std::string(p.param.Name); });
+    tessaron::test::ParamName());
 
 } // namespace

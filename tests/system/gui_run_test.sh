@@ -18,7 +18,9 @@ for tool in xvfb-run xdotool xwd; do
 done
 if [[ -z ${TESSARON_IN_XVFB:-} ]]; then
     export TESSARON_IN_XVFB=1
-    exec xvfb-run -a -s "-screen 0 1024x768x24" "$0" "$@"
+    # Each test starts looking for a free display at a number of its own: two xvfb-run -a
+    # started at once both pick :99 and one of them fails.
+    exec xvfb-run -a -n "$((120 + RANDOM % 380))" -s "-screen 0 1024x768x24" "$0" "$@"
 fi
 
 work=$(mktemp -d)

@@ -74,34 +74,21 @@ TEST_P(OptionRules, ControlsWriteTheSetAndEachOther) {
 }
 
 const OptionCase kOptionCases[] = {
-    {"FullAllowsClearing",
-     {"FULL", "+Clean"},
-     {"BackupType = FULL", "CleanTarget = True"},
-     true,
-     true,
-     false},
-    {"IncrementalUnticksAndGreysClear",
-     {"FULL", "+Clean", "INCREMENTAL"},
-     {"BackupType = INCREMENTAL", "CleanTarget = False"},
-     false,
-     false,
-     false},
-    {"GreyedClearStaysUnticked",
-     {"INCREMENTAL", "+Clean"},
-     {"CleanTarget = False"},
-     false,
-     false,
-     false},
-    {"FullEnablesClearAgain", {"INCREMENTAL", "FULL"}, {"BackupType = FULL"}, false, true, false},
-    {"EmailEnablesTheAddress", {"+Email"}, {"EMail = True"}, false, true, true},
-    {"EmailOffGreysTheAddress", {"+Email", "-Email"}, {"EMail = False"}, false, true, false},
-    {"EachSwitchWritesItsOwnLine",
-     {"+SaveLog", "+Stop", "+Verify", "+Eject"},
-     {"SaveLog = True", "StopOnError = True", "Verify = True", "EjectMedia = True",
-      "CleanTarget = False", "EMail = False"},
-     false,
-     true,
-     false}};
+    OptionCase("FullAllowsClearing", {"FULL", "+Clean"},
+               {"BackupType = FULL", "CleanTarget = True"}, true, true, false),
+    OptionCase("IncrementalUnticksAndGreysClear", {"FULL", "+Clean", "INCREMENTAL"},
+               {"BackupType = INCREMENTAL", "CleanTarget = False"}, false, false, false),
+    OptionCase("GreyedClearStaysUnticked", {"INCREMENTAL", "+Clean"}, {"CleanTarget = False"},
+               false, false, false),
+    OptionCase("FullEnablesClearAgain", {"INCREMENTAL", "FULL"}, {"BackupType = FULL"}, false, true,
+               false),
+    OptionCase("EmailEnablesTheAddress", {"+Email"}, {"EMail = True"}, false, true, true),
+    OptionCase("EmailOffGreysTheAddress", {"+Email", "-Email"}, {"EMail = False"}, false, true,
+               false),
+    OptionCase("EachSwitchWritesItsOwnLine", {"+SaveLog", "+Stop", "+Verify", "+Eject"},
+               {"SaveLog = True", "StopOnError = True", "Verify = True", "EjectMedia = True",
+                "CleanTarget = False", "EMail = False"},
+               false, true, false)};
 
 INSTANTIATE_TEST_SUITE_P(MainWindow, OptionRules, ::testing::ValuesIn(kOptionCases),
                          test::ParamName());
@@ -193,18 +180,20 @@ TEST_P(LoadSet, ShowsTheSetOrSaysWhyNot) {
 }
 
 const LoadCase kLoadCases[] = {
-    {"FullSet",
-     "Target = \"/media/usb\"\r\nBackupType = FULL\r\nCleanTarget = True\r\n"
-     "Selections = \"%ROOT%/A\"\r\n",
-     nullptr, "/media/usb", true, false, true, true},
-    {"IncrementalNeverClears",
-     "Target = \"/m\"\r\nBackupType = INCREMENTAL\r\nCleanTarget = True\r\n", nullptr, "/m", false,
-     true, false, false},
-    {"EmptyFileResetsUnderItsName", "", nullptr, "", false, false, false, true},
-    {"OtherTypeChoosesNeither", "BackupType = full\r\n", nullptr, "", false, false, false, true},
-    {"MissingFile", nullptr, "No such file or directory", "/before", false, false, false, true},
-    {"BadSwitchKeepsTheSet", "Target = \"/x\"\r\nVerify = yes\r\n", "Type mismatch", "/before",
-     false, false, false, true}};
+    LoadCase("FullSet",
+             "Target = \"/media/usb\"\r\nBackupType = FULL\r\nCleanTarget = True\r\n"
+             "Selections = \"%ROOT%/A\"\r\n",
+             nullptr, "/media/usb", true, false, true, true),
+    LoadCase("IncrementalNeverClears",
+             "Target = \"/m\"\r\nBackupType = INCREMENTAL\r\nCleanTarget = True\r\n", nullptr, "/m",
+             false, true, false, false),
+    LoadCase("EmptyFileResetsUnderItsName", "", nullptr, "", false, false, false, true),
+    LoadCase("OtherTypeChoosesNeither", "BackupType = full\r\n", nullptr, "", false, false, false,
+             true),
+    LoadCase("MissingFile", nullptr, "No such file or directory", "/before", false, false, false,
+             true),
+    LoadCase("BadSwitchKeepsTheSet", "Target = \"/x\"\r\nVerify = yes\r\n", "Type mismatch",
+             "/before", false, false, false, true)};
 
 INSTANTIATE_TEST_SUITE_P(MainWindow, LoadSet, ::testing::ValuesIn(kLoadCases), test::ParamName());
 

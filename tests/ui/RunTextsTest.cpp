@@ -76,122 +76,120 @@ TEST_P(Texts, FollowTheRun) {
 }
 
 const TextsCase kCases[] = {
-    {"ANewRunForgetsTheLast",
-     [](RunTexts& t) {
-         t.Progress(kCopying.Progress());
-         t.PhaseStarted(RunPhase::Verify, kVerifyStart.Progress());
-         t.Result(RunResult::Error);
-         t.Finished();
-         t.Reset();
-     },
-     {{L::Caption, "Backup Progress"},
-      {L::CurrentFrame, "Current File"},
-      {L::OverallFrame, "Overall Progress"},
-      {L::FilesDoneCaption, "Files Transferred"},
-      {L::BytesDoneCaption, "Bytes Transferred"},
-      {L::Button, "Cancel"},
-      {L::Result, ""},
-      {L::Files, ""},
-      {L::Elapsed, ""},
-      {L::CurrentFile, ""}},
-     0,
-     0},
-    {"RefreshGroupsAndTimes",
-     [](RunTexts& t) { t.Progress(kCopying.Progress()); },
-     {{L::Caption, "Backup Progress - 42% Complete"},
-      {L::CurrentFile, "/src/a.txt"},
-      {L::Files, "10"},
-      {L::Bytes, "5,000"},
-      {L::FilesDone, "3"},
-      {L::BytesDone, "1,000"},
-      {L::Elapsed, "0:01:01"},
-      {L::BytesPerSecond, "2"},
-      {L::Remaining, "0:01:60"}},
-     33,
-     42},
-    {"ZeroTotalsShowNothing",
-     [](RunTexts& t) { t.Progress(Counters{.totalFiles = 1234}.Progress()); },
-     {{L::Files, "1,234"},
-      {L::FilesDone, "0"},
-      {L::Bytes, ""},
-      {L::BytesDone, ""},
-      {L::Elapsed, ""},
-      {L::Caption, "Backup Progress - 0% Complete"}},
-     0,
-     0},
-    {"UnmeasuredRefreshKeepsBarsAndTimes",
-     [](RunTexts& t) {
-         t.Progress(kCopying.Progress());
-         t.Progress(Counters{}.Progress());
-     },
-     {{L::Caption, "Backup Progress - 42% Complete"},
-      {L::Files, ""},
-      {L::Elapsed, "0:01:01"},
-      {L::BytesPerSecond, "2"},
-      {L::Remaining, "0:01:60"}},
-     33,
-     42},
-    {"CopyStartKeepsThePercentage",
-     [](RunTexts& t) {
-         t.PhaseStarted(RunPhase::Size, Counters{}.Progress());
-         t.Progress(Counters{.totalFiles = 10, .totalBytes = 5000, .elapsed = 900}.Progress());
-         t.PhaseStarted(RunPhase::Copy, Counters{.totalFiles = 10, .totalBytes = 5000}.Progress());
-     },
-     {{L::Caption, "Backup Progress - 0% Complete"},
-      {L::FilesDoneCaption, "Files Transferred"},
-      {L::FilesDone, "0"},
-      {L::Elapsed, ""}},
-     0,
-     0},
-    {"VerifyStartShowsItsOwnCounters",
-     [](RunTexts& t) {
-         t.Progress(kCopying.Progress());
-         t.PhaseStarted(RunPhase::Verify, kVerifyStart.Progress());
-     },
-     {{L::Caption, "Backup Progress (Verifying)"},
-      {L::CurrentFrame, "Current File (Verifying)"},
-      {L::OverallFrame, "Overall Progress (Verifying)"},
-      {L::FilesDoneCaption, "Files Verified"},
-      {L::BytesDoneCaption, "Bytes Read"},
-      {L::CurrentFile, ""},
-      {L::Files, "10"},
-      {L::FilesDone, "0"},
-      {L::BytesDone, "0"},
-      {L::Elapsed, ""},
-      {L::BytesPerSecond, ""},
-      {L::Remaining, ""}},
-     0,
-     20},
-    {"VerifyRefreshPutsThePercentageBack",
-     [](RunTexts& t) {
-         t.PhaseStarted(RunPhase::Verify, kVerifyStart.Progress());
-         Counters c = kVerifyStart;
-         c.bytesDone = 1500;
-         c.elapsed = 1000;
-         t.Progress(c.Progress());
-     },
-     {{L::Caption, "Backup Progress - 50% Complete"},
-      {L::CurrentFrame, "Current File (Verifying)"},
-      {L::BytesDone, "1,500"},
-      {L::Elapsed, "0:00:01"}},
-     0,
-     50},
-    {"FileStartEscapesItsNameAndRestartsItsBar",
-     [](RunTexts& t) {
-         t.Progress(kCopying.Progress());
-         t.FileStarted("/src/new\tline\x01.txt");
-     },
-     {{L::CurrentFile, "/src/new\\tline\\x01.txt"}, {L::FilesDone, "3"}},
-     0,
-     42},
-    {"ResultThenClose",
-     [](RunTexts& t) {
-         t.Result(RunResult::Cancelled);
-         t.Finished();
-     },
-     {{L::Result, "Backup Cancelled"}, {L::Button, "Close"}},
-     0,
-     0},
+    TextsCase(
+        "ANewRunForgetsTheLast",
+        [](RunTexts& t) {
+            t.Progress(kCopying.Progress());
+            t.PhaseStarted(RunPhase::Verify, kVerifyStart.Progress());
+            t.Result(RunResult::Error);
+            t.Finished();
+            t.Reset();
+        },
+        {{L::Caption, "Backup Progress"},
+         {L::CurrentFrame, "Current File"},
+         {L::OverallFrame, "Overall Progress"},
+         {L::FilesDoneCaption, "Files Transferred"},
+         {L::BytesDoneCaption, "Bytes Transferred"},
+         {L::Button, "Cancel"},
+         {L::Result, ""},
+         {L::Files, ""},
+         {L::Elapsed, ""},
+         {L::CurrentFile, ""}},
+        0, 0),
+    TextsCase(
+        "RefreshGroupsAndTimes", [](RunTexts& t) { t.Progress(kCopying.Progress()); },
+        {{L::Caption, "Backup Progress - 42% Complete"},
+         {L::CurrentFile, "/src/a.txt"},
+         {L::Files, "10"},
+         {L::Bytes, "5,000"},
+         {L::FilesDone, "3"},
+         {L::BytesDone, "1,000"},
+         {L::Elapsed, "0:01:01"},
+         {L::BytesPerSecond, "2"},
+         {L::Remaining, "0:01:60"}},
+        33, 42),
+    TextsCase(
+        "ZeroTotalsShowNothing",
+        [](RunTexts& t) { t.Progress(Counters{.totalFiles = 1234}.Progress()); },
+        {{L::Files, "1,234"},
+         {L::FilesDone, "0"},
+         {L::Bytes, ""},
+         {L::BytesDone, ""},
+         {L::Elapsed, ""},
+         {L::Caption, "Backup Progress - 0% Complete"}},
+        0, 0),
+    TextsCase(
+        "UnmeasuredRefreshKeepsBarsAndTimes",
+        [](RunTexts& t) {
+            t.Progress(kCopying.Progress());
+            t.Progress(Counters{}.Progress());
+        },
+        {{L::Caption, "Backup Progress - 42% Complete"},
+         {L::Files, ""},
+         {L::Elapsed, "0:01:01"},
+         {L::BytesPerSecond, "2"},
+         {L::Remaining, "0:01:60"}},
+        33, 42),
+    TextsCase(
+        "CopyStartKeepsThePercentage",
+        [](RunTexts& t) {
+            t.PhaseStarted(RunPhase::Size, Counters{}.Progress());
+            t.Progress(Counters{.totalFiles = 10, .totalBytes = 5000, .elapsed = 900}.Progress());
+            t.PhaseStarted(RunPhase::Copy,
+                           Counters{.totalFiles = 10, .totalBytes = 5000}.Progress());
+        },
+        {{L::Caption, "Backup Progress - 0% Complete"},
+         {L::FilesDoneCaption, "Files Transferred"},
+         {L::FilesDone, "0"},
+         {L::Elapsed, ""}},
+        0, 0),
+    TextsCase(
+        "VerifyStartShowsItsOwnCounters",
+        [](RunTexts& t) {
+            t.Progress(kCopying.Progress());
+            t.PhaseStarted(RunPhase::Verify, kVerifyStart.Progress());
+        },
+        {{L::Caption, "Backup Progress (Verifying)"},
+         {L::CurrentFrame, "Current File (Verifying)"},
+         {L::OverallFrame, "Overall Progress (Verifying)"},
+         {L::FilesDoneCaption, "Files Verified"},
+         {L::BytesDoneCaption, "Bytes Read"},
+         {L::CurrentFile, ""},
+         {L::Files, "10"},
+         {L::FilesDone, "0"},
+         {L::BytesDone, "0"},
+         {L::Elapsed, ""},
+         {L::BytesPerSecond, ""},
+         {L::Remaining, ""}},
+        0, 20),
+    TextsCase(
+        "VerifyRefreshPutsThePercentageBack",
+        [](RunTexts& t) {
+            t.PhaseStarted(RunPhase::Verify, kVerifyStart.Progress());
+            Counters c = kVerifyStart;
+            c.bytesDone = 1500;
+            c.elapsed = 1000;
+            t.Progress(c.Progress());
+        },
+        {{L::Caption, "Backup Progress - 50% Complete"},
+         {L::CurrentFrame, "Current File (Verifying)"},
+         {L::BytesDone, "1,500"},
+         {L::Elapsed, "0:00:01"}},
+        0, 50),
+    TextsCase(
+        "FileStartEscapesItsNameAndRestartsItsBar",
+        [](RunTexts& t) {
+            t.Progress(kCopying.Progress());
+            t.FileStarted("/src/new\tline\x01.txt");
+        },
+        {{L::CurrentFile, "/src/new\\tline\\x01.txt"}, {L::FilesDone, "3"}}, 0, 42),
+    TextsCase(
+        "ResultThenClose",
+        [](RunTexts& t) {
+            t.Result(RunResult::Cancelled);
+            t.Finished();
+        },
+        {{L::Result, "Backup Cancelled"}, {L::Button, "Close"}}, 0, 0),
 };
 
 INSTANTIATE_TEST_SUITE_P(RunTexts, Texts, ::testing::ValuesIn(kCases), test::ParamName());

@@ -76,9 +76,7 @@ const KindCase kKinds[] = {
 INSTANTIATE_TEST_SUITE_P(Kinds, KindChange,
                          ::testing::Combine(::testing::ValuesIn(kKinds),
                                             ::testing::Values("FULL", "INCREMENTAL")),
-                         [](const auto& p) {
-                             return std::string(std::get<0>(p.param).name) + std::get<1>(p.param);
-                         });
+                         ParamName());
 
 // Every folder the walk enters is in the copy, empty or not; an excepted one is not.
 TEST_F(CopyTest, EmptyFoldersAreKeptExceptionsAreNot) {

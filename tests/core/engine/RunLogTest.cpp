@@ -65,8 +65,7 @@ const TakenCase kTaken[] = {
      }},
 };
 
-INSTANTIATE_TEST_SUITE_P(Names, LogName, ::testing::ValuesIn(kTaken),
-                         [](const auto& p) { return NameOf(p.param.name); });
+INSTANTIATE_TEST_SUITE_P(Names, LogName, ::testing::ValuesIn(kTaken), ParamName());
 
 } // namespace
 } // namespace tessaron::test

@@ -62,8 +62,7 @@ TEST_P(TargetSwap, ClearsAndCopiesWhereItChecked) {
 
 const SwapCase kSwaps[] = {{"WhileAsked", false}, {"InsideTheQuietCheck", true}};
 
-INSTANTIATE_TEST_SUITE_P(Swaps, TargetSwap, ::testing::ValuesIn(kSwaps),
-                         [](const auto& p) { return NameOf(p.param.name); });
+INSTANTIATE_TEST_SUITE_P(Swaps, TargetSwap, ::testing::ValuesIn(kSwaps), ParamName());
 
 } // namespace
 } // namespace tessaron::test

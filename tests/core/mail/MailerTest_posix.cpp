@@ -1,5 +1,6 @@
 #include "FakeSmtpServer.h"
 #include "MailTestSupport.h"
+#include "TestNames.h"
 #include "mail/MailSocket.h"
 #include "mail/clsMailer.h"
 
@@ -83,13 +84,14 @@ Outcome SendMail(int port, Limits limits, const std::string& body = kBody,
 
 // How a server's behaviour ends the mail: what it received, the log lines, and how
 // long the mail step took.
+enum class Waits { Quick, OneSecond, TwoInAll };
+
 struct Exchange {
     const char* Name;
     SmtpScript Script; // AcceptWaitMs 0: nobody listens, the connection is refused
     std::string Received;
     std::vector<std::string> Log;
-    Limits Waits;
-    double MinSeconds, MaxSeconds;
+    Waits Wait = Waits::Quick; // Quick: done within 3 s; else waits out the limit given
 };
 
 class MailExchange : public ::testing::TestWithParam<Exchange> {};
@@ -99,7 +101,10 @@ TEST_P(MailExchange, EndsAsTheServerAllowsAndSaysWhy) {
     FakeSmtpServer server(c.Script);
     if (c.Script.AcceptWaitMs == 0)
         server.Stop();
-    const Outcome out = SendMail(server.Port(), c.Waits);
+    const Limits limits = c.Wait == Waits::OneSecond  ? Limits{1, 120}
+                          : c.Wait == Waits::TwoInAll ? Limits{2, 2}
+                                                      : Limits{};
+    const Outcome out = SendMail(server.Port(), limits);
     const std::string received = HideDate(server.Received());
     EXPECT_TRUE(Matches(received, c.Received)) << received;
     ASSERT_EQ(out.Host.Lines.size(), c.Log.size()) << ::testing::PrintToString(out.Host.Lines);
@@ -110,98 +115,50 @@ TEST_P(MailExchange, EndsAsTheServerAllowsAndSaysWhy) {
     }
     EXPECT_TRUE(out.Host.AllDisplayed);
     EXPECT_GT(out.Host.Yields, 0);
-    EXPECT_GE(out.Seconds, c.MinSeconds);
-    EXPECT_LT(out.Seconds, c.MaxSeconds);
+    EXPECT_GE(out.Seconds, static_cast<int>(c.Wait)); // Quick 0, OneSecond 1, TwoInAll 2
+    EXPECT_LT(out.Seconds, c.Wait == Waits::Quick ? 3 : 3.5);
 }
 
-SmtpScript Refused() {
-    SmtpScript s;
-    s.AcceptWaitMs = 0;
+SmtpScript With(SmtpScript s, void (*change)(SmtpScript&)) {
+    change(s);
     return s;
 }
-
-// A server that drips an endless run of zeros, one byte at a time, in answer to EHLO.
-SmtpScript Dripping() {
-    SmtpScript s = Script({{"EHLO", std::string(400, '0')}});
-    s.DripMs = 10;
-    return s;
-}
-
-SmtpScript Slow(int delayMs) {
-    SmtpScript s;
-    s.ReplyDelayMs = delayMs;
-    return s;
-}
-
-SmtpScript Flooding() {
-    SmtpScript s;
-    s.Flood = 64 * 1024 * 1024;
-    s.DeadlineMs = 6000;
-    return s;
-}
-
-const Limits kShort{1, 120};
 
 const Exchange kExchanges[] = {
-    {"Every250", Script({}), Whole(kBody), {}, {}, 0, 3},
+    Exchange("Every250", Script({}), Whole(kBody), {}),
     // The greeting arrives after EHLO and is taken as its reply: the client runs one reply
     // behind the server to the end and still completes.
-    {"GreetingAfterEhlo",
-     Script({{"EHLO", "250 hi"}, {"DATA", "354 go"}, {"QUIT", "221 bye"}}, "220 ok"),
-     Whole(kBody),
-     {},
-     {},
-     0,
-     3},
+    Exchange("GreetingAfterEhlo",
+             Script({{"EHLO", "250 hi"}, {"DATA", "354 go"}, {"QUIT", "221 bye"}}, "220 ok"),
+             Whole(kBody), {}),
     // A 5xx fails at once and DATA is never sent.
-    {"Rcpt550",
-     Script({{"RCPT", "550 no such user"}}),
-     kRcpt,
-     {kFailed + "RCPT TO - 550 no such user"},
-     {},
-     0,
-     2},
+    Exchange("Rcpt550", Script({{"RCPT", "550 no such user"}}), kRcpt,
+             {kFailed + "RCPT TO - 550 no such user"}),
     // A server's reply is shown on one line, control characters escaped.
-    {"MultiLineReply",
-     Script({{"MAIL", "553-bad\r\n553 \x1b[2Jgone"}}),
-     kMail,
-     {kFailed + "MAIL FROM - 553-bad\\r\\n553 \\x1B[2Jgone"},
-     {},
-     0,
-     2},
+    Exchange("MultiLineReply", Script({{"MAIL", "553-bad\r\n553 \x1b[2Jgone"}}), kMail,
+             {kFailed + "MAIL FROM - 553-bad\\r\\n553 \\x1B[2Jgone"}),
     // A 400 reply does not end the wait: the mailer waits out its time-out.
-    {"Reply400",
-     Script({{"EHLO", "400 try later"}}),
-     kEhlo,
-     {kFailed + "EHLO - 400 try later"},
-     kShort,
-     1,
-     3.5},
-    {"NeverAnswers", Script({{"", ""}}), kEhlo, {kFailed + "EHLO - "}, kShort, 1, 3.5},
-    {"DripsOneByteAtATime", Dripping(), kEhlo, {kFailed + "EHLO - *"}, kShort, 1, 3.5},
-    {"EndlessReply", Flooding(), kEhlo, {kFailed + "EHLO - 111*"}, kShort, 1, 3.5},
+    Exchange("Reply400", Script({{"EHLO", "400 try later"}}), kEhlo,
+             {kFailed + "EHLO - 400 try later"}, Waits::OneSecond),
+    Exchange("NeverAnswers", Script({{"", ""}}), kEhlo, {kFailed + "EHLO - "}, Waits::OneSecond),
+    // An endless run of zeros, one byte at a time, in answer to EHLO.
+    Exchange("DripsOneByteAtATime",
+             With(Script({{"EHLO", std::string(400, '0')}}), [](SmtpScript& s) { s.DripMs = 10; }),
+             kEhlo, {kFailed + "EHLO - *"}, Waits::OneSecond),
+    Exchange("EndlessReply",
+             With({}, [](SmtpScript& s) { s.Flood = 64 << 20, s.DeadlineMs = 6000; }), kEhlo,
+             {kFailed + "EHLO - 111*"}, Waits::OneSecond),
     // Each reply comes just inside its wait, but the whole step has 2 seconds.
-    {"SlowServerMeetsTheTimeLimit", Slow(900), kMail + "*", {kFailed + "*"}, {2, 2}, 2, 3.5},
+    Exchange("SlowServerMeetsTheTimeLimit", With({}, [](SmtpScript& s) { s.ReplyDelayMs = 900; }),
+             kMail + "*", {kFailed + "*"}, Waits::TwoInAll),
     // Once the server has closed, no reply can come: the wait ends at once.
-    {"ClosesMidDialogue",
-     Script({}, "", "MAIL FROM"),
-     kMail,
-     {kFailed + "MAIL FROM - "},
-     {},
-     0,
-     1.5},
-    {"ConnectionRefused",
-     Refused(),
-     "",
-     {"Unable to send Email - Error: Connection refused",
-      "Unable to send email - Unable to connect to 127.0.0.1"},
-     {},
-     0,
-     1},
+    Exchange("ClosesMidDialogue", Script({}, "", "MAIL FROM"), kMail, {kFailed + "MAIL FROM - "}),
+    Exchange("ConnectionRefused", With({}, [](SmtpScript& s) { s.AcceptWaitMs = 0; }), "",
+             {"Unable to send Email - Error: Connection refused",
+              "Unable to send email - Unable to connect to 127.0.0.1"}),
 };
 
-INSTANTIATE_TEST_SUITE_P(Servers, MailExchange, ::testing::ValuesIn(kExchanges),
-                         [](const auto& p) { return std::string(p.param.Name); });
+INSTANTIATE_TEST_SUITE_P(Servers, MailExchange, ::testing::ValuesIn(kExchanges), test::ParamName());
 
 // The log text travels so that no line of it can end the message or break the SMTP
 // line limit, whatever file names it holds.
@@ -239,8 +196,7 @@ const BodyCase kBodies[] = {
     {"DotLineOf998", "." + std::string(997, 'y'), ".." + std::string(996, 'y') + "\r\ny"},
 };
 
-INSTANTIATE_TEST_SUITE_P(Bodies, MailBody, ::testing::ValuesIn(kBodies),
-                         [](const auto& p) { return std::string(p.param.Name); });
+INSTANTIATE_TEST_SUITE_P(Bodies, MailBody, ::testing::ValuesIn(kBodies), test::ParamName());
 
 // A line break in a header value could smuggle SMTP commands or headers.
 struct Smuggled {
@@ -255,7 +211,7 @@ TEST_P(LineBreakRefused, BeforeConnecting) {
     SmtpScript script;
     script.AcceptWaitMs = 300;
     FakeSmtpServer server(script);
-    const Outcome out = SendMail(server.Port(), kShort, kBody, c.From, c.To, c.Subject);
+    const Outcome out = SendMail(server.Port(), {1, 120}, kBody, c.From, c.To, c.Subject);
     server.Stop();
     EXPECT_FALSE(server.Accepted());
     EXPECT_EQ(out.Host.Lines, std::vector<std::string>{"Unable to send email - The " + c.What +
@@ -267,7 +223,7 @@ INSTANTIATE_TEST_SUITE_P(
     ::testing::Values(Smuggled{"Sender", "a@x\r\nRCPT TO: evil@x", kTo, "Done", "sender address"},
                       Smuggled{"Recipient", kFrom, "b@x\nDATA", "Done", "recipient address"},
                       Smuggled{"Subject", kFrom, kTo, "Done\r\nBcc: evil@x", "subject"}),
-    [](const auto& p) { return std::string(p.param.Name); });
+    test::ParamName());
 
 // A socket whose connection fails with a system text that ends in a line break, as the
 // texts of some systems do.

@@ -2,6 +2,7 @@
 
 #include "SystemCodes.h"
 #include "TempTree.h"
+#include "TestNames.h"
 #include "platform/clsFileSystem.h"
 
 #include <gtest/gtest.h>
@@ -164,4 +165,4 @@ TEST_P(CopyBlock, MovesExactlyTheBytesAskedAndStopsAtTheEnd) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Paths, CopyBlock, ::testing::Values("Kernel", "Fallback", "CallerBuffer"),
-                         [](const auto& p) { return std::string(p.param); });
+                         tessaron::test::ParamName());

@@ -1,12 +1,12 @@
 #include "platform/clsFileSystem.h"
 #include "platform/posix/MountTable.h"
 
+#include "EnvOverride.h"
 #include "TempTree.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <cstdlib>
 #include <sys/stat.h>
 
 using namespace tessaron;
@@ -131,12 +131,10 @@ TEST(Drives, EjectOfAFixedOrRamDriveReturnsFalseWithoutRunningAnyTool) {
         ::chmod(t.Write(std::string("bin/") + tool, "#!/bin/sh\ntouch " + t.Path("ran")).c_str(),
                 0755);
     }
-    std::string saved = std::getenv("PATH") != nullptr ? std::getenv("PATH") : "";
-    ::setenv("PATH", t.Path("bin").c_str(), 1);
+    const tessaron::test::EnvOverride path("PATH", t.Path("bin"));
     clsFileSystem fsys;
     for (const char* drive : {"/", "/dev/shm", "/media/nobody/USB"}) {
         EXPECT_FALSE(fsys.EjectMedia(drive)) << drive;
     }
-    ::setenv("PATH", saved.c_str(), 1);
     EXPECT_FALSE(std::filesystem::exists(t.Path("ran"))) << "an eject tool was run";
 }

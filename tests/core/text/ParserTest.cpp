@@ -1,5 +1,7 @@
 #include "setfile/clsParser.h"
 
+#include "TestNames.h"
+
 #include <gtest/gtest.h>
 
 #include <string>
@@ -43,7 +45,6 @@ TEST_P(TokenizeTest, GivesTheTokens) {
 
 const TokenCase kTokenCases[] = {
     {"Empty", "", {""}},
-    {"OneSpace", " ", {""}},
     {"LeadingBlanksDropped", "  a", {"a"}},
     {"DoubleSpaceGivesEmpty", "a  b", {"a", "", "b"}},
     {"TwoTrailingSpaces", "a  ", {"a", ""}},
@@ -73,7 +74,7 @@ const TokenCase kTokenCases[] = {
 };
 
 INSTANTIATE_TEST_SUITE_P(Parser, TokenizeTest, ::testing::ValuesIn(kTokenCases),
-                         [](const auto& tc) { return std::string(tc.param.name); });
+                         tessaron::test::ParamName());
 
 // One cursor step "op=want": N next, P prev, F first, L last, R rest, E/B EOT/BOT as 1/0,
 // Tn token(n).
@@ -110,36 +111,17 @@ INSTANTIATE_TEST_SUITE_P(
     Parser, ParserCursorTest,
     ::testing::Values(
         // The cursor stops at TokenCount + 1 going on and at 0 going back.
-        CursorCase{"StopsOneOutside",
-                   "a b",
+        CursorCase("StopsOneOutside", "a b",
                    {"B=1", "E=0", "N=a", "B=1", "N=b", "E=1", "B=0", "N=", "N=", "P=b", "P=a",
-                    "P=", "P=", "N=a", "L=b", "F=a"}},
+                    "P=", "P=", "N=a", "L=b", "F=a"}),
         // token(n) moves the cursor even out of range.
-        CursorCase{"TokenMovesOutOfRange",
-                   "a b c",
-                   {"T7=", "E=1", "P=", "T-3=", "B=1", "N=", "R=", "T2=b", "N=c"}},
-        CursorCase{"RestAfterCurrentToken", "/LOAD x y", {"R=", "N=/LOAD", "R=x y"}},
+        CursorCase("TokenMovesOutOfRange", "a b c",
+                   {"T7=", "E=1", "P=", "T-3=", "B=1", "N=", "R=", "T2=b", "N=c"}),
+        CursorCase("RestAfterCurrentToken", "/LOAD x y", {"R=", "N=/LOAD", "R=x y"}),
         // The second blank was not consumed by "a"; a list delimiter swallows its blanks.
-        CursorCase{"RestKeepsUnconsumedDelim", "a  b", {"N=a", "R= b"}},
-        CursorCase{"RestAfterListDelim", "(  a", {"N=(", "R=a", "L=a", "R="}}),
-    [](const auto& tc) { return std::string(tc.param.name); });
-
-// Parsing is lazy: a class change reaches tokens only when the text is written again.
-TEST(ParserLazy, ClassChangesApplyAtTheNextParse) {
-    clsParser p;
-    p.text("a,b c");
-    p.Delim(",");
-    EXPECT_EQ(AllTokens(p), (Tokens{"a", "bc"}));
-    p.Delim(" ");
-    EXPECT_EQ(p.TokenCount(), 2);
-    p.LastToken();
-    p.text(p.text());
-    EXPECT_FALSE(p.EOT()); // a new parse resets the cursor
-    EXPECT_EQ(AllTokens(p), (Tokens{"a,b", "c"}));
-    clsParser fresh;
-    EXPECT_EQ(fresh.TokenCount(), 1);
-    EXPECT_FALSE(fresh.EOT());
-}
+        CursorCase("RestKeepsUnconsumedDelim", "a  b", {"N=a", "R= b"}),
+        CursorCase("RestAfterListDelim", "(  a", {"N=(", "R=a", "L=a", "R="})),
+    tessaron::test::ParamName());
 
 } // namespace
 } // namespace tessaron

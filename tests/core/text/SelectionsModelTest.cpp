@@ -4,6 +4,7 @@
 // must also read back from its own text.
 
 #include "SelectionScripts.h"
+#include "TestNames.h"
 #include "platform/clsPath.h"
 #include "selection/clsSelections.h"
 
@@ -97,14 +98,20 @@ void ExpectSameAnswers(const clsSelections& sel, const ReferenceSet& ref, PathGe
     }
 }
 
-class SelectionModelTest : public ::testing::TestWithParam<PathStyle> {};
+struct Style {
+    const char* name;
+    PathStyle style;
+};
+
+class SelectionModelTest : public ::testing::TestWithParam<Style> {};
 
 TEST_P(SelectionModelTest, EditsAndQueriesMatchTheReference) {
+    const PathStyle style = GetParam().style;
     for (uint32_t seed = 1; seed <= 60; ++seed) {
         SCOPED_TRACE("seed " + std::to_string(seed));
-        PathGen gen(GetParam(), seed);
-        clsSelections sel(GetParam());
-        ReferenceSet ref{GetParam(), {}};
+        PathGen gen(style, seed);
+        clsSelections sel(style);
+        ReferenceSet ref{style, {}};
         for (int step = 0; step < 25; ++step) {
             const std::string p = gen.Path();
             if (gen.Pick(3) == 0) {
@@ -118,7 +125,7 @@ TEST_P(SelectionModelTest, EditsAndQueriesMatchTheReference) {
             ASSERT_NO_FATAL_FAILURE(ExpectSameAnswers(sel, ref, gen));
         }
         if (sel.Count() > 0) { // an empty text would read back as one empty entry
-            clsSelections back(GetParam());
+            clsSelections back(style);
             back.Parse(sel.Format());
             ASSERT_EQ(EntriesOf(back), ref.entries) << sel.Format();
         }
@@ -129,10 +136,9 @@ TEST_P(SelectionModelTest, EditsAndQueriesMatchTheReference) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Styles, SelectionModelTest,
-                         ::testing::Values(PathStyle::Windows, PathStyle::Posix),
-                         [](const auto& tc) {
-                             return tc.param == PathStyle::Windows ? "Windows" : "Posix";
-                         });
+                         ::testing::Values(Style{"Windows", PathStyle::Windows},
+                                           Style{"Posix", PathStyle::Posix}),
+                         test::ParamName());
 
 } // namespace
 } // namespace tessaron

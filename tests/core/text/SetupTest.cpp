@@ -1,4 +1,7 @@
 #include "SelectionScripts.h"
+#include "TempTree.h"
+#include "TestNames.h"
+#include "setfile/SetupLoad.h"
 #include "setfile/clsSetup.h"
 
 #include <gtest/gtest.h>
@@ -32,20 +35,29 @@ TEST(SetupFormat, WritesTheTenLinesOfStoredFields) {
                           "\t\"D:\\Mail\"\r\n");
 }
 
-TEST(SetupClear, LeavesTheCarriedOverFields) {
-    clsSetup s(PathStyle::Windows);
-    s.Target = "E:\\";
-    s.BackupType = "FULL";
-    s.CleanTarget = s.SaveLog = s.StopOnError = s.Verify = s.EjectMedia = s.Email = s.Quiet = true;
-    s.LogPath = "L";
-    s.EmailTo = "x@y";
-    s.BlockSize = 4096;
-    s.Sel.AddSelection("C:\\A");
-    s.Clear();
-    EXPECT_EQ(std::tie(s.Target, s.BackupType, s.LogPath, s.EmailTo),
-              std::make_tuple("", "", "L", "x@y"));
-    EXPECT_FALSE(s.SaveLog || s.StopOnError || s.Verify || s.EjectMedia || s.Sel.Count());
-    EXPECT_TRUE(s.CleanTarget && s.Email && s.Quiet && s.BlockSize == 4096);
+// New (ResetSetup) and a load (LoadSetupFile) start from the same record: an empty set
+// file loads as exactly what New leaves, and both keep the command line's switches.
+TEST(SetupReset, NewIsWhatAnEmptySetFileLoadsAs) {
+    test::TempTree t;
+    clsSetup fresh(PathStyle::Windows), loaded(PathStyle::Windows);
+    for (clsSetup* s : {&fresh, &loaded}) {
+        s->Target = "E:\\";
+        s->BackupType = "FULL";
+        s->CleanTarget = s->SaveLog = s->StopOnError = s->Verify = s->EjectMedia = s->Email = true;
+        s->EmailTo = "x@y";
+        s->Sel.AddSelection("C:\\A");
+        s->LogPath = "L";
+        s->Quiet = true;
+        s->BlockSize = 4096;
+    }
+    ResetSetup(fresh);
+    std::string reason;
+    ASSERT_TRUE(LoadSetupFile(t.Write("empty.set"), loaded, reason)) << reason;
+    EXPECT_EQ(fresh.Format(), clsSetup(PathStyle::Windows).Format());
+    EXPECT_EQ(loaded.Format(), fresh.Format());
+    for (const clsSetup* s : {&fresh, &loaded}) {
+        EXPECT_EQ(std::tie(s->LogPath, s->Quiet, s->BlockSize), std::make_tuple("L", true, 4096));
+    }
 }
 
 struct StringFieldCase {
@@ -83,7 +95,7 @@ INSTANTIATE_TEST_SUITE_P(
         StringFieldCase{"UnknownKeysAndPlainLinesIgnored", "Colour = red\r\nno equals\r\n\r\n",
                         "old", "old", "old"},
         StringFieldCase{"EmptyKey", " = x", "old", "old", "old"}),
-    [](const auto& tc) { return std::string(tc.param.name); });
+    tessaron::test::ParamName());
 
 TEST(SetupParse, BooleanWordsAndNumbersOrTypeMismatch) {
     const std::vector<const char*> readTrue = {"True",
@@ -127,14 +139,19 @@ TEST(SetupParse, TypeMismatchStopsAtThatLine) {
 
 // Files saved on any system read alike: CR LF, LF and CR end lines, a byte order mark
 // is not part of the first key, continuation lines work with every line end.
-class SetupLineEndsTest : public ::testing::TestWithParam<const char*> {};
+struct LineEnd {
+    const char* name;
+    const char* end;
+};
+
+class SetupLineEndsTest : public ::testing::TestWithParam<LineEnd> {};
 
 TEST_P(SetupLineEndsTest, ReadLikeCrLf) {
     std::string text = "\xEF\xBB\xBFTarget = \"E:\\B\"\r\nBackupType = FULL\r\n"
                        "Verify = True\r\nSelections = \"C:\\A\"\r\n\t\"D:\\M\"\r\n";
     for (size_t at = text.find("\r\n"); at != std::string::npos; at = text.find("\r\n", at)) {
-        text.replace(at, 2, GetParam());
-        at += std::string_view(GetParam()).size();
+        text.replace(at, 2, GetParam().end);
+        at += std::string_view(GetParam().end).size();
     }
     clsSetup s(PathStyle::Windows);
     EXPECT_TRUE(s.Parse(text));
@@ -143,11 +160,10 @@ TEST_P(SetupLineEndsTest, ReadLikeCrLf) {
     EXPECT_EQ(EntriesOf(s.Sel), (Entries{{"C:\\A", {}}, {"D:\\M", {}}}));
 }
 
-INSTANTIATE_TEST_SUITE_P(Setup, SetupLineEndsTest, ::testing::Values("\r\n", "\n", "\r"),
-                         [](const auto& tc) {
-                             const std::string_view e = tc.param;
-                             return std::string(e == "\n" ? "LF" : e == "\r" ? "CR" : "CRLF");
-                         });
+INSTANTIATE_TEST_SUITE_P(Setup, SetupLineEndsTest,
+                         ::testing::Values(LineEnd{"CRLF", "\r\n"}, LineEnd{"LF", "\n"},
+                                           LineEnd{"CR", "\r"}),
+                         test::ParamName());
 
 TEST(SetupParse, SelectionLinesAppend) {
     clsSetup s(PathStyle::Windows);
