@@ -239,6 +239,9 @@ public:
         f.LastErrorCode = pass ? f.LastErrorCode : code;
         return pass && closed;
     }
+    bool WaitForClosedCopies(std::vector<ClosedCopyFailure>& failed) override {
+        return real.WaitForClosedCopies(failed);
+    }
     long long Write(clsBinaryFile& f, const void* data, std::size_t count) override {
         const std::lock_guard<std::recursive_mutex> hold(lock);
         if (onCall) {

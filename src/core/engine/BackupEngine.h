@@ -202,6 +202,7 @@ private:
     void StartVerify(std::int32_t& copyElapsed, bool& hadError);
     void LogVerifySummary(std::int32_t copyElapsed);
     void MakeDurable(bool& hadError);
+    void SettleCopies(bool& hadError);
     void FinishResult(bool hadError);
     void MailLog(const std::string& resultText);
     void SaveLogToTarget();

@@ -261,6 +261,7 @@ void BackupEngine::LogPhaseSummary(const char* complete, const char* files, cons
 // system), so that verification compares the source with what the medium returns.
 void BackupEngine::StartVerify(std::int32_t& copyElapsed, bool& hadError) {
     AddLogLine("Verifying Files...", true);
+    SettleCopies(hadError);
     if (m_target && m_target->folder.IsOpen() && !m_fa->Sync(m_target->folder)) {
         LogError("Unable to write to the target medium", m_setup->Target, m_target->folder.Error());
         hadError = true;
@@ -285,9 +286,24 @@ void BackupEngine::LogVerifySummary(std::int32_t copyElapsed) {
     AddLogLine("Total Elapsed Time: " + p.FormatElapsedTime(), true);
 }
 
+// Copies closed during the copy may still be on their way to the medium (on a helper
+// thread): verification and the result wait for them, and one that did not get there
+// fails the run.
+void BackupEngine::SettleCopies(bool& hadError) {
+    std::vector<ClosedCopyFailure> failed;
+    if (m_fa->WaitForClosedCopies(failed)) {
+        return;
+    }
+    for (const ClosedCopyFailure& f : failed) {
+        LogError("Error During Write", ShownPath(f.path), f.error);
+    }
+    hadError = true;
+}
+
 // "Backup Complete" is said only once the target's file system holds the copies and
 // their folders: a medium pulled (or a power cut) right after keeps them.
 void BackupEngine::MakeDurable(bool& hadError) {
+    SettleCopies(hadError);
     if (!m_target || !m_target->folder.IsOpen()) {
         return;
     }

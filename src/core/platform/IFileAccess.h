@@ -17,6 +17,7 @@
 // go into that folder; a failure about an entry inside a folder goes into the folder that
 // holds the entry.
 
+#include "platform/ClosingQueue.h"
 #include "platform/SysError.h"
 #include "platform/clsBinaryFile.h"
 #include "platform/clsFSItem.h"
@@ -119,7 +120,15 @@ public:
     // Gives the open file the owner (root only), permission bits, attributes (Windows) and
     // times of like (its creation time too where the system sets one).
     virtual bool SetFileMeta(clsBinaryFile& file, const FileInfo& like) = 0;
+    // Closes the file. A copy made by CreateFileAt may still be on its way to the medium
+    // when this returns (Windows puts each one there on a helper thread); its failure
+    // then shows in WaitForClosedCopies, not here.
     virtual bool Close(clsBinaryFile& file) = 0;
+    // Waits until every copy closed through Close is on its medium and closed, and adds
+    // those that could not be put there to failed (path and why, in the order they were
+    // closed), each once. True when none failed. Where nothing is left to wait for
+    // (POSIX, where the whole file system is flushed through Sync) it returns true at once.
+    virtual bool WaitForClosedCopies(std::vector<ClosedCopyFailure>& failed) = 0;
     virtual void AdviseSequential(clsBinaryFile& file) = 0;
     virtual void DropCache(clsBinaryFile& file) = 0;
 

@@ -3,6 +3,25 @@
 
 namespace tessaron {
 
+namespace {
+
+// Flushes go to the device's cache; a few at once keep a USB stick's queue full without
+// many threads, and a bound of open handles keeps the run's memory small.
+constexpr std::size_t kFlushThreads = 4;
+constexpr std::size_t kWaitingCopies = 64;
+
+} // namespace
+
+SystemFileAccess::SystemFileAccess() {
+    if (clsBinaryFile::FlushesEachFile()) {
+        m_closing = std::make_unique<ClosingQueue>(
+            [](clsBinaryFile& file) { return file.FlushWritten(); }, kFlushThreads, kWaitingCopies);
+    }
+}
+
+SystemFileAccess::SystemFileAccess(ClosingQueue::Flush flush)
+    : m_closing(std::make_unique<ClosingQueue>(std::move(flush), kFlushThreads, kWaitingCopies)) {}
+
 bool SystemFileAccess::OpenFolder(clsFolder& folder, const std::string& path) {
     return folder.Open(path, true);
 }
@@ -196,7 +215,16 @@ bool SystemFileAccess::SetFileMeta(clsBinaryFile& file, const FileInfo& like) {
 }
 
 bool SystemFileAccess::Close(clsBinaryFile& file) {
-    return file.CloseFile();
+    if (!m_closing || !file.IsOpen() || !file.Written()) {
+        return file.CloseFile();
+    }
+    std::string path = file.CreatedPath();
+    m_closing->Push(file, std::move(path));
+    return true;
+}
+
+bool SystemFileAccess::WaitForClosedCopies(std::vector<ClosedCopyFailure>& failed) {
+    return !m_closing || m_closing->Drain(failed);
 }
 
 void SystemFileAccess::AdviseSequential(clsBinaryFile& file) {

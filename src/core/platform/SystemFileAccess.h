@@ -1,15 +1,23 @@
 #pragma once
 // SystemFileAccess: the real IFileAccess, each member handed to the platform classes
 // (clsFolder, clsBinaryFile, clsFileSystem). Holds no state beyond one clsFileSystem for
-// the members named by path.
+// the members named by path, and, where the system needs each copy flushed on its own
+// (Windows), the queue whose threads put closed copies on their medium.
 
 #include "platform/IFileAccess.h"
 #include "platform/clsFileSystem.h"
+
+#include <memory>
 
 namespace tessaron {
 
 class SystemFileAccess : public IFileAccess {
 public:
+    SystemFileAccess();
+    // Every copy closed through Close is put on its medium by flush on a helper thread
+    // (on any system), for measuring and testing a slow medium.
+    explicit SystemFileAccess(ClosingQueue::Flush flush);
+
     bool OpenFolder(clsFolder& folder, const std::string& path) override;
     bool CreateFolder(clsFolder& folder, const std::string& path, unsigned mode) override;
     bool OpenFile(clsBinaryFile& file, const std::string& path) override;
@@ -55,6 +63,7 @@ public:
     bool Truncate(clsBinaryFile& file, long long size) override;
     bool SetFileMeta(clsBinaryFile& file, const FileInfo& like) override;
     bool Close(clsBinaryFile& file) override;
+    bool WaitForClosedCopies(std::vector<ClosedCopyFailure>& failed) override;
     void AdviseSequential(clsBinaryFile& file) override;
     void DropCache(clsBinaryFile& file) override;
 
@@ -65,6 +74,7 @@ public:
 
 private:
     clsFileSystem m_fs;
+    std::unique_ptr<ClosingQueue> m_closing;
 };
 
 } // namespace tessaron

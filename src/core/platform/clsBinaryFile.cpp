@@ -2,6 +2,8 @@
 // file reads, the buffered block copy, and the single-time file date members.
 #include "platform/clsBinaryFile.h"
 
+#include <utility>
+
 #include <algorithm>
 
 namespace tessaron {
@@ -15,6 +17,18 @@ constexpr std::size_t kFallbackBuffer = 1 << 20;
 
 clsBinaryFile::~clsBinaryFile() {
     CloseFile();
+}
+
+void clsBinaryFile::TakeOver(clsBinaryFile& other) {
+    CloseFile();
+    m_fd = std::exchange(other.m_fd, -1);
+    m_written = std::exchange(other.m_written, false);
+    m_unbuffered = std::exchange(other.m_unbuffered, false);
+    m_position = std::exchange(other.m_position, 0);
+    m_createdPath = std::move(other.m_createdPath);
+    other.m_createdPath.clear();
+    m_kernelCopy = other.m_kernelCopy;
+    other.m_knownMode = other.m_knownUid = other.m_knownGid = -1;
 }
 
 bool clsBinaryFile::Fail(int code) {

@@ -60,6 +60,20 @@ public:
     // flush a whole volume, a file that was written is first put on its medium
     // (FlushFileBuffers), and a failure of that is the failure of the close.
     bool CloseFile();
+    // Puts what this object wrote on its medium now, where the system needs that per file
+    // (Windows: FlushFileBuffers, after which CloseFile has nothing left to flush). POSIX:
+    // nothing to do, the run flushes the whole file system at its end. False (error set)
+    // when the medium refuses it.
+    bool FlushWritten();
+    // Whether the system needs each written file flushed on its own (Windows).
+    static bool FlushesEachFile();
+    // Whether the open file was made by CreateFileAt, and the path it was made at (the
+    // folder's path and the name joined; empty otherwise).
+    bool Written() const { return m_written; }
+    const std::string& CreatedPath() const { return m_createdPath; }
+    // Takes over other's open file and what is known of it; other is left closed without
+    // a call to the system. This object is closed first.
+    void TakeOver(clsBinaryFile& other);
 
     // Opens the entry name (no "/" in it) of an open folder for reading, for copying a
     // file that a listing found: a link is refused (ELOOP) rather than followed, and a
@@ -181,7 +195,8 @@ private:
     long long m_knownUid = -1;
     long long m_knownGid = -1;
     std::vector<unsigned char> m_copyBuffer;
-    // Windows: written through this object (flushed when closed); opened for unbuffered
+    std::string m_createdPath;
+    // Made by CreateFileAt (Windows: flushed when closed); opened for unbuffered
     // reading by DropCache, with the position kept here and the aligned buffer it reads
     // whole sectors into.
     bool m_written = false;

@@ -1,8 +1,12 @@
 // What a whole program run cannot show: verification mismatch kinds, block rounds, cancel
 // from the view, log naming and a relative selection.
 #include "EngineTestSupport.h"
+#include "platform/SystemFileAccess.h"
 
+#include <condition_variable>
 #include <ctime>
+#include <mutex>
+#include <thread>
 
 namespace tessaron::test {
 namespace {
@@ -132,6 +136,39 @@ TEST_F(RunTest, OneRoundPerBlockForAnyBlockAndFileSize) {
         }
         EXPECT_EQ(seen[blocks - 1], static_cast<std::int64_t>(c.size));
     }
+}
+
+// A copy on its way to the medium holds up neither the next copy nor anything before the
+// result; one that never gets there fails the run under its own name.
+TEST_F(RunTest, ResultWaitsForCopiesStillFlushing) {
+    WriteFile(src / "a.txt", "a");
+    WriteFile(src / "b.txt", "b");
+    std::mutex m;
+    std::condition_variable cv;
+    int flushing = 0;
+    bool released = false;
+    SystemFileAccess access([&](clsBinaryFile& f) {
+        std::unique_lock<std::mutex> hold(m);
+        ++flushing;
+        cv.notify_all();
+        cv.wait(hold, [&] { return released; });
+        f.LastErrorCode = SysError::Io().Code();
+        return !f.CreatedPath().ends_with("a.txt");
+    });
+    bool bothClosedFirst = false;
+    std::thread release([&] {
+        std::unique_lock<std::mutex> hold(m);
+        bothClosedFirst =
+            cv.wait_for(hold, std::chrono::seconds(20), [&] { return flushing == 2; });
+        released = true;
+        cv.notify_all();
+    });
+    RunBackup([&](BackupEngine& engine) { engine.FileAccess(access); });
+    release.join();
+    EXPECT_TRUE(bothClosedFirst);
+    EXPECT_TRUE(view.ShowsStart("Error During Write - " + Copy(src / "a.txt").string()))
+        << view.All();
+    EXPECT_EQ(view.lines.back(), kError);
 }
 
 } // namespace

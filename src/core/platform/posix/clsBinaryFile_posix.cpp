@@ -86,8 +86,18 @@ bool clsBinaryFile::OpenFile(const std::string& name, std::int64_t access, std::
     return true;
 }
 
+bool clsBinaryFile::FlushWritten() {
+    return true;
+}
+
+bool clsBinaryFile::FlushesEachFile() {
+    return false;
+}
+
 bool clsBinaryFile::CloseFile() {
     m_knownMode = m_knownUid = m_knownGid = -1;
+    m_written = false;
+    m_createdPath.clear();
     if (m_fd < 0) {
         return true;
     }
@@ -133,6 +143,12 @@ bool clsBinaryFile::CreateFileAt(clsFolder& folder, const std::string& name, uns
     }
     m_fd = fd;
     m_kernelCopy = true;
+    m_written = true;
+    m_createdPath = folder.Path();
+    if (!m_createdPath.ends_with('/')) {
+        m_createdPath += '/';
+    }
+    m_createdPath += name;
     LearnCreated(folder, created);
     return true;
 }

@@ -70,6 +70,7 @@ bool clsBinaryFile::CloseFile() {
     const bool written = m_written;
     m_written = m_unbuffered = false;
     m_position = 0;
+    m_createdPath.clear();
     if (m_fd == -1) {
         return true;
     }
@@ -81,6 +82,21 @@ bool clsBinaryFile::CloseFile() {
         return Fail(static_cast<int>(flushCode));
     }
     return closed || Fail();
+}
+
+bool clsBinaryFile::FlushWritten() {
+    if (m_fd == -1 || !m_written) {
+        return true;
+    }
+    if (!::FlushFileBuffers(AsHandle(m_fd))) {
+        return Fail();
+    }
+    m_written = false;
+    return true;
+}
+
+bool clsBinaryFile::FlushesEachFile() {
+    return true;
 }
 
 bool clsBinaryFile::OpenFileAt(const clsFolder& folder, const std::string& name) {
@@ -118,14 +134,21 @@ bool clsBinaryFile::CreateFileAt(clsFolder& folder, const std::string& name, uns
         return Fail(ERROR_INVALID_NAME);
     }
     // The read-only attribute, if any, is set by SetMode after the content is written.
-    HANDLE h =
-        ::CreateFileW(path.c_str(), GENERIC_WRITE | FILE_READ_ATTRIBUTES, 0, nullptr, CREATE_NEW,
-                      FILE_ATTRIBUTE_NORMAL | FILE_FLAG_OPEN_REPARSE_POINT, nullptr);
+    // Deleting is shared so that a copy whose handle is still being flushed can already
+    // be renamed into place (or removed).
+    HANDLE h = ::CreateFileW(path.c_str(), GENERIC_WRITE | FILE_READ_ATTRIBUTES, FILE_SHARE_DELETE,
+                             nullptr, CREATE_NEW,
+                             FILE_ATTRIBUTE_NORMAL | FILE_FLAG_OPEN_REPARSE_POINT, nullptr);
     if (h == INVALID_HANDLE_VALUE) {
         return Fail();
     }
     m_fd = reinterpret_cast<NativeHandle>(h);
     m_written = true; // even an empty copy is put on the medium when closed
+    m_createdPath = folder.Path();
+    if (!m_createdPath.ends_with('\\')) {
+        m_createdPath += '\\';
+    }
+    m_createdPath += name;
     DWORD volumeFlags = 0;
     DWORD bytes = 0;
     // Where the volume keeps no holes the copy is a plain one: the gaps are written out.
