@@ -234,8 +234,8 @@ void MainWindowLogic::Browse() {
 }
 
 std::string NearestExistingFolder(const std::string& folder) {
-    const bool windows = NativePathStyle() == PathStyle::Windows;
-    const auto isSeparator = [windows](char c) { return c == '/' || (windows && c == '\\'); };
+    constexpr bool windows = NativePathStyle() == PathStyle::Windows;
+    const auto isSeparator = [](char c) { return c == '/' || (windows && c == '\\'); };
     clsFileSystem fs;
     std::string p = folder;
     // Each step drops the last component, so the walk ends at the top of the path.
