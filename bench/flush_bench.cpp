@@ -1,7 +1,9 @@
 // tessaron_flush_bench: a FULL run of many small files to a medium whose every flush of a
 // copy takes 5 ms, against the same run with instant flushes. The copies reach the medium
 // on helper threads, so the slow medium may cost at most a fifth more time.
-// Prints "case<TAB>seconds<TAB>target<TAB>what" lines; exits 1 when the target is missed.
+// Prints "case<TAB>seconds<TAB>target<TAB>what" lines; exits 1 when a run fails or, in a full
+// run, when the target is missed. With --quick (200 files) four helper threads at 5 ms a
+// flush bound the slow run at a quarter second whatever the engine does, so it is not judged.
 #include "engine/BackupEngine.h"
 #include "platform/SystemFileAccess.h"
 #include "platform/clsPath.h"
@@ -76,5 +78,5 @@ int main(int argc, char** argv) {
     const double target = fast * 1.2;
     std::printf("%d files, instant flush\t%.3f\t-\trun\n", files, fast);
     std::printf("%d files, 5 ms flush\t%.3f\t%.3f\trun\n", files, late, target);
-    return ok && late <= target ? 0 : 1;
+    return ok && (quick || late <= target) ? 0 : 1;
 }
