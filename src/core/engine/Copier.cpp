@@ -210,7 +210,7 @@ bool Copier::CopyRange(FileCopy& c, long long end) {
     clsProgress& p = m_run.progress;
     while (c.pos < end) {
         const long long roundEnd =
-            std::min(RunState::RoundEnd(c.pos, m_run.blockSize, c.s.info.Size), end);
+            std::min(RoundEnd(c.pos, m_run.blockSize, c.s.info.Size), end);
         while (c.pos < roundEnd) {
             c.in.LastErrorCode = 0;
             c.out.LastErrorCode = 0;

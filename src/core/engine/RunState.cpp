@@ -78,7 +78,7 @@ void RunState::EnsureBuffers() {
     }
 }
 
-long long RunState::RoundUnit(long long block) {
+long long RoundUnit(long long block) {
     return block >= kCopyUnit ? kCopyUnit : kPageSize;
 }
 
@@ -88,7 +88,7 @@ long long RunState::RoundUnit(long long block) {
 // of that size or more, else a page: the kernel's copy works through a 64 KiB pipe, and
 // rounds that are not whole multiples of it cost a third more system time than aligned
 // ones. Blocks under a page are not rounded.
-long long RunState::RoundEnd(long long done, long long block, long long size) {
+long long RoundEnd(long long done, long long block, long long size) {
     if (block < kPageSize) {
         return std::min(done + block, size);
     }

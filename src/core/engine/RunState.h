@@ -62,10 +62,12 @@ struct RunState {
     void LogLeftInPlace(const std::string& what, const std::string& path, const SysError& why);
     // Makes the block buffers for the run's block size.
     void EnsureBuffers();
-    // The alignment of copy rounds' ends for a block size (at most the block size).
-    static long long RoundUnit(long long block);
-    // The end of the round that copies (or verifies) the next block after done.
-    static long long RoundEnd(long long done, long long block, long long size);
 };
+
+// The alignment of copy rounds' ends for a block size (at most the block size).
+long long RoundUnit(long long block);
+// The end of the round that copies (or verifies) the next block after done, in a file of
+// size bytes.
+long long RoundEnd(long long done, long long block, long long size);
 
 } // namespace tessaron

@@ -101,7 +101,7 @@ bool Verifier::CompareBlocks(clsBinaryFile& src, clsBinaryFile& dst, const std::
     for (;;) {
         const long long left = size - p.CurrentDone;
         const long long want =
-            left > 0 ? RunState::RoundEnd(p.CurrentDone, block, size) - p.CurrentDone : block;
+            left > 0 ? RoundEnd(p.CurrentDone, block, size) - p.CurrentDone : block;
         const long long a = ReadFull(src, m_run.bufA.data(), want);
         if (a < 0) {
             m_run.log.LogError("Read Error on", source, src.Error());
