@@ -42,6 +42,15 @@ bool OpenSource(IFileAccess& fa, const Source& s, clsBinaryFile& file) {
     return s.folder != nullptr ? fa.OpenFileAt(file, *s.folder, s.name) : fa.OpenFile(file, s.path);
 }
 
+bool ReadSourceLink(RunState& run, const Source& s, std::string& text) {
+    if (s.folder != nullptr && run.fa->ReadLinkAt(*s.folder, s.name, text)) {
+        return true;
+    }
+    run.log.LogError("Unable to open", s.path,
+                     s.folder ? s.folder->Error() : SysError::BadHandle());
+    return false;
+}
+
 Copier::Copier(RunState& run)
     : m_run(run), m_random(std::random_device{}() ^
                            static_cast<std::uint64_t>(
@@ -131,9 +140,7 @@ bool Copier::CreateExclusive(const Dest& d, FileInfo& old, std::string& written,
 bool Copier::CopyLink(const Source& s, const Dest& d, const FileInfo& dst) {
     clsFolder& folder = d.folder.folder;
     std::string text;
-    if (s.folder == nullptr || !m_run.fa->ReadLinkAt(*s.folder, s.name, text)) {
-        m_run.log.LogError("Unable to open", s.path,
-                           s.folder ? s.folder->Error() : SysError::BadHandle());
+    if (!ReadSourceLink(m_run, s, text)) {
         return false;
     }
     m_run.log.AddLogLine("Copying " + s.path + " (0 Bytes)...", false);
@@ -209,8 +216,7 @@ bool Copier::CopyContent(const Source& s, const Dest& d, const FileInfo& dst) {
 bool Copier::CopyRange(FileCopy& c, long long end) {
     clsProgress& p = m_run.progress;
     while (c.pos < end) {
-        const long long roundEnd =
-            std::min(RoundEnd(c.pos, m_run.blockSize, c.s.info.Size), end);
+        const long long roundEnd = std::min(RoundEnd(c.pos, m_run.blockSize, c.s.info.Size), end);
         while (c.pos < roundEnd) {
             c.in.LastErrorCode = 0;
             c.out.LastErrorCode = 0;

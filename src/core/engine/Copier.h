@@ -48,5 +48,7 @@ private:
 
 // Opens the source for reading: in its folder, or by its path (links followed).
 bool OpenSource(IFileAccess& fa, const Source& s, clsBinaryFile& file);
+// The text of the source link s into text; false after a failure (logged).
+bool ReadSourceLink(RunState& run, const Source& s, std::string& text);
 
 } // namespace tessaron

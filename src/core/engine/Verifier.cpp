@@ -131,9 +131,7 @@ bool Verifier::CompareBlocks(clsBinaryFile& src, clsBinaryFile& dst, const std::
 
 bool Verifier::VerifyLink(const Source& s, const Dest& d) {
     std::string srcText;
-    if (s.folder == nullptr || !m_run.fa->ReadLinkAt(*s.folder, s.name, srcText)) {
-        m_run.log.LogError("Unable to open", s.path,
-                           s.folder ? s.folder->Error() : SysError::BadHandle());
+    if (!ReadSourceLink(m_run, s, srcText)) {
         return false;
     }
     m_run.log.AddLogLine("Verifying " + s.path + " (0 Bytes)...", false);
