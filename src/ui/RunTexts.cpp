@@ -2,6 +2,7 @@
 
 #include "engine/BackupEngine.h"
 #include "engine/NumberText.h"
+#include "engine/RunLog.h"
 
 namespace tessaron::ui {
 

@@ -1,10 +1,5 @@
-// The walk's own stack: one small record per folder level, and only the deepest levels
-// open and listed, so that a tree a hundred thousand levels deep is walked with a few MB
-// of memory and a bounded number of open folders. A level further up is closed; when the
-// walk comes back to it, it is opened again through ".." of the level below, checked to
-// be the folder it left (and its copy likewise), listed again, and walked on after the
-// name it was left at.
-#include "engine/BackupParts.h"
+// The walk's own stack, and the paths the walk builds.
+#include "engine/WalkLevels.h"
 #include "platform/clsPath.h"
 
 namespace tessaron {
@@ -53,40 +48,46 @@ std::string ShownPath(std::string_view path) {
            " bytes left out]" + std::string(path.substr(tail));
 }
 
-BackupEngine::Level& BackupEngine::LevelAt(std::size_t depth) {
-    return depth == 0 ? *m_walkTop : *m_frames[depth].level;
+void WalkStack::Begin(Level& top, const std::string& path, const std::string& copyPath) {
+    m_path = path;
+    m_copyPath = copyPath;
+    m_frames.clear();
+    m_frames.emplace_back();
+    m_frames.back().srcEnd = static_cast<std::uint32_t>(m_path.size());
+    m_frames.back().dstEnd = static_cast<std::uint32_t>(m_copyPath.size());
+    m_top = &top;
 }
 
-// Makes sub (its paths already added to m_walkPath and m_copyPath) the deepest level.
-void BackupEngine::PushLevel(std::unique_ptr<Level> sub, const FileInfo& like) {
+void WalkStack::End() {
+    m_frames.resize(1);
+}
+
+Level& WalkStack::LevelAt(std::size_t depth) {
+    return depth == 0 ? *m_top : *m_frames[depth].level;
+}
+
+void WalkStack::Push(std::unique_ptr<Level> sub, const FileInfo& like) {
     sub->like = like;
     WalkFrame frame;
     frame.atimeSec = like.ATime.tv_sec;
     frame.mtimeSec = like.MTime.tv_sec;
     frame.atimeNsec = static_cast<std::uint32_t>(like.ATime.tv_nsec);
     frame.mtimeNsec = static_cast<std::uint32_t>(like.MTime.tv_nsec);
-    frame.srcEnd = static_cast<std::uint32_t>(m_walkPath.size());
+    frame.srcEnd = static_cast<std::uint32_t>(m_path.size());
     frame.dstEnd = static_cast<std::uint32_t>(m_copyPath.size());
     frame.uniform = sub->uniform;
     frame.level = std::move(sub);
     m_frames.push_back(std::move(frame));
-    CloseDeepWalk();
+    CloseDeep();
 }
 
-// Ends the deepest level: its copy gets the source folder's metadata (after its
-// contents), and the level above, opened again when it was closed, learns the result.
-// False when the level above cannot be opened again (said): the walk ends there.
-bool BackupEngine::PopLevel(bool ok) {
+bool WalkStack::Pop(bool ok, CopySide side) {
     const std::size_t depth = m_frames.size() - 1;
-    Level& level = *m_frames[depth].level;
-    if (m_phase == Phase::Copy) {
-        ok = FinishCopyFolder(*level.dst, level.like) && ok;
-    }
-    if (depth > 1 && !m_frames[depth - 1].level && !Reopen(depth - 1)) {
+    if (depth > 1 && !m_frames[depth - 1].level && !Reopen(depth - 1, side)) {
         return false;
     }
     m_frames.pop_back();
-    m_walkPath.resize(m_frames.back().srcEnd);
+    m_path.resize(m_frames.back().srcEnd);
     m_copyPath.resize(m_frames.back().dstEnd);
     Level& parent = LevelAt(depth - 1);
     parent.childPending = true;
@@ -98,7 +99,7 @@ bool BackupEngine::PopLevel(bool ok) {
 // when it is opened again. A level whose copy is open while the copy of the level below
 // is not (a copy missing in the verify phase) stays open: its copy could not be reached
 // from below.
-void BackupEngine::CloseDeepWalk() {
+void WalkStack::CloseDeep() {
     const std::size_t depth = m_frames.size() - 1;
     if (depth <= kOpenLevels) {
         return;
@@ -113,8 +114,8 @@ void BackupEngine::CloseDeepWalk() {
         return;
     }
     FileInfo own;
-    frame.srcKey = m_fa->GetFolderInfo(*level->src, own) ? KeyOf(own.Id) : 0;
-    frame.dstKey = copyOpen && m_fa->GetFolderInfo(level->dst->folder, own) ? KeyOf(own.Id) : 0;
+    frame.srcKey = m_run.fa->GetFolderInfo(*level->src, own) ? KeyOf(own.Id) : 0;
+    frame.dstKey = copyOpen && m_run.fa->GetFolderInfo(level->dst->folder, own) ? KeyOf(own.Id) : 0;
     frame.fresh = level->dst->fresh;
     frame.level.reset();
 }
@@ -122,18 +123,18 @@ void BackupEngine::CloseDeepWalk() {
 // Opens the closed level at depth again from the level below it and lists it again; the
 // walk goes on after the name of the level below. A folder that is no longer the one the
 // walk left (moved meanwhile) is an error line, and the walk ends.
-bool BackupEngine::Reopen(std::size_t depth) {
+bool WalkStack::Reopen(std::size_t depth, CopySide side) {
     const WalkFrame& frame = m_frames[depth];
     const Level& below = *m_frames[depth + 1].level;
-    auto level = std::make_unique<Level>(*this);
-    const std::string_view walked(m_walkPath);
+    auto level = std::make_unique<Level>(m_ahead);
+    const std::string_view walked(m_path);
     level->shownPath = ShownPath(walked.substr(0, frame.srcEnd));
     FileInfo own;
-    if (!m_fa->OpenParent(level->ownSrc, *below.src) || !m_fa->GetFolderInfo(level->ownSrc, own) ||
-        KeyOf(own.Id) != frame.srcKey) {
+    if (!m_run.fa->OpenParent(level->ownSrc, *below.src) ||
+        !m_run.fa->GetFolderInfo(level->ownSrc, own) || KeyOf(own.Id) != frame.srcKey) {
         const SysError error =
             level->ownSrc.LastErrorCode != 0 ? level->ownSrc.Error() : SysError::NotFound();
-        LogError("Unable to open", level->shownPath, error);
+        m_run.log.LogError("Unable to open", level->shownPath, error);
         return false;
     }
     level->like = own;
@@ -145,7 +146,7 @@ bool BackupEngine::Reopen(std::size_t depth) {
         name.remove_prefix(1);
     }
     level->resumeAfter = std::string(name);
-    if (m_phase != Phase::Size && !ReopenCopy(depth, *level, below)) {
+    if (side != CopySide::None && !ReopenCopy(depth, *level, below, side == CopySide::Make)) {
         return false;
     }
     m_frames[depth].level = std::move(level);
@@ -153,7 +154,7 @@ bool BackupEngine::Reopen(std::size_t depth) {
 }
 
 // The copy's folder of a level opened again, from the copy of the level below.
-bool BackupEngine::ReopenCopy(std::size_t depth, Level& level, const Level& below) {
+bool WalkStack::ReopenCopy(std::size_t depth, Level& level, const Level& below, bool make) {
     const WalkFrame& frame = m_frames[depth];
     CopyFolder& copy = level.copy;
     copy.path = ShownPath(std::string_view(m_copyPath).substr(0, frame.dstEnd));
@@ -163,14 +164,14 @@ bool BackupEngine::ReopenCopy(std::size_t depth, Level& level, const Level& belo
         return true; // this copy was not open either: each copy below it says so
     }
     FileInfo own;
-    if (m_fa->OpenParent(copy.folder, below.dst->folder) && m_fa->GetFolderInfo(copy.folder, own) &&
-        KeyOf(own.Id) == frame.dstKey) {
+    if (m_run.fa->OpenParent(copy.folder, below.dst->folder) &&
+        m_run.fa->GetFolderInfo(copy.folder, own) && KeyOf(own.Id) == frame.dstKey) {
         return true;
     }
     copy.error = copy.folder.LastErrorCode != 0 ? copy.folder.Error() : SysError::NotFound();
     copy.folder.Close();
-    if (m_phase == Phase::Copy) {
-        LogError("Unable to open", copy.path, copy.error);
+    if (make) {
+        m_run.log.LogError("Unable to open", copy.path, copy.error);
         return false;
     }
     return true;
