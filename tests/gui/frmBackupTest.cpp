@@ -103,108 +103,87 @@ protected:
             }
         };
     }
-    // The close box of the window's title bar.
-    void CloseBox() { window->close(); }
 };
 
-struct Ending {
+// What the user does during the copy, or to close the window once the run is over.
+enum class Act { Nothing, CancelButton, Escape, Enter, CloseBox };
+
+struct RunCase {
     const char* name;
-    bool verify;
-    QString filesCaption, frameSuffix;
-    bool closeBox; // closed with the title bar's close box instead of the button
+    Act during;
+    MsgAnswer answer; // to the close box's question
+    Act close;
 };
 
-class RunWindowEnd : public RunWindowTest, public ::testing::WithParamInterface<Ending> {};
+class RunWindowRun : public RunWindowTest, public ::testing::WithParamInterface<RunCase> {
+protected:
+    void Do(Act act) {
+        if (act == Act::CancelButton) {
+            Find<QPushButton>("cmdCancel")->click();
+        } else if (act == Act::Escape || act == Act::Enter) {
+            const auto key = act == Act::Escape ? Qt::Key_Escape : Qt::Key_Return;
+            QTest::keyClick(Find<QListView>("lstLog"), key);
+            if (act == Act::Enter && window->isVisible()) {
+                QTest::keyClick(Find<QPushButton>("cmdCancel"), key);
+            }
+        } else if (act == Act::CloseBox) {
+            window->close();
+        }
+    }
+};
 
-// A finished run shows its texts in their controls, keeps the window with "Close" and the
-// main window hidden; closing it (button or close box, no question) brings the main
-// window back.
-TEST_P(RunWindowEnd, ShowsTheResultAndClosesFreely) {
-    const Ending& e = GetParam();
-    setup.Verify = e.verify;
+// The run shows its texts in the window's controls with the main window hidden. Cancel,
+// Escape, or the close box answered Yes, cancel during the copy: its summary lines still
+// come, verification is skipped. Enter presses the button only once it reads Close. A run
+// cancelled through the close box closes its window; any other finished window is closed
+// freely (no question) and the main window comes back.
+TEST_P(RunWindowRun, EndsAsTheUserChose) {
+    const RunCase& c = GetParam();
+    script.Answer = c.answer;
+    setup.Verify = true;
     bool hiddenDuringRun = false;
-    window->onYield = [&] { hiddenDuringRun = !mainWindow.isVisible() && window->isVisible(); };
+    DuringCopy([&] {
+        hiddenDuringRun = !mainWindow.isVisible() && window->isVisible();
+        Do(c.during);
+    });
+    const bool cancelled = c.during != Act::Nothing && c.during != Act::Enter;
 
-    EXPECT_TRUE(window->Run(&mainWindow, false));
+    EXPECT_EQ(window->Run(&mainWindow, false), !cancelled);
 
     EXPECT_TRUE(hiddenDuringRun);
-    EXPECT_EQ(Text("lblResult"), "Backup Complete");
-    EXPECT_EQ(Find<QPushButton>("cmdCancel")->text(), "Close");
-    EXPECT_EQ(Text("lblFilesTrans"), e.filesCaption);
-    EXPECT_EQ(Title("fraOverall"), "Overall Progress" + e.frameSuffix);
-    EXPECT_EQ(Find<QProgressBar>("pbOverAll")->value(), 100);
-    EXPECT_EQ(window->windowTitle(), "Backup Progress - 100% Complete");
-    EXPECT_EQ(Lines().back(), "Backup Complete");
-    EXPECT_TRUE(window->isVisible());
-    EXPECT_FALSE(mainWindow.isVisible());
-
-    if (e.closeBox) {
-        CloseBox();
-    } else {
-        Find<QPushButton>("cmdCancel")->click();
+    ASSERT_EQ(script.Boxes.size(), c.during == Act::CloseBox ? 1u : 0u);
+    if (c.during == Act::CloseBox) {
+        EXPECT_EQ(script.Boxes[0].Title, "Cancel Operation");
+        EXPECT_EQ(script.Boxes[0].Buttons, MsgButtons::YesNo);
     }
-    EXPECT_TRUE(script.Boxes.empty());
+    EXPECT_EQ(Text("lblResult"), cancelled ? "Backup Cancelled" : "Backup Complete");
+    EXPECT_TRUE(Shows("Copy Complete"));
+    EXPECT_TRUE(Shows("Elapsed Time: "));
+    EXPECT_EQ(Shows("Verifying Files..."), !cancelled);
+    EXPECT_EQ(window->isVisible(), c.during != Act::CloseBox);
+    if (!cancelled) {
+        EXPECT_EQ(Text("lblFilesTrans"), "Files Verified");
+        EXPECT_EQ(Title("fraOverall"), "Overall Progress (Verifying)");
+        EXPECT_EQ(Find<QProgressBar>("pbOverAll")->value(), 100);
+        EXPECT_EQ(window->windowTitle(), "Backup Progress - 100% Complete");
+        EXPECT_EQ(Lines().back(), "Backup Complete");
+    }
+    EXPECT_EQ(Find<QPushButton>("cmdCancel")->text(), "Close");
+    EXPECT_TRUE(Find<QPushButton>("cmdCancel")->isDefault());
+    Do(c.close);
+    EXPECT_EQ(script.Boxes.size(), c.during == Act::CloseBox ? 1u : 0u);
+    EXPECT_FALSE(window->isVisible());
     EXPECT_TRUE(mainWindow.isVisible());
 }
 
-INSTANTIATE_TEST_SUITE_P(RunWindow, RunWindowEnd,
-                         ::testing::Values(Ending{"CopyOnlyClosedByButton", false,
-                                                  "Files Transferred", "", false},
-                                           Ending{"VerifiedClosedByCloseBox", true,
-                                                  "Files Verified", " (Verifying)", true}),
-                         ParamName());
-
-enum class Stop { CancelButton, Escape, CloseBox };
-
-struct StopCase {
-    const char* name;
-    Stop how;
-    MsgAnswer answer; // to the close box's question
-    bool cancelled;
-};
-
-class RunWindowStop : public RunWindowTest, public ::testing::WithParamInterface<StopCase> {};
-
-// Cancel during the copy, or the close box answered Yes, cancels the run: the copy's
-// summary lines are still written and verification is skipped. A cancelled run that was
-// closed goes away by itself (the main window comes back); after Cancel the window stays
-// with its result.
-TEST_P(RunWindowStop, DuringTheCopy) {
-    const StopCase& c = GetParam();
-    script.Answer = c.answer;
-    setup.Verify = true;
-    DuringCopy([&] {
-        if (c.how == Stop::CancelButton) {
-            Find<QPushButton>("cmdCancel")->click();
-        } else if (c.how == Stop::Escape) {
-            QTest::keyClick(Find<QListView>("lstLog"), Qt::Key_Escape);
-        } else {
-            CloseBox();
-        }
-    });
-
-    EXPECT_EQ(window->Run(&mainWindow, false), !c.cancelled);
-
-    ASSERT_EQ(script.Boxes.size(), c.how == Stop::CloseBox ? 1u : 0u);
-    if (c.how == Stop::CloseBox) {
-        EXPECT_EQ(script.Boxes[0].Title, "Cancel Operation");
-        EXPECT_EQ(script.Boxes[0].Text, "Do you want to cancel this operation?");
-        EXPECT_EQ(script.Boxes[0].Buttons, MsgButtons::YesNo);
-    }
-    EXPECT_EQ(Text("lblResult"), c.cancelled ? "Backup Cancelled" : "Backup Complete");
-    EXPECT_TRUE(Shows("Copy Complete"));
-    EXPECT_TRUE(Shows("Elapsed Time: "));
-    EXPECT_EQ(Shows("Verifying Files..."), !c.cancelled);
-    const bool closed = c.how == Stop::CloseBox && c.cancelled;
-    EXPECT_EQ(window->isVisible(), !closed);
-    EXPECT_EQ(mainWindow.isVisible(), closed);
-}
-
 INSTANTIATE_TEST_SUITE_P(
-    RunWindow, RunWindowStop,
-    ::testing::Values(StopCase{"CancelButton", Stop::CancelButton, MsgAnswer::No, true},
-                      StopCase{"Escape", Stop::Escape, MsgAnswer::No, true},
-                      StopCase{"CloseBoxYesCancels", Stop::CloseBox, MsgAnswer::Yes, true}),
+    RunWindow, RunWindowRun,
+    ::testing::Values(RunCase{"ClosedByButton", Act::Nothing, MsgAnswer::No, Act::CancelButton},
+                      RunCase{"ClosedByCloseBox", Act::Nothing, MsgAnswer::No, Act::CloseBox},
+                      RunCase{"EnterOnlyOnceItReadsClose", Act::Enter, MsgAnswer::No, Act::Enter},
+                      RunCase{"CancelButton", Act::CancelButton, MsgAnswer::No, Act::CancelButton},
+                      RunCase{"Escape", Act::Escape, MsgAnswer::No, Act::Escape},
+                      RunCase{"CloseBoxYesCancels", Act::CloseBox, MsgAnswer::Yes, Act::Nothing}),
     ParamName());
 
 // A run started to unload on exit closes its window and shows the main window again, unless
@@ -236,21 +215,6 @@ TEST_F(RunWindowTest, QuestionIsAMessageBoxOverTheRunWindow) {
     EXPECT_EQ(script.Boxes[0].Buttons, MsgButtons::YesNo);
     EXPECT_EQ(Text("lblResult"), "Backup Complete");
     EXPECT_FALSE(std::filesystem::exists(tree.Path("dst/old.txt")));
-}
-
-// Enter presses the button only once it reads Close (Escape, in the table above, at any
-// time), wherever the focus is.
-TEST_F(RunWindowTest, EnterClosesOnlyAFinishedRun) {
-    DuringCopy([&] {
-        QTest::keyClick(Find<QListView>("lstLog"), Qt::Key_Return);
-        QTest::keyClick(Find<QPushButton>("cmdCancel"), Qt::Key_Return);
-    });
-
-    EXPECT_TRUE(window->Run(&mainWindow, false));
-    EXPECT_TRUE(Find<QPushButton>("cmdCancel")->isDefault());
-    QTest::keyClick(Find<QListView>("lstLog"), Qt::Key_Return);
-    EXPECT_FALSE(window->isVisible());
-    EXPECT_TRUE(mainWindow.isVisible());
 }
 
 // The log list: appended text extends the last line, widening the list's scroll range once

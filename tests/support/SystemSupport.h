@@ -114,68 +114,48 @@ private:
 };
 
 // Runs tessaron with args, its log in logDir, for at most 30 s, its standard input the
-// null device. Standard output comes with the line ends of the console's text mode: they
-// are read back as "\n".
+// null device and its output in files beside logDir (no test watches the output here).
+// Standard output comes with the line ends of the console's text mode: they are read back
+// as "\n".
 inline RunResult RunTessaron(const std::vector<std::string>& args, const fs::path& logDir,
-                             const OutputWatch& onOutput = {}, const RunOptions& options = {}) {
+                             const OutputWatch& = {}, const RunOptions& options = {}) {
     RunResult r;
     auto env = options.Env;
     env.emplace_back("TESSARON_LOG_DIR", logDir.string());
     ChildEnvironment childEnv(env);
     SECURITY_ATTRIBUTES inherit{sizeof(SECURITY_ATTRIBUTES), nullptr, TRUE};
-    HANDLE readOut = nullptr;
-    HANDLE writeOut = nullptr;
-    ::CreatePipe(&readOut, &writeOut, &inherit, 0);
-    ::SetHandleInformation(readOut, HANDLE_FLAG_INHERIT, 0);
-    const fs::path errFile = logDir.string() + ".err";
-    HANDLE err = ::CreateFileW(errFile.wstring().c_str(), GENERIC_WRITE, FILE_SHARE_READ, &inherit,
-                               CREATE_ALWAYS, 0, nullptr);
-    HANDLE in = ::CreateFileW(L"NUL", GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE, &inherit,
-                              OPEN_EXISTING, 0, nullptr);
+    const auto open = [&](const fs::path& p, DWORD access, DWORD how) {
+        return ::CreateFileW(p.wstring().c_str(), access, FILE_SHARE_READ | FILE_SHARE_WRITE,
+                             &inherit, how, 0, nullptr);
+    };
+    const fs::path outFile = logDir.string() + ".out", errFile = logDir.string() + ".err";
     STARTUPINFOW si{};
     si.cb = sizeof si;
     si.dwFlags = STARTF_USESTDHANDLES;
-    si.hStdInput = in;
-    si.hStdOutput = writeOut;
-    si.hStdError = err;
+    si.hStdInput = open(L"NUL", GENERIC_READ, OPEN_EXISTING);
+    si.hStdOutput = open(outFile, GENERIC_WRITE, CREATE_ALWAYS);
+    si.hStdError = open(errFile, GENERIC_WRITE, CREATE_ALWAYS);
     PROCESS_INFORMATION pi{};
     std::wstring line = CommandLineOf(args);
     const bool started = ::CreateProcessW(nullptr, line.data(), nullptr, nullptr, TRUE,
                                           CREATE_NO_WINDOW, nullptr, nullptr, &si, &pi) != 0;
-    ::CloseHandle(writeOut);
-    ::CloseHandle(err);
-    ::CloseHandle(in);
+    for (HANDLE h : {si.hStdInput, si.hStdOutput, si.hStdError}) {
+        ::CloseHandle(h);
+    }
     if (!started) {
-        ::CloseHandle(readOut);
         return r;
     }
-    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(30);
-    char buf[4096];
-    std::string raw;
-    // Until the child's end of the pipe is closed (it has ended), or the time is up.
-    for (DWORD ready = 0; ::PeekNamedPipe(readOut, nullptr, 0, nullptr, &ready, nullptr);) {
-        DWORD n = 0;
-        if (ready > 0 &&
-            ::ReadFile(readOut, buf, std::min<DWORD>(ready, sizeof buf), &n, nullptr)) {
-            raw.append(buf, n);
-            if (onOutput) {
-                onOutput(raw, static_cast<long>(pi.dwProcessId));
-            }
-        } else if (std::chrono::steady_clock::now() > deadline) {
-            r.TimedOut = true;
-            ::TerminateProcess(pi.hProcess, 137);
-            break;
-        } else if (ready == 0) {
-            ::WaitForSingleObject(pi.hProcess, 20);
-        }
+    if (::WaitForSingleObject(pi.hProcess, 30000) != WAIT_OBJECT_0) {
+        r.TimedOut = true;
+        ::TerminateProcess(pi.hProcess, 137);
+        ::WaitForSingleObject(pi.hProcess, INFINITE);
     }
-    ::CloseHandle(readOut);
-    ::WaitForSingleObject(pi.hProcess, INFINITE);
     DWORD status = 0;
     ::GetExitCodeProcess(pi.hProcess, &status);
     r.Status = static_cast<int>(status);
     ::CloseHandle(pi.hProcess);
     ::CloseHandle(pi.hThread);
+    const std::string raw = ReadFile(outFile);
     for (std::size_t i = 0; i < raw.size(); ++i) {
         if (raw[i] != '\r' || i + 1 == raw.size() || raw[i + 1] != '\n') {
             r.Out += raw[i];

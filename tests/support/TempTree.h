@@ -53,13 +53,6 @@ inline void SetModified(const fs::path& p, long long sec) {
     fs::last_write_time(p, file_clock::from_sys(sys_seconds(seconds(sec))));
 }
 
-// The modification time of p in seconds since 1970 (UTC).
-inline long long Modified(const fs::path& p) {
-    using namespace std::chrono;
-    return duration_cast<seconds>(file_clock::to_sys(fs::last_write_time(p)).time_since_epoch())
-        .count();
-}
-
 // Where a backup puts the copy of the absolute path source below target: target + the
 // source's path without its drive ("/home/ann/a" to "/media/b" gives "/media/b/home/ann/a",
 // "C:\Data\a" to "E:\B" gives "E:\B\Data\a").

@@ -147,7 +147,12 @@ const TreeCase kTrees[] = {
 INSTANTIATE_TEST_SUITE_P(Trees, OddTree, ::testing::ValuesIn(kTrees), ParamName());
 
 // An interrupt while a large file is copied in small blocks cancels the run.
-class Interrupt : public ::testing::TestWithParam<int> {};
+struct Signal {
+    const char* name;
+    int number;
+};
+
+class Interrupt : public ::testing::TestWithParam<Signal> {};
 
 TEST_P(Interrupt, CancelsTheRun) {
     Sandbox b;
@@ -159,7 +164,7 @@ TEST_P(Interrupt, CancelsTheRun) {
     RunResult r = b.RunArgs({"/RUN", b.setFile.string(), "/QUIET", "/BLOCKSIZE", "4096"},
                             [&](const std::string& out, pid_t pid) {
                                 if (!sent && Contains(out, "Copying Files To:")) {
-                                    sent = kill(pid, GetParam()) == 0;
+                                    sent = kill(pid, GetParam().number) == 0;
                                 }
                             });
     ASSERT_TRUE(sent) << r.Out;
@@ -171,7 +176,9 @@ TEST_P(Interrupt, CancelsTheRun) {
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(Signals, Interrupt, ::testing::Values(SIGINT, SIGTERM));
+INSTANTIATE_TEST_SUITE_P(Signals, Interrupt,
+                         ::testing::Values(Signal{"SIGINT", SIGINT}, Signal{"SIGTERM", SIGTERM}),
+                         ParamName());
 
 // A target on a 1 MiB tmpfs: the file that does not fit fails with the system's reason,
 // its partial copy is removed, and the run reports an error.

@@ -63,26 +63,16 @@ TEST_F(MailRunTest, ResultIsTheSubjectAndTheLogTheBody) {
     }
 }
 
-// A mail that fails is logged after the result, which it leaves alone: a server that
-// cannot be reached, or an address holding a line break (it could smuggle SMTP commands),
-// refused before any connection is made.
+// A mail that fails (nothing listens) is logged after the result, which it leaves alone.
+// (An address that could smuggle SMTP commands is refused by the mailer: MailerTest.)
 TEST_F(MailRunTest, FailureLeavesTheResultAlone) {
     WriteFile(src / "a.txt", "a");
-    SmtpScript script;
-    script.AcceptWaitMs = 300;
-    FakeSmtpServer server(script);
-    for (const bool smuggled : {true, false}) { // while the server waits for a caller
-        SCOPED_TRACE(smuggled ? "line break in the address" : "nothing listens");
-        UseServer(smuggled ? server.Port() : 1);
-        setup.EmailTo += smuggled ? "\r\nRCPT TO: eve@example.com" : "";
-        EXPECT_TRUE(Run());
-        const auto result = std::find(view.lines.begin(), view.lines.end(), "Backup Complete");
-        ASSERT_NE(result, view.lines.end());
-        ASSERT_NE(result + 1, view.lines.end()); // the mailer's own lines follow the result
-        EXPECT_EQ(result[1].rfind("Unable to send", 0), 0u) << result[1];
-    }
-    server.Stop();
-    EXPECT_FALSE(server.Accepted());
+    UseServer(1);
+    EXPECT_TRUE(Run());
+    const auto result = std::find(view.lines.begin(), view.lines.end(), "Backup Complete");
+    ASSERT_NE(result, view.lines.end());
+    ASSERT_NE(result + 1, view.lines.end()); // the mailer's own lines follow the result
+    EXPECT_EQ(result[1].rfind("Unable to send", 0), 0u) << result[1];
 }
 
 } // namespace

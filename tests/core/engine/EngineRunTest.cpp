@@ -1,10 +1,9 @@
 // What a whole program run cannot show: verification mismatch kinds, block rounds, cancel
-// from the view, log naming and a relative selection.
+// from the view and a relative selection.
 #include "EngineTestSupport.h"
 #include "platform/SystemFileAccess.h"
 
 #include <condition_variable>
-#include <ctime>
 #include <mutex>
 #include <thread>
 
@@ -65,19 +64,6 @@ TEST_F(RunTest, CancelDuringALargeFileKeepsThePartialCopy) {
     EXPECT_GE(fs::file_size(copy), 40960u);
     EXPECT_LT(fs::file_size(copy), 1u << 20);
     EXPECT_EQ(fs::last_write_time(copy), fs::last_write_time(src / "big.bin"));
-}
-
-TEST_F(RunTest, LogFilesAreNumberedWithinADay) {
-    BackupEngine engine(view);
-    fs::create_directories(logs);
-    char day[16];
-    const std::time_t now = std::time(nullptr);
-    std::strftime(day, sizeof day, "%Y%m%d", std::localtime(&now));
-    const std::string first = engine.MakeLogFileName(logs.string());
-    EXPECT_EQ(first, (logs / ("BackupLog_" + std::string(day) + ".log")).string());
-    WriteFile(first, "");
-    EXPECT_EQ(engine.MakeLogFileName(logs.string() + PathSeparator(NativePathStyle())),
-              (logs / ("BackupLog_" + std::string(day) + "_1.log")).string());
 }
 
 // A relative selection (from a hand-written set file) is copied below the target, never

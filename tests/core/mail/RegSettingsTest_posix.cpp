@@ -1,4 +1,5 @@
 #include "MailTestSupport.h"
+#include "TestNames.h"
 #include "mail/clsMailer.h"
 #include "mail/clsRegSettings.h"
 
@@ -199,7 +200,7 @@ INSTANTIATE_TEST_SUITE_P(
                                             std::string(2 << 20, ';'));
                  },
                  "File too large"}),
-    [](const auto& p) { return std::string(p.param.Name); });
+    test::ParamName());
 
 } // namespace
 } // namespace tessaron

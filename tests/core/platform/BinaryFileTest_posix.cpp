@@ -5,17 +5,9 @@
 #include <gtest/gtest.h>
 
 #include <cerrno>
-#include <sys/stat.h>
 
 using namespace tessaron;
 using tessaron::test::TempTree;
-
-TEST(BinaryFile, AFifoOpensWithoutWaitingForAWriter) {
-    TempTree t;
-    clsBinaryFile f;
-    ASSERT_EQ(::mkfifo(t.Path("fifo").c_str(), 0600), 0);
-    EXPECT_TRUE(f.OpenFile(t.Path("fifo"))); // returns at once, no writer needed
-}
 
 // Across file systems the kernel copy may refuse; the copy must still arrive whole.
 TEST(BinaryFile, CopyBlockAcrossFileSystemsAndIntoAReadOnlyTarget) {

@@ -15,22 +15,6 @@
 using namespace tessaron;
 using tessaron::test::TempTree;
 
-TEST(Folder, RefusesLinksAndNonDirectoriesAndKeepsThePathAsked) {
-    TempTree t;
-    t.MakeDir("real");
-    t.Write("file", "x");
-    std::filesystem::create_directory_symlink(t.Path("real"), t.Path("link"));
-    clsFolder folder;
-    EXPECT_TRUE(folder.Open(t.Path("real")));
-    for (const char* bad : {"link", "file", "missing"}) {
-        SCOPED_TRACE(bad);
-        EXPECT_FALSE(folder.Open(t.Path(bad)));
-        EXPECT_FALSE(folder.IsOpen());
-        EXPECT_NE(folder.LastErrorCode, 0);
-        EXPECT_EQ(folder.Path(), t.Path(bad));
-    }
-}
-
 // A FIFO swapped in for a file between listing and opening must block neither the open
 // nor the read; a link planted under a new file's name must not be written through.
 TEST(Folder, EntriesAreUsedWithoutFollowingLinksOrWaiting) {

@@ -1,7 +1,5 @@
 #include "SelectionScripts.h"
-#include "TempTree.h"
 #include "TestNames.h"
-#include "setfile/SetupLoad.h"
 #include "setfile/clsSetup.h"
 
 #include <gtest/gtest.h>
@@ -33,31 +31,6 @@ TEST(SetupFormat, WritesTheTenLinesOfStoredFields) {
                           "EMailTo = ann@example.org\r\n"
                           "Selections = \"C:\\Data\" Except (\"C:\\Data\\Tmp\")\r\n"
                           "\t\"D:\\Mail\"\r\n");
-}
-
-// New (ResetSetup) and a load (LoadSetupFile) start from the same record: an empty set
-// file loads as exactly what New leaves, and both keep the command line's switches.
-TEST(SetupReset, NewIsWhatAnEmptySetFileLoadsAs) {
-    test::TempTree t;
-    clsSetup fresh(PathStyle::Windows), loaded(PathStyle::Windows);
-    for (clsSetup* s : {&fresh, &loaded}) {
-        s->Target = "E:\\";
-        s->BackupType = "FULL";
-        s->CleanTarget = s->SaveLog = s->StopOnError = s->Verify = s->EjectMedia = s->Email = true;
-        s->EmailTo = "x@y";
-        s->Sel.AddSelection("C:\\A");
-        s->LogPath = "L";
-        s->Quiet = true;
-        s->BlockSize = 4096;
-    }
-    ResetSetup(fresh);
-    std::string reason;
-    ASSERT_TRUE(LoadSetupFile(t.Write("empty.set"), loaded, reason)) << reason;
-    EXPECT_EQ(fresh.Format(), clsSetup(PathStyle::Windows).Format());
-    EXPECT_EQ(loaded.Format(), fresh.Format());
-    for (const clsSetup* s : {&fresh, &loaded}) {
-        EXPECT_EQ(std::tie(s->LogPath, s->Quiet, s->BlockSize), std::make_tuple("L", true, 4096));
-    }
 }
 
 struct StringFieldCase {
@@ -125,18 +98,6 @@ TEST(SetupParse, BooleanWordsAndNumbersOrTypeMismatch) {
     }
 }
 
-TEST(SetupParse, TypeMismatchStopsAtThatLine) {
-    clsSetup s(PathStyle::Windows);
-    s.BackupType = "FULL";
-    EXPECT_FALSE(s.Parse("Target = \"E:\\\"\r\nSaveLog = True\r\nVerify = maybe\r\n"
-                         "BackupType = INCREMENTAL\r\nEjectMedia = True\r\n"));
-    EXPECT_EQ(std::tie(s.LastError, s.Target, s.BackupType),
-              std::make_tuple("Type mismatch", "E:\\", "FULL"));
-    EXPECT_TRUE(s.SaveLog && !s.EjectMedia);
-    EXPECT_TRUE(s.Parse("Verify = 1"));
-    EXPECT_EQ(s.LastError, "");
-}
-
 // Files saved on any system read alike: CR LF, LF and CR end lines, a byte order mark
 // is not part of the first key, continuation lines work with every line end.
 struct LineEnd {
@@ -164,17 +125,6 @@ INSTANTIATE_TEST_SUITE_P(Setup, SetupLineEndsTest,
                          ::testing::Values(LineEnd{"CRLF", "\r\n"}, LineEnd{"LF", "\n"},
                                            LineEnd{"CR", "\r"}),
                          test::ParamName());
-
-TEST(SetupParse, SelectionLinesAppend) {
-    clsSetup s(PathStyle::Windows);
-    s.Sel.AddSelection("X:\\");
-    EXPECT_TRUE(s.Parse("Selections = \"C:\\A\" Except (\"C:\\A\\B\")\r\n\t\"D:\\M\"\r\n"
-                        "Selections = \"E:\\N\"\r\nSelections = \r\n"));
-    // The empty last line adds one entry with an empty path.
-    EXPECT_EQ(
-        EntriesOf(s.Sel),
-        (Entries{{"X:\\", {}}, {"C:\\A", {"C:\\A\\B"}}, {"D:\\M", {}}, {"E:\\N", {}}, {"", {}}}));
-}
 
 } // namespace
 } // namespace tessaron
