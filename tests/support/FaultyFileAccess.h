@@ -149,9 +149,6 @@ public:
         f.LastErrorCode = pass ? f.LastErrorCode : code;
         return pass && closed;
     }
-    bool OpenLog(clsBinaryFile& f, const std::string& p) override {
-        return Hit(Op::OpenLog, Track(f, p), f.LastErrorCode, [&] { return Base::OpenLog(f, p); });
-    }
     bool CreateLog(clsBinaryFile& f, const std::string& p) override {
         return Hit(Op::OpenLog, Track(f, p), f.LastErrorCode,
                    [&] { return Base::CreateLog(f, p); });

@@ -134,8 +134,6 @@ public:
 
     // --- The run's log file -----------------------------------------------------------------
 
-    // Opens (or creates) the log file for writing, shared for reading.
-    virtual bool OpenLog(clsBinaryFile& file, const std::string& path) = 0;
     // Creates the log file new for writing, shared for reading: a name that exists (even
     // as a link) is a failure (SysError::IsExists), so nothing is written through a link
     // and no two runs share a file.

@@ -235,11 +235,6 @@ void SystemFileAccess::DropCache(clsBinaryFile& file) {
     file.DropCache();
 }
 
-bool SystemFileAccess::OpenLog(clsBinaryFile& file, const std::string& path) {
-    return file.OpenFile(path, FileAccess::Write, FileShare::Read, FileOpen::OpenAlways,
-                         FileAttr::Normal);
-}
-
 bool SystemFileAccess::CreateLog(clsBinaryFile& file, const std::string& path) {
     return file.OpenFile(path, FileAccess::Write, FileShare::Read, FileOpen::CreateNew,
                          FileAttr::Normal);

@@ -67,7 +67,6 @@ public:
     void AdviseSequential(clsBinaryFile& file) override;
     void DropCache(clsBinaryFile& file) override;
 
-    bool OpenLog(clsBinaryFile& file, const std::string& path) override;
     bool CreateLog(clsBinaryFile& file, const std::string& path) override;
     bool WriteAt(clsBinaryFile& file, const void* data, std::size_t count,
                  long long offset) override;

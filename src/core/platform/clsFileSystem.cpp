@@ -30,14 +30,6 @@ std::string clsFileSystem::WithoutTrailingSeparator(const std::string& path) {
     return path;
 }
 
-bool clsFileSystem::Clean(const std::string& path) {
-    clsFolder folder;
-    if (path.empty() || !folder.Open(path, true)) {
-        return Fail("Clean", path.empty() ? SysError::NotFound().Code() : folder.LastErrorCode);
-    }
-    return EmptyOpenFolder(folder, "Clean");
-}
-
 bool clsFileSystem::EmptyOpenFolder(clsFolder& folder, const char* member) {
     RemovalReport report;
     report.left = [](const std::string&, const SysError&) { return false; };
@@ -53,38 +45,6 @@ bool clsFileSystem::WaitUntilGone(const std::string& path) {
         std::this_thread::sleep_for(std::chrono::milliseconds(100));
     }
     return false;
-}
-
-std::vector<std::string> clsFileSystem::ListFiles(const std::string& path) {
-    const char sep = PathSeparator(NativePathStyle());
-    const std::string dir = WithoutTrailingSeparator(path);
-    std::vector<std::string> result{std::string()};
-    std::vector<std::string> names;
-    int code = 0;
-    if (dir.empty() || !IsDirectory(dir)) {
-        return result;
-    }
-    if (!ListFolderNames(dir, names, code)) {
-        Fail("ListFiles", code);
-        return result;
-    }
-    result.clear();
-    const std::string base = IsSeparator(dir.back()) ? dir : dir + sep;
-    for (const std::string& name : names) {
-        result.push_back(name);
-        if (IsDirectory(base + name)) {
-            std::vector<std::string> below = ListFiles(base + name);
-            if (!below.front().empty()) {
-                for (const std::string& entry : below) {
-                    result.push_back(name + sep + entry);
-                }
-            }
-        }
-    }
-    if (result.empty()) {
-        result.emplace_back();
-    }
-    return result;
 }
 
 std::string clsFileSystem::GetTempFile(const std::string& TempPath, const std::string& Prefix,

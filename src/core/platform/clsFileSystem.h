@@ -1,8 +1,8 @@
 #pragma once
 // clsFileSystem: every question the rest of the system asks of the file system and every
-// change it makes to it: existence, size, time and attributes of a path; delete, copy,
-// rename, make directories; empty a tree; temporary names; recursive lists; folder and
-// drive listings; ejecting a medium; the program's own folders.
+// change it makes to it outside a run's walk: existence and status of a path; delete,
+// copy, replace, make directories; temporary names; folder and drive listings; ejecting a
+// medium; the program's own folders.
 //
 // Errors never escape: a member that fails returns false, 0 or empty and keeps the text
 //   "clsFileSystem.Member() - Error (<code>) <the system's text>"
@@ -10,7 +10,7 @@
 // that succeeds leaves LastError as it was, so callers read it only after a failure.
 //
 // Symbolic links are never followed by a query or a walk: Exists, GetInfo, IsDirectory,
-// GetFileAttributes, GetDirectory, ListFiles, Clean and Delete all look at the link itself.
+// GetDirectory and Delete all look at the link itself.
 
 #include "platform/DateTime.h"
 #include "platform/FileConstants.h"
@@ -48,19 +48,7 @@ public:
 
     // The path exists (file, directory, link - even a dangling one - or special file).
     bool Exists(const std::string& path);
-    // Size in bytes; 0 when the path cannot be read.
-    long long GetFileSize(const std::string& path);
-    // Last modification time, local, to the second; the empty date when unreadable.
-    DateTime GetFileTime(const std::string& path);
-    // Attribute bits (FileAttr): ReadOnly when no write bit is set, Hidden when the name
-    // starts with ".", Directory, Archive for a regular file; System never. 0 on failure
-    // (LastError set).
-    int GetFileAttributes(const std::string& path);
-    // ReadOnly set clears every write bit; ReadOnly clear restores the owner's write bit.
-    // Other bits have no POSIX meaning and are ignored. A link is left untouched.
-    bool SetFileAttributes(const std::string& path, int attr);
     bool IsDirectory(const std::string& path); // a real directory, not a link to one
-    bool IsReadOnly(const std::string& path);
     // One lstat of path (stat with followLinks: a link that leads nowhere is then missing).
     // A missing path is not a failure: true with out.Exists false and LastError untouched.
     // False (LastError set) only when the path cannot be examined.
@@ -77,8 +65,6 @@ public:
     // failed system call leaves the system's text alone in LastError, without the source
     // prefix ("File exists"), as callers show it as it is.
     bool Copy(const std::string& path1, const std::string& path2, bool DeleteExisting);
-    // Renames or moves path1 to path2 (within one file system).
-    bool Rename(const std::string& path1, const std::string& path2);
     // Puts path1 in place of path2 in one step (within one file system): an existing file
     // or link at path2 is replaced atomically, so readers see either the old or the new
     // one, never neither. A directory at path2 is not replaced (false).
@@ -87,12 +73,6 @@ public:
     bool CreateDirectory(const std::string& path);
     // Makes a directory and every missing parent (mkdir -p); true when it exists after.
     bool CreateDirectories(const std::string& path);
-    // Deletes everything inside path, keeping path. Links inside are removed as links and
-    // never followed, and nothing on another file system mounted inside is touched (see
-    // clsFolder::Empty). Stops at the first entry that cannot be deleted and returns
-    // false, leaving the entries not yet reached. False for a missing path; true for an
-    // empty one.
-    bool Clean(const std::string& path);
 
     // --- Metadata of a copy (the engine carries these from source to destination) ----------
 
@@ -104,10 +84,6 @@ public:
     // Sets owner and group (a link's own) when running as root; as any other user it does
     // nothing and returns true, because only root may give files away.
     bool SetOwner(const std::string& path, unsigned uid, unsigned gid);
-    // The target text of a symbolic link.
-    bool ReadLink(const std::string& path, std::string& target);
-    // Creates a symbolic link at linkPath holding target as its text.
-    bool CreateLink(const std::string& target, const std::string& linkPath);
 
     // --- Places: decided by the identity of folders, never by how a path is spelled -------
 
@@ -122,10 +98,6 @@ public:
     // The same for the folder whose identity is outer (an open folder's, so that the
     // answer is about the very folder the caller holds).
     bool IsSameOrInside(const std::string& inner, const FileIdentity& outer);
-    // True when path names the root of a file system: "/", a mount point, or a folder
-    // mounted onto another one (Windows: a drive's root such as "E:\", or a volume
-    // mounted onto a folder). False when it does not exist.
-    bool IsDriveRoot(const std::string& path);
     // Folders whose clearing would wipe people's files: the root folder first, then the
     // home folders ($HOME, those of the system's person accounts, the folders in /home).
     // Windows: the system drive's root, %USERPROFILE% and the folders in the profiles
@@ -141,11 +113,6 @@ public:
     // FileType is empty). The file is not created.
     std::string GetTempFile(const std::string& TempPath, const std::string& Prefix,
                             const std::string& FileType);
-    // Every entry below path, recursively, relative to path and joined with "/", a
-    // directory's own name before its contents; links are listed, never entered. One empty
-    // string when path is empty or not a directory. Entries of a folder come sorted by
-    // name (byte order), so listings and logs are the same on every run.
-    std::vector<std::string> ListFiles(const std::string& path);
     // Refills Items with one record per entry of path (names only, sorted by name) and
     // returns the count; 0 with Items empty when path is not a directory (a link to one
     // is not entered).
@@ -161,9 +128,7 @@ public:
     // "RAMDISK", or "" for an empty path, for a path below an unmounted removable-media
     // mount point (/media/USER/NAME, /run/media/USER/NAME) or when nothing can be read.
     std::string GetDriveType(const std::string& path);
-    // Total bytes and bytes available to the user of the file system holding path; 0 on
-    // failure.
-    double GetDriveTotalSize(const std::string& path);
+    // Bytes available to the user of the file system holding path; 0 on failure.
     double GetDriveFreeSpace(const std::string& path);
     // The volume label of the mount holding path (from /dev/disk/by-label), else "".
     std::string GetDriveVolume(const std::string& path);
@@ -193,10 +158,6 @@ private:
     bool EmptyOpenFolder(clsFolder& folder, const char* member);
     // path without one trailing separator, unless it is a root ("/", "C:\").
     static std::string WithoutTrailingSeparator(const std::string& path);
-    // The entry names of the directory path (not a link), other than "." and "..",
-    // sorted by byte order; false (code set) when it cannot be read.
-    static bool ListFolderNames(const std::string& path, std::vector<std::string>& names,
-                                int& code);
     bool WaitUntilGone(const std::string& path);
     void Yield();
     bool ResolveForDrive(const std::string& path, std::string& resolved);

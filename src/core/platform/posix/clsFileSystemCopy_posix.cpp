@@ -87,27 +87,4 @@ bool clsFileSystem::SetOwner(const std::string& path, unsigned uid, unsigned gid
            Fail("SetOwner", errno);
 }
 
-bool clsFileSystem::ReadLink(const std::string& path, std::string& target) {
-    target.clear();
-    std::string buf(256, '\0');
-    for (;;) {
-        ssize_t n = ::readlink(path.c_str(), buf.data(), buf.size());
-        if (n < 0) {
-            return Fail("ReadLink", errno);
-        }
-        if (static_cast<std::size_t>(n) < buf.size()) {
-            target.assign(buf.data(), static_cast<std::size_t>(n));
-            return true;
-        }
-        if (buf.size() >= (1u << 20)) {
-            return Fail("ReadLink", ENAMETOOLONG);
-        }
-        buf.resize(buf.size() * 4);
-    }
-}
-
-bool clsFileSystem::CreateLink(const std::string& target, const std::string& linkPath) {
-    return ::symlink(target.c_str(), linkPath.c_str()) == 0 || Fail("CreateLink", errno);
-}
-
 } // namespace tessaron

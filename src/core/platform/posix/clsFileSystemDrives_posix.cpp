@@ -169,15 +169,6 @@ std::string clsFileSystem::GetDriveType(const std::string& path) {
     return mount != nullptr ? DeviceDriveType(*mount) : std::string();
 }
 
-double clsFileSystem::GetDriveTotalSize(const std::string& path) {
-    std::string resolved;
-    struct statvfs fs {};
-    if (!ResolveForDrive(path, resolved) || !StatFs(resolved, fs)) {
-        return 0;
-    }
-    return static_cast<double>(fs.f_blocks) * static_cast<double>(fs.f_frsize);
-}
-
 double clsFileSystem::GetDriveFreeSpace(const std::string& path) {
     std::string resolved;
     struct statvfs fs {};

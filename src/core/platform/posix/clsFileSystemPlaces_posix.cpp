@@ -62,25 +62,6 @@ bool clsFileSystem::IsSameOrInside(const std::string& inner, const FileIdentity&
     return false;
 }
 
-bool clsFileSystem::IsDriveRoot(const std::string& path) {
-    const std::string place = posix::ResolvePath(path);
-    struct stat st {};
-    if (place.empty() || ::stat(place.c_str(), &st) != 0) {
-        return false;
-    }
-    struct stat up {};
-    if (place == "/" || (::stat(Above(place).c_str(), &up) == 0 && up.st_dev != st.st_dev)) {
-        return true;
-    }
-    // A folder mounted onto another folder of the same file system (a bind mount).
-    for (const posix::MountEntry& mount : posix::LoadMountTable()) {
-        if (mount.MountPoint == place) {
-            return true;
-        }
-    }
-    return false;
-}
-
 std::vector<std::string> clsFileSystem::ProtectedFolders() {
     std::vector<std::string> places{"/"};
     if (const char* home = std::getenv("HOME"); home != nullptr && *home != '\0') {

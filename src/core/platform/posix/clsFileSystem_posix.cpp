@@ -19,37 +19,6 @@ namespace tessaron {
 using posix::KindOf;
 using posix::RetryEintr;
 
-namespace {
-
-// The last component of a path, ignoring trailing "/".
-std::string BaseName(const std::string& path) {
-    std::size_t end = path.find_last_not_of('/');
-    if (end == std::string::npos) {
-        return {};
-    }
-    std::size_t start = path.find_last_of('/', end);
-    return path.substr(start == std::string::npos ? 0 : start + 1, end - start);
-}
-
-int AttributesOf(const std::string& name, mode_t mode) {
-    int attr = 0;
-    if (!S_ISLNK(mode) && (mode & 0222) == 0) {
-        attr |= FileAttr::ReadOnly;
-    }
-    if (name.size() > 1 && name[0] == '.' && name != "..") {
-        attr |= FileAttr::Hidden;
-    }
-    if (S_ISDIR(mode)) {
-        attr |= FileAttr::Directory;
-    }
-    if (S_ISREG(mode)) {
-        attr |= FileAttr::Archive;
-    }
-    return attr;
-}
-
-} // namespace
-
 bool clsFileSystem::Fail(const char* member, int code) {
     LastErrorInfo = SysError::FromCode(code);
     LastError = LastErrorInfo.Line(std::string("clsFileSystem.") + member + "()");
@@ -71,53 +40,9 @@ bool clsFileSystem::Exists(const std::string& path) {
     return !path.empty() && ::lstat(path.c_str(), &st) == 0;
 }
 
-long long clsFileSystem::GetFileSize(const std::string& path) {
-    struct stat st {};
-    return ::lstat(path.c_str(), &st) == 0 ? static_cast<long long>(st.st_size) : 0;
-}
-
-DateTime clsFileSystem::GetFileTime(const std::string& path) {
-    struct stat st {};
-    return ::lstat(path.c_str(), &st) == 0 ? posix::LocalDate(st.st_mtim) : DateTime{};
-}
-
-int clsFileSystem::GetFileAttributes(const std::string& path) {
-    struct stat st {};
-    if (::lstat(path.c_str(), &st) != 0) {
-        Fail("GetFileAttributes", errno);
-        return 0;
-    }
-    return AttributesOf(BaseName(path), st.st_mode);
-}
-
-bool clsFileSystem::SetFileAttributes(const std::string& path, int attr) {
-    struct stat st {};
-    if (::lstat(path.c_str(), &st) != 0) {
-        return Fail("SetFileAttributes", errno);
-    }
-    if (S_ISLNK(st.st_mode)) {
-        return true;
-    }
-    mode_t mode = st.st_mode & 07777;
-    if ((attr & FileAttr::ReadOnly) != 0) {
-        mode &= ~static_cast<mode_t>(0222);
-    } else if ((mode & 0222) == 0) {
-        mode |= S_IWUSR;
-    }
-    if (mode == (st.st_mode & 07777)) {
-        return true;
-    }
-    return ::chmod(path.c_str(), mode) == 0 || Fail("SetFileAttributes", errno);
-}
-
 bool clsFileSystem::IsDirectory(const std::string& path) {
     struct stat st {};
     return ::lstat(path.c_str(), &st) == 0 && S_ISDIR(st.st_mode);
-}
-
-bool clsFileSystem::IsReadOnly(const std::string& path) {
-    struct stat st {};
-    return ::lstat(path.c_str(), &st) == 0 && !S_ISLNK(st.st_mode) && (st.st_mode & 0222) == 0;
 }
 
 bool clsFileSystem::GetInfo(const std::string& path, FileInfo& out, bool followLinks) {
@@ -157,15 +82,6 @@ bool clsFileSystem::Delete(const std::string& path, bool Wait) {
         return Fail("Delete", errno);
     }
     return !Wait || WaitUntilGone(path);
-}
-
-bool clsFileSystem::Rename(const std::string& path1, const std::string& path2) {
-    // Like a move on Windows, an existing destination is never replaced.
-    struct stat st {};
-    if (::lstat(path2.c_str(), &st) == 0) {
-        return Fail("Rename", EEXIST);
-    }
-    return ::rename(path1.c_str(), path2.c_str()) == 0 || Fail("Rename", errno);
 }
 
 bool clsFileSystem::Replace(const std::string& path1, const std::string& path2) {
@@ -213,18 +129,6 @@ std::string clsFileSystem::GetTempDir() {
 } // namespace tessaron
 
 namespace tessaron {
-
-bool clsFileSystem::ListFolderNames(const std::string& path, std::vector<std::string>& names,
-                                    int& code) {
-    int fd = ::open(path.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
-    if (fd < 0) {
-        code = errno;
-        return false;
-    }
-    bool ok = posix::ListNamesAt(fd, names, code);
-    ::close(fd);
-    return ok;
-}
 
 int clsFileSystem::GetDirectory(const std::string& path) {
     Items.clear();

@@ -78,34 +78,4 @@ bool clsFileSystem::SetOwner(const std::string&, unsigned, unsigned) {
     return true;
 }
 
-bool clsFileSystem::ReadLink(const std::string& path, std::string& target) {
-    target.clear();
-    win32::Handle entry = win32::OpenEntry(LongPath(path), FILE_READ_ATTRIBUTES, false);
-    DWORD code = ::GetLastError();
-    if (!entry.Valid() || !win32::ReadLinkText(entry.Get(), target, code)) {
-        return Fail("ReadLink", static_cast<int>(code));
-    }
-    return true;
-}
-
-bool clsFileSystem::CreateLink(const std::string& target, const std::string& linkPath) {
-    // A link to a folder must say so when it is made; a relative target counts from the
-    // link's own folder.
-    std::string text = target;
-    std::replace(text.begin(), text.end(), '/', '\\');
-    std::string resolved = text;
-    const std::size_t slash = linkPath.find_last_of("\\/");
-    if (!clsPath::IsAbsolute(text, PathStyle::Windows) && slash != std::string::npos) {
-        resolved = linkPath.substr(0, slash + 1) + text;
-    }
-    FileInfo info;
-    DWORD code = 0;
-    DWORD flags = SYMBOLIC_LINK_FLAG_ALLOW_UNPRIVILEGED_CREATE;
-    if (win32::ExamineEntry(resolved, info, code, true) && info.Kind == FileKind::Directory) {
-        flags |= SYMBOLIC_LINK_FLAG_DIRECTORY;
-    }
-    return ::CreateSymbolicLinkW(LongPath(linkPath).c_str(), win32::Widen(text).c_str(), flags) ||
-           Fail("CreateLink", static_cast<int>(::GetLastError()));
-}
-
 } // namespace tessaron

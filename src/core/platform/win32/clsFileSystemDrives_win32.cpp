@@ -77,12 +77,6 @@ std::string clsFileSystem::GetDriveType(const std::string& path) {
     return root.empty() ? std::string() : DriveTypeName(::GetDriveTypeW(root.c_str()));
 }
 
-double clsFileSystem::GetDriveTotalSize(const std::string& path) {
-    double total = 0;
-    double free = 0;
-    return DiskSpace(path, total, free) ? total : 0;
-}
-
 double clsFileSystem::GetDriveFreeSpace(const std::string& path) {
     double total = 0;
     double free = 0;

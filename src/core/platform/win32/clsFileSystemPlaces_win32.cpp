@@ -86,24 +86,6 @@ bool clsFileSystem::IsSameOrInside(const std::string& inner, const FileIdentity&
     return false;
 }
 
-// A volume's root (nothing above it on its volume: a drive, or a volume mounted onto a
-// folder), or a drive letter's root however the letter is made (a substituted or mapped
-// drive stands for a folder of another volume, but to the user it is a whole drive).
-bool clsFileSystem::IsDriveRoot(const std::string& path) {
-    FileIdentity self;
-    DWORD code = 0;
-    const std::wstring full = LongPath(path);
-    if (path.empty() || !IdentityOf(full, self, code)) {
-        return false;
-    }
-    if (full.size() == 7 && win32::ParentOf(full).empty()) {
-        return true; // "\\?\X:\"
-    }
-    const std::wstring above = win32::ParentOf(ResolvedPlace(path));
-    FileIdentity up;
-    return above.empty() || (IdentityOf(above, up, code) && up.Volume != self.Volume);
-}
-
 // The root of the system drive first (it holds the system and every profile), then the
 // user's profile folder and every folder in the profiles folder.
 std::vector<std::string> clsFileSystem::ProtectedFolders() {

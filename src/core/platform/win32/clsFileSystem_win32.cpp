@@ -47,48 +47,10 @@ bool clsFileSystem::Exists(const std::string& path) {
     return AttributesOf(path) != INVALID_FILE_ATTRIBUTES;
 }
 
-long long clsFileSystem::GetFileSize(const std::string& path) {
-    FileInfo info;
-    DWORD code = 0;
-    return win32::ExamineEntry(path, info, code) ? info.Size : 0;
-}
-
-DateTime clsFileSystem::GetFileTime(const std::string& path) {
-    FileInfo info;
-    DWORD code = 0;
-    if (!win32::ExamineEntry(path, info, code) || !info.Exists) {
-        return {};
-    }
-    return DateTime::FromTimeT(info.MTime.tv_sec);
-}
-
-int clsFileSystem::GetFileAttributes(const std::string& path) {
-    const DWORD attributes = AttributesOf(path);
-    if (attributes == INVALID_FILE_ATTRIBUTES) {
-        Fail("GetFileAttributes", path.empty() ? ERROR_FILE_NOT_FOUND : ::GetLastError());
-        return 0;
-    }
-    return static_cast<int>(attributes & kAttributeBits);
-}
-
-bool clsFileSystem::SetFileAttributes(const std::string& path, int attr) {
-    DWORD bits = static_cast<DWORD>(attr) & kAttributeBits & ~FILE_ATTRIBUTE_DIRECTORY;
-    if (bits == 0) {
-        bits = FILE_ATTRIBUTE_NORMAL;
-    }
-    return ::SetFileAttributesW(LongPath(path).c_str(), bits) ||
-           Fail("SetFileAttributes", ::GetLastError());
-}
-
 bool clsFileSystem::IsDirectory(const std::string& path) {
     FileInfo info;
     DWORD code = 0;
     return win32::ExamineEntry(path, info, code) && info.Kind == FileKind::Directory;
-}
-
-bool clsFileSystem::IsReadOnly(const std::string& path) {
-    const DWORD attributes = AttributesOf(path);
-    return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_READONLY) != 0;
 }
 
 bool clsFileSystem::GetInfo(const std::string& path, FileInfo& out, bool followLinks) {
@@ -118,12 +80,6 @@ bool clsFileSystem::Delete(const std::string& path, bool Wait) {
         return Fail("Delete", static_cast<int>(code));
     }
     return !Wait || WaitUntilGone(path);
-}
-
-bool clsFileSystem::Rename(const std::string& path1, const std::string& path2) {
-    // Without MOVEFILE_REPLACE_EXISTING an existing destination is never replaced.
-    return ::MoveFileExW(LongPath(path1).c_str(), LongPath(path2).c_str(), 0) ||
-           Fail("Rename", ::GetLastError());
 }
 
 bool clsFileSystem::Replace(const std::string& path1, const std::string& path2) {
@@ -161,16 +117,6 @@ std::string clsFileSystem::GetTempDir() {
         dir += '\\';
     }
     return dir;
-}
-
-bool clsFileSystem::ListFolderNames(const std::string& path, std::vector<std::string>& names,
-                                    int& code) {
-    std::vector<std::pair<std::string, win32::EntryData>> entries;
-    code = static_cast<int>(win32::ReadEntries(LongPath(path), entries));
-    for (auto& entry : entries) {
-        names.push_back(std::move(entry.first));
-    }
-    return code == 0;
 }
 
 int clsFileSystem::GetDirectory(const std::string& path) {
