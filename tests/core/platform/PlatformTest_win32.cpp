@@ -8,6 +8,9 @@
 
 #include <gtest/gtest.h>
 #include <windows.h>
+// The tests call the members of these names, not the system's macros.
+#undef GetDriveType
+#undef CreateDirectory
 
 #include <algorithm>
 
