@@ -26,8 +26,10 @@ TEST(SelectionScale, TwentyThousandExceptionsOverFortyThousandPaths) {
     }
     const auto took = std::chrono::steady_clock::now() - start;
     EXPECT_EQ(selected, 20000);
-    // Comparing with every exception took several seconds; looking them up, milliseconds.
-    EXPECT_LT(took, std::chrono::seconds(2));
+    // Comparing every path with every exception took 32 s in a release build; looking them
+    // up takes milliseconds there and a few seconds in a loaded coverage build. The bound
+    // catches the comparison with every exception coming back, not a slower machine.
+    EXPECT_LT(took, std::chrono::seconds(20));
 }
 
 } // namespace
