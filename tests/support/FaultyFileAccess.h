@@ -10,10 +10,12 @@
 #include "platform/clsPath.h"
 
 #include <algorithm>
+#include <chrono>
 #include <functional>
 #include <map>
 #include <mutex>
 #include <string>
+#include <thread>
 #include <vector>
 
 namespace tessaron::test {
@@ -45,6 +47,8 @@ struct Fault {
     long long offset = -1;   // Read, Write: hit once the file's offset reaches this
     bool shortMoves = false; // Read, Write: move at most 1000 bytes per call
     std::function<void(const std::string& path)> before; // runs before the hit call
+    std::chrono::milliseconds slow{0}; // the hit call waits this long (not List or Close),
+                                       // other threads' calls going on meanwhile
     int seen = 0;
 };
 
@@ -183,11 +187,19 @@ private:
     }
     // The call, unless a fault hits it first (false, code set).
     template <class Call> bool Hit(Op op, const std::string& path, int& code, Call&& call) {
-        const std::lock_guard<std::recursive_mutex> hold(lock);
-        return Pass(op, path, code) && call();
+        std::unique_lock<std::recursive_mutex> hold(lock);
+        std::chrono::milliseconds slow{0};
+        const bool pass = Pass(op, path, code, &slow);
+        if (slow.count() > 0) {
+            hold.unlock();
+            std::this_thread::sleep_for(slow);
+            hold.lock();
+        }
+        return pass && call();
     }
     // False (code set) when a fault hits this call; runs the `before` steps that are due.
-    bool Pass(Op op, const std::string& path, int& code) {
+    bool Pass(Op op, const std::string& path, int& code,
+              std::chrono::milliseconds* slow = nullptr) {
         Observe(op, path);
         for (Fault& f : faults) {
             if (!Matches(f, op, path) || f.offset >= 0 || f.shortMoves) {
@@ -199,6 +211,9 @@ private:
             }
             if (f.before) {
                 f.before(path);
+            }
+            if (slow != nullptr) {
+                *slow += f.slow;
             }
             if (f.error) {
                 code = f.error.Code();

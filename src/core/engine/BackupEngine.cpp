@@ -37,6 +37,10 @@ void BackupEngine::Overlap(bool on) {
     m_run->config.overlap = on;
 }
 
+void BackupEngine::Writers(int count) {
+    m_run->config.writers = count;
+}
+
 bool BackupEngine::Overlap() const {
     return m_run->config.overlap;
 }

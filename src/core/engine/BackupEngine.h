@@ -65,6 +65,12 @@
 // have been. The verify phase runs without it. While the copy phase runs, a third thread
 // flushes the target's file system every quarter of a second, so that the flush the run
 // ends with finds little left to do; the run's own flushes still decide and report.
+//
+// Writers: in the copy phase, threads (one per core, at most 8) write the copies of small
+// files while the run's thread walks on; the run's thread still decides every copy and
+// reports each file (lines, counters, progress) in walk order once the files before it are
+// reported, so the log and the result are those of a run with one writer. A stop (a
+// failure with stop-on-error, or a cancel) removes what writers made for later files.
 
 #include "engine/IBackupView.h"
 #include "engine/RunResult.h"
@@ -112,6 +118,10 @@ public:
     // made (tests and measurements run both ways with it).
     void Overlap(bool on);
     bool Overlap() const;
+    // How many threads write the copies of small files (see above); set before Run. 1
+    // copies every file on the run's thread. Default: TESSARON_WRITERS (1 to 8) when set,
+    // else one per core, at most 8.
+    void Writers(int count);
 
     // Runs the backup, telling the view what happens (see IBackupView for the order of
     // its calls). True only when the result is RunResult::Complete. Unloading a window at

@@ -6,7 +6,9 @@
 #include "platform/SystemFileAccess.h"
 #include "setfile/clsSetup.h"
 
+#include <algorithm>
 #include <cstdlib>
+#include <thread>
 
 namespace tessaron {
 
@@ -14,6 +16,9 @@ namespace {
 
 constexpr std::int32_t kDefaultBlockSize = 128000;
 constexpr std::int32_t kMaxBlockSize = 16777216;
+// More writers than this gain nothing: creation in one folder is serialised by the
+// system beyond a few threads, and each writer holds a block of memory.
+constexpr int kMaxWriters = 8;
 
 // TESSARON_LOG_DIR, when set and not empty, puts the run logs of every front end in
 // another folder than the program's (tests, and administrators who keep logs elsewhere).
@@ -30,6 +35,18 @@ bool OverlapByDefault() {
         return value == nullptr || std::string(value) != "0";
     }();
     return on;
+}
+
+int WritersByDefault() {
+    static const int writers = [] {
+        const char* value = std::getenv("TESSARON_WRITERS");
+        const int wanted = value != nullptr ? std::atoi(value) : 0;
+        if (wanted >= 1 && wanted <= kMaxWriters) {
+            return wanted;
+        }
+        return std::clamp(static_cast<int>(std::thread::hardware_concurrency()), 1, kMaxWriters);
+    }();
+    return writers;
 }
 
 bool CountProcessed(RunState& run, bool ok, const char* failed, const std::string& path) {
@@ -127,18 +144,19 @@ void BackupRun::EachSelection(bool& hadError,
     }
 }
 
-// Copies (or verifies) every selected file at or below path into target. ok false when a
-// file failed, a folder could not be entered or listed, or the walk was cancelled.
-void BackupRun::RunSelection(const std::string& path, const std::string& target, bool verifying,
-                             bool& ok) {
+// Copies every selected file at or below path into the target. ok false when a file
+// failed, a folder could not be entered or listed, or the walk was cancelled.
+void BackupRun::CopySelection(const std::string& path, CopyQueue& queue, bool& ok) {
     state.EnsureBuffers();
-    if (verifying) {
-        VerifyVisitor visitor(state, verifier);
-        ok = m_walker.Walk(path, target, visitor);
-    } else {
-        CopyVisitor visitor(state, m_copier, folders);
-        ok = m_walker.Walk(path, target, visitor);
-    }
+    CopyVisitor visitor(state, m_copier, folders, queue);
+    ok = m_walker.Walk(path, state.setup->Target, visitor);
+}
+
+// Verifies every selected file at or below path against its copy; ok as for the copy.
+void BackupRun::VerifySelection(const std::string& path, bool& ok) {
+    state.EnsureBuffers();
+    VerifyVisitor visitor(state, verifier);
+    ok = m_walker.Walk(path, state.setup->Target, visitor);
 }
 
 // The three summary lines of a copy or verify phase: its end, its counts, its time and rate.

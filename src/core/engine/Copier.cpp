@@ -3,6 +3,7 @@
 #include "engine/Copier.h"
 
 #include "engine/CopyFolders.h"
+#include "engine/Writers.h"
 
 #include "setfile/clsSetup.h"
 
@@ -17,9 +18,6 @@ namespace {
 // Files from this size on are announced to the system as read from start to end; for
 // smaller ones the call costs more than the read-ahead gains.
 constexpr long long kAdviseSize = 1 << 20;
-// New names tried for a replacement before giving up (each is random: one is enough
-// unless something else uses the same scheme).
-constexpr int kNameAttempts = 16;
 
 } // namespace
 
@@ -107,23 +105,14 @@ void Copier::SkipFile(const std::string& source, std::int64_t size) {
     m_run.progress.BytesDone += size;
 }
 
-std::string Copier::TempName() {
-    static const char kHex[] = "0123456789abcdef";
-    std::string name = ".tessaron-";
-    for (std::uint64_t r = m_random(), i = 0; i < 16; ++i, r >>= 4) {
-        name += kHex[r & 15];
-    }
-    return name + ".tmp";
-}
-
 // Makes the entry for a copy with make(name): at the copy's own name when nothing is
 // there, else (a replacement) under a new name. Creation is exclusive, so nothing that
 // is there is ever written through or over; old is what the copy's name holds.
 template <class Make>
 bool Copier::CreateExclusive(const Dest& d, FileInfo& old, std::string& written, const Make& make) {
     SysError error;
-    for (int attempt = 0; attempt < kNameAttempts; ++attempt) {
-        written = old.Exists ? TempName() : d.name;
+    for (int attempt = 0; attempt < kTempNameAttempts; ++attempt) {
+        written = old.Exists ? TempCopyName(m_random()) : d.name;
         if (make(written, error)) {
             return true;
         }

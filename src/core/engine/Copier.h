@@ -22,14 +22,17 @@ public:
     // Copies s to d, or in an INCREMENTAL run skips it when the copy is up to date (its
     // bytes count as done). False after a failure (logged).
     bool CopyFile(const Source& s, const Dest& d);
+    // The line of a file found up to date; its bytes count as done.
+    void SkipFile(const std::string& source, std::int64_t size);
+    // Puts the complete copy written under the name written in place of old, the copy d
+    // had. False after a failure (logged).
+    bool PutInPlace(const Dest& d, const std::string& written, const FileInfo& old);
 
 private:
     struct FileCopy;
 
     bool LookUpCopy(const Dest& d, FileInfo& dst);
     bool IsUpToDate(const Source& s, const Dest& d, const FileInfo& dst);
-    void SkipFile(const std::string& source, std::int64_t size);
-    std::string TempName();
     template <class Make>
     bool CreateExclusive(const Dest& d, FileInfo& old, std::string& written, const Make& make);
     bool CopyLink(const Source& s, const Dest& d, const FileInfo& dst);
@@ -39,7 +42,6 @@ private:
     bool WriteContent(FileCopy& c, const FileContent& content);
     void LogCopyError(FileCopy& c);
     bool FinishCopy(FileCopy& c);
-    bool PutInPlace(const Dest& d, const std::string& written, const FileInfo& old);
     void FailCopy(FileCopy& c);
 
     RunState& m_run;

@@ -50,10 +50,20 @@ void CopyVisitor::Special(const std::string& path) {
     m_run.log.AddLogLine("Special File Skipped - " + path + " (not a regular file)", false);
 }
 
+// A small file goes to the writers; any other is copied here once every file before it
+// has been reported.
 bool CopyVisitor::File(const Source& source, const Dest* dest) {
+    FileInfo old;
+    if (m_queue.Takes(source, *dest, old)) {
+        return m_queue.Add(source, *dest, old);
+    }
+    const bool settled = m_queue.Settle();
+    if (m_queue.Stopped()) {
+        return settled;
+    }
     const bool ok = m_copier.CopyFile(source, *dest);
     m_run.filesFailed += ok ? 0 : 1;
-    return CountProcessed(m_run, ok, "Unable to Copy File - ", source.path);
+    return CountProcessed(m_run, ok, "Unable to Copy File - ", source.path) && settled;
 }
 
 void CopyVisitor::Unreached(const std::string& path) {
@@ -61,12 +71,15 @@ void CopyVisitor::Unreached(const std::string& path) {
     CountProcessed(m_run, false, "Unable to Copy File - ", path);
 }
 
+// A folder gets its source's metadata only once every file in it has been reported.
 bool CopyVisitor::FolderDone(CopyFolder& copy, const FileInfo& like) {
-    return m_folders.FinishFolder(copy, like);
+    const bool settled = m_queue.Settle();
+    return m_folders.FinishFolder(copy, like) && settled;
 }
 
 bool CopyVisitor::EntryDone(std::deque<Ancestor>& chain) {
-    return m_folders.FinishAncestors(chain);
+    const bool settled = m_queue.Settle();
+    return m_folders.FinishAncestors(chain) && settled;
 }
 
 // Returns false when cancelled.
@@ -80,9 +93,11 @@ bool BackupRun::CopyPhase(bool& hadError) {
     if (config.overlap) {
         s.tick = [&flush](std::chrono::steady_clock::time_point now) { flush.Tick(now); };
     }
-    EachSelection(hadError, [&](const std::string& path, bool& ok) {
-        RunSelection(path, target, false, ok);
-    });
+    CopyQueue queue(s, m_copier);
+    queue.Start(config.writers);
+    EachSelection(hadError,
+                  [&](const std::string& path, bool& ok) { CopySelection(path, queue, ok); });
+    hadError = !queue.Stop() || hadError;
     s.tick = nullptr;
     if (!s.cancelled && !(s.StopOnError() && hadError)) {
         LogUnreached(hadError);

@@ -5,6 +5,7 @@
 #include "engine/BackupEngine.h"
 #include "engine/Copier.h"
 #include "engine/CopyFolders.h"
+#include "engine/CopyQueue.h"
 #include "engine/TargetCheck.h"
 #include "engine/Verifier.h"
 #include "engine/Walker.h"
@@ -32,8 +33,8 @@ private:
 // metadata after its contents; special files skipped with a line in the log file.
 class CopyVisitor : public WalkVisitor {
 public:
-    CopyVisitor(RunState& run, Copier& copier, CopyFolders& folders)
-        : m_run(run), m_copier(copier), m_folders(folders) {}
+    CopyVisitor(RunState& run, Copier& copier, CopyFolders& folders, CopyQueue& queue)
+        : m_run(run), m_copier(copier), m_folders(folders), m_queue(queue) {}
     CopySide Side() const override { return CopySide::Make; }
     WalkAhead::Work Ahead() const override { return WalkAhead::Work::FoldersAndFiles; }
     bool Failure(const std::string& what, const std::string& path, const SysError& error) override;
@@ -42,11 +43,13 @@ public:
     void Unreached(const std::string& path) override;
     bool FolderDone(CopyFolder& copy, const FileInfo& like) override;
     bool EntryDone(std::deque<Ancestor>& chain) override;
+    bool Settle() override { return m_queue.Settle(); }
 
 private:
     RunState& m_run;
     Copier& m_copier;
     CopyFolders& m_folders;
+    CopyQueue& m_queue;
 };
 
 // The verify phase: every selected file compared with its copy; no read-ahead, so that
@@ -70,6 +73,9 @@ bool CountProcessed(RunState& run, bool ok, const char* failed, const std::strin
 
 // Whether runs overlap their read-only work when nothing says otherwise.
 bool OverlapByDefault();
+// The copy phase's writer threads when nothing says otherwise: TESSARON_WRITERS (1 to 8),
+// else one per core, at most 8.
+int WritersByDefault();
 
 // The run's settings besides the set: where its log goes, how it mails, whether it reads
 // ahead.
@@ -79,6 +85,7 @@ struct RunConfig {
     std::unique_ptr<clsRegSettings> ownSettings;
     int mailTimeout = 30;
     bool overlap = OverlapByDefault();
+    int writers = WritersByDefault();
 };
 
 // One run from start to summary: the phase order, the flags that tie the phases
@@ -105,7 +112,8 @@ private:
     bool SizePhase(bool& hadError);
     void TotalSelection(const std::string& path, bool& ok);
     bool CopyPhase(bool& hadError);
-    void RunSelection(const std::string& path, const std::string& target, bool verifying, bool& ok);
+    void CopySelection(const std::string& path, CopyQueue& queue, bool& ok);
+    void VerifySelection(const std::string& path, bool& ok);
     void VerifyPhase(bool& hadError);
     void LogPhaseSummary(const char* complete, const char* files, const char* bytes);
     void LogUnreached(bool& hadError);

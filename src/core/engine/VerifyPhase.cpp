@@ -35,9 +35,7 @@ void BackupRun::VerifyPhase(bool& hadError) {
     p.ElapsedTime = p.RemainingTime = 0;
     p.Start();
     s.view.PhaseStarted(RunPhase::Verify, p);
-    EachSelection(hadError, [&](const std::string& path, bool& ok) {
-        RunSelection(path, s.setup->Target, true, ok);
-    });
+    EachSelection(hadError, [&](const std::string& path, bool& ok) { VerifySelection(path, ok); });
     LogPhaseSummary("Verify Complete", " Files Verified,  ", " Bytes Read");
     const std::int64_t total = std::int64_t{p.ElapsedTime} + copyElapsed;
     p.ElapsedTime = static_cast<std::int32_t>(std::min<std::int64_t>(total, INT32_MAX));

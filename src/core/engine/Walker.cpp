@@ -208,6 +208,20 @@ bool Walker::ListLevel(Level& level) {
 // One selected entry of a listing.
 Walker::Walked Walker::WalkItem(Level& level, std::size_t index) {
     const clsFSItem& item = level.items[index];
+    const bool toFile = !item.Error &&
+                        (item.Kind == FileKind::File || item.Kind == FileKind::Symlink) &&
+                        !IsRunLog(item.Info.Id);
+    if (!toFile) {
+        if (!m_visitor->Settle()) {
+            if (m_run.StopOnError()) {
+                return Walked::Failed;
+            }
+            level.failed = true;
+        }
+        if (m_run.cancelled) {
+            return Walked::Ok; // cancelled while what was in flight was said
+        }
+    }
     const std::string full = clsPath::Join(level.shownPath, item.Path, kStyle);
     if (item.Error) {
         return m_visitor->Failure("Unable to examine", full, item.Error) ? Walked::Failed
@@ -286,9 +300,14 @@ bool Walker::LeftOutAsOutput(const FileIdentity& id) {
 
 // The run's log folder (or its log file, where the folder is a selection itself) is left
 // out as the target is: the walk would copy, and verify, a file the run is writing.
+bool Walker::IsRunLog(const FileIdentity& id) const {
+    const RunLog& log = m_run.log;
+    return id.Valid && (id == log.FolderId() || id == log.FileId());
+}
+
 bool Walker::LeftOutAsLog(const FileIdentity& id) {
     const RunLog& log = m_run.log;
-    if (!id.Valid || (!(id == log.FolderId()) && !(id == log.FileId()))) {
+    if (!IsRunLog(id)) {
         return false;
     }
     if (!m_logLeftOut) {

@@ -46,6 +46,11 @@ public:
         (void)chain;
         return true;
     }
+    // Called before every entry that is not handed to File (a folder, a special file, an
+    // entry that could not be examined, the run's log): the visitor finishes what it has
+    // in flight, so that whatever this entry says comes after it. False when that found a
+    // failure (said).
+    virtual bool Settle() { return true; }
 };
 
 class Walker {
@@ -79,6 +84,7 @@ private:
     Walked EnterFolder(Level& level, std::size_t index, const std::string& shown);
     bool LeftOutAsOutput(const FileIdentity& id);
     bool LeftOutAsLog(const FileIdentity& id);
+    bool IsRunLog(const FileIdentity& id) const;
     bool Making() const { return m_visitor->Side() == CopySide::Make; }
 
     RunState& m_run;

@@ -26,7 +26,15 @@ struct FaultCase {
     bool warned = false; // the view's warning came once
 };
 
-class FaultMatrix : public EngineTest, public ::testing::WithParamInterface<FaultCase> {
+// Each case runs with the copies made on the run's thread, and with 8 writers (a.bin and
+// b.txt are then written by writers: each comes after the first file of its folder).
+struct WriterCount {
+    const char* name;
+    int count;
+};
+
+class FaultMatrix : public EngineTest,
+                    public ::testing::WithParamInterface<std::tuple<FaultCase, WriterCount>> {
 protected:
     std::string Expand(std::string t) const {
         const fs::path a = src / "a.bin", b = src / "dir" / "b.txt";
@@ -55,8 +63,10 @@ protected:
 const std::string kOriginal = Bytes(kSize, 3);
 
 TEST_P(FaultMatrix, UserSeesItAndNothingIsLost) {
-    const FaultCase& c = GetParam();
+    const FaultCase& c = std::get<0>(GetParam());
+    WriteFile(src / "0.txt", "first");
     WriteFile(src / "a.bin", kOriginal);
+    WriteFile(src / "dir" / "0.txt", "first");
     WriteFile(src / "dir" / "b.txt", "bbb");
     if (c.oldCopy) {
         WriteFile(Copy(src / "a.bin"), "good old copy");
@@ -67,7 +77,10 @@ TEST_P(FaultMatrix, UserSeesItAndNothingIsLost) {
         f.path = Expand(f.path);
         access.faults.push_back(f);
     }
-    RunBackup([&](BackupEngine& engine) { engine.FileAccess(access); });
+    RunBackup([&](BackupEngine& engine) {
+        engine.FileAccess(access);
+        engine.Writers(std::get<1>(GetParam()).count);
+    });
     EXPECT_EQ(view.lines.empty() ? "" : view.lines.back(), c.result) << view.All();
     for (const std::string& line : c.shown) {
         EXPECT_TRUE(view.ShowsStart(Expand(line))) << Expand(line) << "\n" << view.All();
@@ -183,7 +196,12 @@ const FaultCase kFaults[] = {
               Copy::Absent, false, false, true),
 };
 
-INSTANTIATE_TEST_SUITE_P(Faults, FaultMatrix, ::testing::ValuesIn(kFaults), ParamName());
+const WriterCount kWriters[] = {{"", 1}, {"_8Writers", 8}};
+
+INSTANTIATE_TEST_SUITE_P(Faults, FaultMatrix,
+                         ::testing::Combine(::testing::ValuesIn(kFaults),
+                                            ::testing::ValuesIn(kWriters)),
+                         ParamName());
 
 } // namespace
 } // namespace tessaron::test

@@ -1,6 +1,7 @@
-// A run with its read-ahead thread shows and does exactly what the run without it does:
-// the same log lines in the same order, the same result and counters, the same copies on
-// disk, also when it fails, stops on an error or is cancelled part way.
+// A run with its read-ahead thread and 1, 2 or 8 writers shows and does exactly what the
+// run with one thread does: the same log lines in the same order, the same result and
+// counters, the same copies on disk, also when it fails, stops on an error or is cancelled
+// part way. And a writer that is slow with an early file changes none of that.
 #include "EngineTestSupport.h"
 #include "FaultyFileAccess.h"
 
@@ -137,9 +138,10 @@ protected:
         SetMtime(src / "d5", 1700000000);
         SetMtime(src / "d8/new.txt", 1700000000);
         FixFolderTimes(src);
+        fs::permissions(Copy(src) / "d2/f0.bin", fs::perms::owner_read); // replaced all the same
     }
 
-    Outcome RunOnce(bool overlap) {
+    Outcome RunOnce(bool overlap, int writers) {
         const OverlapCase& c = GetParam();
         RemoveTree(out.string());
         fs::create_directories(out);
@@ -175,6 +177,7 @@ protected:
         };
         o.ok = RunBackup([&](BackupEngine& engine) {
             engine.Overlap(overlap);
+            engine.Writers(writers);
             engine.FileAccess(access);
             view.onYield = [&engine, &c] {
                 if (c.cancelAt > 0 && engine.Progress().FilesDone >= c.cancelAt) {
@@ -200,18 +203,22 @@ protected:
 // that a "Copying" line names.
 TEST_P(Overlap, SameLogResultAndCopies) {
     const OverlapCase& c = GetParam();
-    const Outcome without = RunOnce(false);
-    const Outcome with = RunOnce(true);
-    // A run stopped early (cancelled, or stopped at an error) may end before a loaded
-    // machine lets the read-ahead thread make its first call; one that runs to its end
-    // always has it working.
-    if (c.cancelAt == 0 && !c.stopOnError) {
-        EXPECT_TRUE(with.ahead);
-    }
+    const Outcome without = RunOnce(false, 1);
     EXPECT_FALSE(without.ahead);
-    EXPECT_EQ(with.ok, without.ok);
-    ASSERT_EQ(with.log, without.log);
-    EXPECT_TRUE(with.tree == without.tree) << Differences(with.tree, without.tree);
+    Outcome with;
+    for (const int writers : {1, 2, 8}) {
+        SCOPED_TRACE(std::to_string(writers) + " writers");
+        with = RunOnce(true, writers);
+        // A run stopped early (cancelled, or stopped at an error) may end before a loaded
+        // machine lets another thread make its first call; one that runs to its end always
+        // has them working.
+        if (c.cancelAt == 0 && !c.stopOnError) {
+            EXPECT_TRUE(with.ahead);
+        }
+        EXPECT_EQ(with.ok, without.ok);
+        ASSERT_EQ(with.log, without.log);
+        EXPECT_TRUE(with.tree == without.tree) << Differences(with.tree, without.tree);
+    }
     EXPECT_NE(std::find(with.log.begin(), with.log.end(), c.result), with.log.end());
     if (std::string(c.type) != "FULL" || (!c.stopOnError && c.cancelAt == 0)) {
         return;
@@ -248,6 +255,68 @@ const OverlapCase kCases[] = {
 };
 
 INSTANTIATE_TEST_SUITE_P(Runs, Overlap, ::testing::ValuesIn(kCases), ParamName());
+
+struct SlowCase {
+    const char* name;
+    bool stopOnError;
+};
+
+// The writer of an early file is slow, and then fails: the writers finish later files
+// first. The log is still the one-thread run's (the failure where that file's line
+// stands), and with stop-on-error nothing after that file is left in the target.
+class SlowWriter : public EngineTest, public ::testing::WithParamInterface<SlowCase> {
+protected:
+    Outcome RunWith(int writers, std::vector<std::string>& closed) {
+        RemoveTree(out.string());
+        RemoveTree(logs.string());
+        FaultyFileAccess access;
+        access.faults.emplace_back(Op::SetFileMeta, "d/f05", SysError::Io());
+        access.faults.back().slow = std::chrono::milliseconds(300);
+        access.onCall = [&](Op op, const std::string& path) {
+            if (op == Op::Close && path.rfind(out.string(), 0) == 0) {
+                closed.push_back(fs::path(path).filename().string());
+            }
+        };
+        setup.StopOnError = GetParam().stopOnError;
+        Outcome o;
+        o.ok = RunBackup([&](BackupEngine& engine) {
+            engine.FileAccess(access);
+            engine.Writers(writers);
+        });
+        for (const auto& e : fs::directory_iterator(logs)) {
+            o.log = LogLines(e.path().string());
+        }
+        o.tree = TreeOf(Copy(src));
+        return o;
+    }
+};
+
+TEST_P(SlowWriter, LogInWalkOrderAndNothingAfterAStop) {
+    for (int f = 0; f < 40; ++f) {
+        const std::string name = (f < 10 ? "f0" : "f") + std::to_string(f);
+        WriteFile(src / "d" / name, "content of " + name);
+        SetMtime(src / "d" / name, 1600000000);
+    }
+    FixFolderTimes(src);
+    std::vector<std::string> oneClosed, eightClosed;
+    const Outcome one = RunWith(1, oneClosed);
+    const Outcome eight = RunWith(8, eightClosed);
+    // Some copy after f05's was closed before it.
+    const auto slow = std::find(eightClosed.begin(), eightClosed.end(), "f05");
+    ASSERT_NE(slow, eightClosed.end());
+    EXPECT_TRUE(
+        std::any_of(eightClosed.begin(), slow, [](const std::string& n) { return n > "f05"; }));
+    EXPECT_FALSE(eight.ok);
+    ASSERT_EQ(eight.log, one.log);
+    EXPECT_TRUE(eight.tree == one.tree) << Differences(eight.tree, one.tree);
+    EXPECT_EQ(eight.tree.count("d/f04"), 1u);
+    EXPECT_EQ(eight.tree.count("d/f05"), 0u);
+    EXPECT_EQ(eight.tree.count("d/f39"), GetParam().stopOnError ? 0u : 1u);
+}
+
+const SlowCase kSlowCases[] = {{"GoesOn", false}, {"StopOnError", true}};
+
+INSTANTIATE_TEST_SUITE_P(Writers, SlowWriter, ::testing::ValuesIn(kSlowCases), ParamName());
 
 } // namespace
 } // namespace tessaron::test
