@@ -115,17 +115,25 @@ WriterPool::~WriterPool() {
     }
 }
 
+// A writer is woken only when one is idle, and the run's thread only when it waits: on a
+// small file the wake-ups would cost as much as the copy.
 void WriterPool::Submit(WriteJob& job) {
+    bool wake = false;
     {
         const std::lock_guard<std::mutex> hold(m_lock);
         m_queue.push_back(&job);
+        wake = m_idle > 0;
     }
-    m_work.notify_one();
+    if (wake) {
+        m_work.notify_one();
+    }
 }
 
 void WriterPool::Wait(WriteJob& job) {
     std::unique_lock<std::mutex> hold(m_lock);
+    ++m_waiting;
     m_ended.wait(hold, [&job] { return job.ended.load(); });
+    --m_waiting;
 }
 
 void WriterPool::Abandon() {
@@ -145,7 +153,9 @@ void WriterPool::Work(unsigned seed) {
     std::vector<unsigned char> buffer(m_blockSize);
     std::unique_lock<std::mutex> hold(m_lock);
     for (;;) {
+        ++m_idle;
         m_work.wait(hold, [this] { return m_stop || !m_queue.empty(); });
+        --m_idle;
         if (m_queue.empty()) {
             return;
         }
@@ -155,7 +165,9 @@ void WriterPool::Work(unsigned seed) {
         WriteCopy(m_fa, job, buffer, random);
         hold.lock();
         job.ended = true;
-        m_ended.notify_all();
+        if (m_waiting > 0) {
+            m_ended.notify_all();
+        }
     }
 }
 

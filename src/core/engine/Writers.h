@@ -90,6 +90,8 @@ private:
     std::condition_variable m_ended;
     std::deque<WriteJob*> m_queue;
     bool m_stop = false;
+    int m_idle = 0;    // writers waiting for work
+    int m_waiting = 0; // the run's thread waiting for a job's end
     std::vector<std::thread> m_threads;
 };
 
