@@ -4,6 +4,7 @@
 #include "engine/Copier.h"
 #include "engine/Phases.h"
 
+#include <algorithm>
 #include <utility>
 
 namespace tessaron {
@@ -29,8 +30,9 @@ CopyQueue::~CopyQueue() {
 void CopyQueue::Start(int writers) {
     m_failed = m_stopped = false;
     if (writers > 1) {
-        m_pool = std::make_unique<WriterPool>(*m_run.fa, writers,
-                                              static_cast<std::size_t>(m_run.blockSize));
+        // A writer's block need not be larger than the largest file it takes.
+        const long long block = std::min<long long>(m_run.blockSize, kLargeFile);
+        m_pool = std::make_unique<WriterPool>(*m_run.fa, writers, static_cast<std::size_t>(block));
     }
 }
 
