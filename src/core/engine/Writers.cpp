@@ -7,6 +7,9 @@ namespace tessaron {
 
 namespace {
 
+// Jobs queued before an idle writer is woken.
+constexpr std::size_t kWakeBatch = 8;
+
 bool Fail(WriteJob& job, const char* what, const std::string& path, const SysError& error) {
     job.failure = {what, path, error, true};
     return false;
@@ -115,14 +118,15 @@ WriterPool::~WriterPool() {
     }
 }
 
-// A writer is woken only when one is idle, and the run's thread only when it waits: on a
-// small file the wake-ups would cost as much as the copy.
+// An idle writer is woken once a few jobs wait (or when the run's thread waits for one),
+// and the run's thread only when it waits: on a small file a wake-up per job would cost
+// as much as the copy.
 void WriterPool::Submit(WriteJob& job) {
     bool wake = false;
     {
         const std::lock_guard<std::mutex> hold(m_lock);
         m_queue.push_back(&job);
-        wake = m_idle > 0;
+        wake = m_idle > 0 && m_queue.size() >= kWakeBatch;
     }
     if (wake) {
         m_work.notify_one();
@@ -131,6 +135,9 @@ void WriterPool::Submit(WriteJob& job) {
 
 void WriterPool::Wait(WriteJob& job) {
     std::unique_lock<std::mutex> hold(m_lock);
+    if (!job.ended && m_idle > 0 && !m_queue.empty()) {
+        m_work.notify_all();
+    }
     ++m_waiting;
     m_ended.wait(hold, [&job] { return job.ended.load(); });
     --m_waiting;
