@@ -28,7 +28,6 @@ enum class Op {
     RenameAt,
     SetFolderMeta,
     Sync,
-    DriveRoot, // whether the target is a whole drive (the quiet clearing asks)
     OpenFileAt,
     Read,
     Write,
@@ -67,9 +66,6 @@ public:
     bool OpenFolderAt(clsFolder& f, const clsFolder& parent, const std::string& n) override {
         return Hit(Op::OpenFolderAt, At(parent, n), f.LastErrorCode,
                    [&] { return Base::OpenFolderAt(f, parent, n); });
-    }
-    bool IsMountRoot(clsFolder& f) override {
-        return Hit(Op::DriveRoot, f.Path(), f.LastErrorCode, [&] { return Base::IsMountRoot(f); });
     }
     bool List(clsFolder& f, std::vector<clsFSItem>& items) override {
         const std::lock_guard<std::recursive_mutex> hold(lock);

@@ -33,6 +33,10 @@ void BackupEngine::FileAccess(IFileAccess& access) {
     m_run->state.fa = &access;
 }
 
+void BackupEngine::Places(IPlaces& places) {
+    m_run->state.places = &places;
+}
+
 void BackupEngine::Overlap(bool on) {
     m_run->config.overlap = on;
 }

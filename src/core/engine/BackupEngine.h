@@ -76,6 +76,7 @@
 #include "engine/RunResult.h"
 #include "engine/clsProgress.h"
 #include "platform/IFileAccess.h"
+#include "platform/IPlaces.h"
 
 #include <cstdint>
 #include <memory>
@@ -112,6 +113,9 @@ public:
     // The way to the file system (not owned; must outlive the engine). Default: the
     // system's own (SystemFileAccess). Tests pass one that injects failures.
     void FileAccess(IFileAccess& access);
+    // What the run asks about places, drives and media (not owned; must outlive the
+    // engine). Default: the system's own (SystemPlaces).
+    void Places(IPlaces& places);
 
     // Whether runs overlap their read-only work (see above); set before Run. Default: on,
     // unless the environment variable TESSARON_OVERLAP is "0" when the first engine is

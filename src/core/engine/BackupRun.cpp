@@ -4,6 +4,7 @@
 #include "engine/NumberText.h"
 #include "engine/RunChecks.h"
 #include "platform/SystemFileAccess.h"
+#include "platform/SystemPlaces.h"
 #include "setfile/clsSetup.h"
 
 #include <algorithm>
@@ -59,8 +60,10 @@ bool CountProcessed(RunState& run, bool ok, const char* failed, const std::strin
 }
 
 BackupRun::BackupRun(IBackupView& view)
-    : state(view), m_ownAccess(std::make_unique<SystemFileAccess>()) {
+    : state(view), m_ownAccess(std::make_unique<SystemFileAccess>()),
+      m_ownPlaces(std::make_unique<SystemPlaces>()) {
     state.fa = m_ownAccess.get();
+    state.places = m_ownPlaces.get();
 }
 
 BackupRun::~BackupRun() = default;
@@ -103,13 +106,14 @@ void BackupRun::StartRun() {
     if (config.logDir.empty()) {
         config.logDir = LogDirFromEnvironment();
     }
+    SysError noFolder; // the log cannot be written, and says why
     if (config.logDir.empty()) {
-        config.logDir = s.fa->ProgramLogDir();
+        config.logDir = s.places->ProgramLogDir(noFolder);
     } else {
         clsFolder dir; // a failure shows as a log that cannot be written
         s.fa->CreateFolder(dir, config.logDir, 0700);
     }
-    s.log.Start(*s.fa, config.logDir);
+    s.log.Start(*s.fa, config.logDir, noFolder);
     s.progress = clsProgress{};
     s.log.AddLogLine("Starting Backup (" + s.setup->BackupType + ")...");
     ReadBlockSize();

@@ -122,6 +122,7 @@ private:
     void FinishResult(bool hadError);
 
     std::unique_ptr<IFileAccess> m_ownAccess;
+    std::unique_ptr<IPlaces> m_ownPlaces;
     TargetCheck m_check{state};
     Walker m_walker{state, folders};
     Copier m_copier{state};

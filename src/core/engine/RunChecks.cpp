@@ -1,6 +1,6 @@
 #include "engine/RunChecks.h"
 
-#include "platform/SystemFileAccess.h"
+#include "platform/SystemPlaces.h"
 #include "platform/clsPath.h"
 #include "setfile/clsSetup.h"
 
@@ -17,11 +17,6 @@ bool TargetNamesDrive(const std::string& target) {
 }
 
 std::string NothingToRunReason(const clsSetup& setup) {
-    SystemFileAccess access;
-    return NothingToRunReason(setup, access);
-}
-
-std::string NothingToRunReason(const clsSetup& setup, IFileAccess& access) {
     const auto& sel = setup.Sel;
     const bool none = std::all_of(sel.begin(), sel.end(),
                                   [](const clsSelItem& item) { return item.path().empty(); });
@@ -31,8 +26,9 @@ std::string NothingToRunReason(const clsSetup& setup, IFileAccess& access) {
     if (setup.Target.empty()) {
         return "Nothing to back up - the backup set has no target";
     }
+    SystemPlaces places;
     const bool allInside = std::all_of(sel.begin(), sel.end(), [&](const clsSelItem& item) {
-        return item.path().empty() || access.IsSameOrInside(item.path(), setup.Target);
+        return item.path().empty() || places.IsSameOrInside(item.path(), setup.Target);
     });
     if (allInside) {
         return "Nothing to back up - every selection is the target or lies inside it";

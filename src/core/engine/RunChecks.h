@@ -6,7 +6,6 @@
 namespace tessaron {
 
 class clsSetup;
-class IFileAccess;
 
 // Whether a target names a drive or a server (Windows: "C:\Backup", "\\srv\share") or,
 // on POSIX, which has no drives, is absolute. A run refuses any other target, and so does
@@ -17,8 +16,7 @@ bool TargetNamesDrive(const std::string& target);
 // set has no selections, or no target, or every selection is the target itself or lies
 // inside it (decided on the identity of folders, however the paths are spelled). The
 // console refuses such a run with this text and exit status 3; the window shows it
-// after its own checks of Start. access defaults to the system's file access.
+// after its own checks of Start.
 std::string NothingToRunReason(const clsSetup& setup);
-std::string NothingToRunReason(const clsSetup& setup, IFileAccess& access);
 
 } // namespace tessaron

@@ -61,7 +61,12 @@ void EjectTarget(RunState& run) {
     if (!run.setup->EjectMedia || !TargetNamesDrive(target)) {
         return;
     }
-    if (!run.fa->EjectMedia(target) && run.fa->GetDriveType(target) == "REMOVABLE") {
+    // A medium that stays where the drive is removable must be taken out by hand; any
+    // other failure (an optical disc, a fixed disk never ejected) is silent.
+    SysError notEjected;
+    SysError unknown;
+    if (!run.places->EjectMedia(target, notEjected) &&
+        run.places->GetDriveType(target, unknown) == "REMOVABLE") {
         run.log.AddLogLine("Unable to eject media, please remove backup media");
     }
 }

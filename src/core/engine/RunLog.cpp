@@ -87,7 +87,7 @@ std::string ShownLines::Text() const {
     return text;
 }
 
-void RunLog::Start(IFileAccess& fa, const std::string& dir) {
+void RunLog::Start(IFileAccess& fa, const std::string& dir, const SysError& noFolder) {
     Close();
     m_fa = &fa;
     m_dir = dir;
@@ -96,6 +96,11 @@ void RunLog::Start(IFileAccess& fa, const std::string& dir) {
     m_failed = false;
     m_folderId = m_fileId = FileIdentity{};
     m_shown.Clear();
+    if (noFolder) {
+        m_file = MakeLogFileName(fa, dir);
+        SayFailure(noFolder);
+        return;
+    }
     for (int attempt = 0; attempt < kLogNameAttempts; ++attempt) {
         m_file = MakeLogFileName(fa, dir);
         if (fa.CreateLog(m_log, m_file)) {

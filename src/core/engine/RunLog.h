@@ -36,8 +36,9 @@ public:
 
     // Starts the run's own log: a new file in dir (made when missing), never through a
     // link and never shared; a name found taken when it is created is passed over for the
-    // next. A failure is said once, on screen and through the view's warning.
-    void Start(IFileAccess& fa, const std::string& dir);
+    // next. A failure is said once, on screen and through the view's warning; noFolder,
+    // when set, is why there is no folder dir to write in, and said as that failure.
+    void Start(IFileAccess& fa, const std::string& dir, const SysError& noFolder);
     // Closes the file; the lines kept for the mail stay until the next Start.
     void Close();
 

@@ -8,6 +8,7 @@
 #include "engine/WalkParts.h"
 #include "engine/clsProgress.h"
 #include "platform/IFileAccess.h"
+#include "platform/IPlaces.h"
 
 #include <atomic>
 #include <chrono>
@@ -26,6 +27,7 @@ struct RunState {
 
     IBackupView& view;
     IFileAccess* fa = nullptr;
+    IPlaces* places = nullptr;
     clsSetup* setup = nullptr;
     clsProgress progress;
     std::atomic<bool> cancelled{false};

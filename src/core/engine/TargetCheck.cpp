@@ -80,7 +80,8 @@ void TargetCheck::ClearTarget(const std::string& target) {
 }
 
 bool TargetCheck::CheckDevice(const std::string& target) {
-    const std::string type = m_run.fa->GetDriveType(target);
+    SysError unknown; // the type's empty answer is the unknown device, whatever the reason
+    const std::string type = m_run.places->GetDriveType(target, unknown);
     if (type == "CDROM") {
         m_run.log.AddLogLine("Target Device Cannot be a CDROM Drive - " + target, true);
         return false;
@@ -102,7 +103,8 @@ bool TargetCheck::CheckDevice(const std::string& target) {
 // ready). The target folder itself may not exist yet: the file system holding its
 // nearest existing folder answers.
 bool TargetCheck::WaitForMedium(const std::string& target) {
-    while (m_run.fa->GetDriveFreeSpace(target) == 0) {
+    SysError unreadable; // a drive that cannot be read is not ready either
+    while (m_run.places->GetDriveFreeSpace(target, unreadable) == 0) {
         const std::string title = "Drive Not Ready";
         const MsgAnswer answer = m_run.setup->Quiet
                                      ? MsgAnswer::Cancel
@@ -130,8 +132,8 @@ bool TargetCheck::ClearIsSafe(const std::string& target) {
         m_run.log.LogError("Target Not Cleared", target, m_run.target->folder.Error());
         return false;
     }
-    for (const std::string& place : m_run.fa->ProtectedFolders()) {
-        if (!m_run.fa->IsSameOrInside(place, own.Id)) {
+    for (const std::string& place : m_run.places->ProtectedFolders()) {
+        if (!m_run.places->IsSameOrInside(place, own.Id)) {
             continue;
         }
         FileInfo info;
@@ -144,7 +146,7 @@ bool TargetCheck::ClearIsSafe(const std::string& target) {
         return false;
     }
     for (const clsSelItem& item : m_run.setup->Sel) {
-        if (!item.path().empty() && m_run.fa->IsSameOrInside(item.path(), own.Id)) {
+        if (!item.path().empty() && m_run.places->IsSameOrInside(item.path(), own.Id)) {
             m_run.log.AddLogLine("Target Not Cleared - " + target + " holds the selected source " +
                                      item.path(),
                                  true);
@@ -156,9 +158,9 @@ bool TargetCheck::ClearIsSafe(const std::string& target) {
 
 bool TargetCheck::ConfirmClear(const std::string& target) {
     const std::string title = "Clear Target";
-    // Quiet mode clears without asking, except the root of a whole file system.
-    if (m_run.setup->Quiet && !(m_run.target && m_run.target->folder.IsOpen() &&
-                                m_run.fa->IsMountRoot(m_run.target->folder))) {
+    // Quiet mode clears without asking, except the root of a whole file system, or a
+    // folder of which that cannot be told.
+    if (m_run.setup->Quiet && !MayBeDriveRoot()) {
         LogQuietAnswer(title, MsgAnswer::Yes);
         return true;
     }
@@ -166,6 +168,14 @@ bool TargetCheck::ConfirmClear(const std::string& target) {
                    "Warning - All Files and Directories will be removed from \r\n" + target +
                        "\r\n" + "Do You Want To Continue?",
                    MsgButtons::YesNo) == MsgAnswer::Yes;
+}
+
+bool TargetCheck::MayBeDriveRoot() {
+    if (!m_run.target || !m_run.target->folder.IsOpen()) {
+        return false; // a missing target holds nothing to clear
+    }
+    SysError unknown;
+    return m_run.places->IsMountRoot(m_run.target->folder, unknown) || unknown;
 }
 
 // Asks through the view; an answer the view gave without a person is logged with its

@@ -5,7 +5,8 @@
 // clearing and the copies work below it, so that a link on the way swapped meanwhile
 // changes nothing. Clearing is refused, and the run ends as cancelled, for a target that
 // is the root, is or holds a home folder, or holds or equals a selected source; a target
-// that is a drive root (mount point) is confirmed even in quiet mode. Clearing never
+// that is a drive root (mount point), or of which that cannot be told, is confirmed even
+// in quiet mode. Clearing never
 // leaves the target's file system and never removes the run's own log.
 
 #include "engine/RunState.h"
@@ -26,6 +27,8 @@ private:
     void ClearTarget(const std::string& target);
     bool WaitForMedium(const std::string& target);
     bool ConfirmClear(const std::string& target);
+    // Whether the open target is, or may be, the root of a file system.
+    bool MayBeDriveRoot();
     bool ClearIsSafe(const std::string& target);
     MsgAnswer AskUser(const std::string& title, const std::string& text, MsgButtons buttons);
     void LogQuietAnswer(const std::string& title, MsgAnswer answer);

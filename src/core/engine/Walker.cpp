@@ -55,7 +55,7 @@ bool Walker::Walk(const std::string& entry, const std::string& target, WalkVisit
         return !visitor.Failure("Unable to open", path, error);
     }
     if (info.Exists && m_run.outputId.Valid &&
-        (info.Id == m_run.outputId || m_run.fa->IsSameOrInside(path, m_run.outputId))) {
+        (info.Id == m_run.outputId || m_run.places->IsSameOrInside(path, m_run.outputId))) {
         return LeftOutAsOutput(m_run.outputId);
     }
     if (info.Kind == FileKind::Directory) {

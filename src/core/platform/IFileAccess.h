@@ -1,5 +1,6 @@
 #pragma once
-// IFileAccess: every way the backup run reaches the file system, as one interface. The
+// IFileAccess: every way the backup run reads and writes files and folders, as one
+// interface (what it asks about places, drives and media is IPlaces). The
 // real one (SystemFileAccess) hands each call to the platform classes; tests put a
 // wrapper around it that injects failures by operation, path and call count, so that
 // every error path of a run can be tried without root, full disks or broken media.
@@ -47,17 +48,10 @@ public:
     // nowhere) is not a failure: true with out.Exists false. False (error set) when it
     // cannot be examined.
     virtual bool GetPathInfo(const std::string& path, FileInfo& out, SysError& error) = 0;
-    // The questions of clsFileSystem with the same names.
-    virtual bool IsSameOrInside(const std::string& inner, const std::string& outer) = 0;
-    virtual bool IsSameOrInside(const std::string& inner, const FileIdentity& outer) = 0;
-    virtual std::vector<std::string> ProtectedFolders() = 0;
-    virtual std::string GetDriveType(const std::string& path) = 0;
-    virtual double GetDriveFreeSpace(const std::string& path) = 0;
+    // Whether something (even a link that leads nowhere) has the name path.
     virtual bool Exists(const std::string& path) = 0;
-    virtual std::string ProgramLogDir() = 0;
     // Copies the file from to the new file to (clsFileSystem::Copy, never replacing).
     virtual bool CopyFile(const std::string& from, const std::string& to, SysError& error) = 0;
-    virtual bool EjectMedia(const std::string& path) = 0;
 
     // --- Entries of open folders: a link at the name is never followed --------------------
 
@@ -65,8 +59,6 @@ public:
                               const std::string& name) = 0;
     // Opens the folder that holds child (clsFolder::OpenParent).
     virtual bool OpenParent(clsFolder& folder, const clsFolder& child) = 0;
-    // Whether the open folder is the root of a file system (clsFolder::IsMountRoot).
-    virtual bool IsMountRoot(clsFolder& folder) = 0;
     virtual bool List(clsFolder& folder, std::vector<clsFSItem>& items) = 0;
     virtual bool GetInfoAt(clsFolder& folder, const std::string& name, FileInfo& out) = 0;
     // The open folder's own status.

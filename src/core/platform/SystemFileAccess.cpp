@@ -42,42 +42,14 @@ bool SystemFileAccess::GetPathInfo(const std::string& path, FileInfo& out, SysEr
     return false;
 }
 
-bool SystemFileAccess::IsSameOrInside(const std::string& inner, const std::string& outer) {
-    return m_fs.IsSameOrInside(inner, outer);
-}
-
-bool SystemFileAccess::IsSameOrInside(const std::string& inner, const FileIdentity& outer) {
-    return m_fs.IsSameOrInside(inner, outer);
-}
-
-std::vector<std::string> SystemFileAccess::ProtectedFolders() {
-    return m_fs.ProtectedFolders();
-}
-
-std::string SystemFileAccess::GetDriveType(const std::string& path) {
-    return m_fs.GetDriveType(path);
-}
-
-double SystemFileAccess::GetDriveFreeSpace(const std::string& path) {
-    return m_fs.GetDriveFreeSpace(path);
-}
-
 bool SystemFileAccess::Exists(const std::string& path) {
     return m_fs.Exists(path);
-}
-
-std::string SystemFileAccess::ProgramLogDir() {
-    return m_fs.ProgramLogDir();
 }
 
 bool SystemFileAccess::CopyFile(const std::string& from, const std::string& to, SysError& error) {
     const bool ok = m_fs.Copy(from, to, false);
     error = ok ? SysError() : m_fs.LastErrorInfo;
     return ok;
-}
-
-bool SystemFileAccess::EjectMedia(const std::string& path) {
-    return m_fs.EjectMedia(path);
 }
 
 bool SystemFileAccess::OpenFolderAt(clsFolder& folder, const clsFolder& parent,
@@ -87,10 +59,6 @@ bool SystemFileAccess::OpenFolderAt(clsFolder& folder, const clsFolder& parent,
 
 bool SystemFileAccess::OpenParent(clsFolder& folder, const clsFolder& child) {
     return folder.OpenParent(child);
-}
-
-bool SystemFileAccess::IsMountRoot(clsFolder& folder) {
-    return folder.IsMountRoot();
 }
 
 bool SystemFileAccess::List(clsFolder& folder, std::vector<clsFSItem>& items) {

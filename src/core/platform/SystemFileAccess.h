@@ -22,19 +22,11 @@ public:
     bool CreateFolder(clsFolder& folder, const std::string& path, unsigned mode) override;
     bool OpenFile(clsBinaryFile& file, const std::string& path) override;
     bool GetPathInfo(const std::string& path, FileInfo& out, SysError& error) override;
-    bool IsSameOrInside(const std::string& inner, const std::string& outer) override;
-    bool IsSameOrInside(const std::string& inner, const FileIdentity& outer) override;
-    std::vector<std::string> ProtectedFolders() override;
-    std::string GetDriveType(const std::string& path) override;
-    double GetDriveFreeSpace(const std::string& path) override;
     bool Exists(const std::string& path) override;
-    std::string ProgramLogDir() override;
     bool CopyFile(const std::string& from, const std::string& to, SysError& error) override;
-    bool EjectMedia(const std::string& path) override;
 
     bool OpenFolderAt(clsFolder& folder, const clsFolder& parent, const std::string& name) override;
     bool OpenParent(clsFolder& folder, const clsFolder& child) override;
-    bool IsMountRoot(clsFolder& folder) override;
     bool List(clsFolder& folder, std::vector<clsFSItem>& items) override;
     bool GetInfoAt(clsFolder& folder, const std::string& name, FileInfo& out) override;
     bool GetFolderInfo(clsFolder& folder, FileInfo& out) override;

@@ -125,10 +125,12 @@ public:
     // Refills Items with one record per drive, "/" first then by path; returns the count.
     int GetDrives();
     // The type of the mount that holds path: "REMOVABLE", "FIXED", "REMOTE", "CDROM",
-    // "RAMDISK", or "" for an empty path, for a path below an unmounted removable-media
-    // mount point (/media/USER/NAME, /run/media/USER/NAME) or when nothing can be read.
+    // "RAMDISK", or "" (LastError set) for an empty path, for a path below an unmounted
+    // removable-media mount point (/media/USER/NAME, /run/media/USER/NAME) or when
+    // nothing can be read.
     std::string GetDriveType(const std::string& path);
-    // Bytes available to the user of the file system holding path; 0 on failure.
+    // Bytes available to the user of the file system holding path; 0 on failure
+    // (LastError set) and for a full medium (LastError untouched).
     double GetDriveFreeSpace(const std::string& path);
     // The volume label of the mount holding path (from /dev/disk/by-label), else "".
     std::string GetDriveVolume(const std::string& path);
@@ -136,8 +138,9 @@ public:
     // else "".
     std::string GetDriveUNC(const std::string& path);
     // Unmounts and powers off the medium holding path through udisksctl (or eject). Only
-    // REMOVABLE and CDROM drives; anything else returns false without touching it. The
-    // unmount is tried 10 times one second apart. True only when the medium was released.
+    // REMOVABLE and CDROM drives; anything else returns false (LastError set) without
+    // touching it. The unmount is tried 10 times one second apart. True only when the
+    // medium was released.
     bool EjectMedia(const std::string& path);
 
     // --- The program's own folders ----------------------------------------------------------
@@ -160,7 +163,7 @@ private:
     static std::string WithoutTrailingSeparator(const std::string& path);
     bool WaitUntilGone(const std::string& path);
     void Yield();
-    bool ResolveForDrive(const std::string& path, std::string& resolved);
+    bool ResolveForDrive(const std::string& path, std::string& resolved, const char* member);
     void WaitBeforeRetry();
     bool ReleaseMedium(const std::string& device, bool optical);
 };

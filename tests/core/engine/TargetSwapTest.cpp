@@ -2,8 +2,8 @@
 // for one to the source while the run asks whether to clear (or, in quiet mode, while it
 // checks). The run clears and copies where it checked; the source keeps every byte.
 #include "EngineTestSupport.h"
-#include "FaultyFileAccess.h"
 #include "TestNames.h"
+#include "platform/SystemPlaces.h"
 
 namespace tessaron::test {
 namespace {
@@ -18,6 +18,17 @@ public:
         }
         whileAsked();
         return {MsgAnswer::Yes};
+    }
+};
+
+// The system's places, but the check's question whether the target is a whole drive
+// first runs a step of the test.
+class SwappingPlaces : public SystemPlaces {
+public:
+    std::function<void()> inCheck;
+    bool IsMountRoot(clsFolder& folder, SysError& error) override {
+        inCheck();
+        return SystemPlaces::IsMountRoot(folder, error);
     }
 };
 
@@ -45,14 +56,12 @@ TEST_P(TargetSwap, ClearsAndCopiesWhereItChecked) {
     setup.Quiet = GetParam().quiet;
     AnsweringView asking;
     asking.whileAsked = swap;
-    FaultyFileAccess access;
-    Fault inCheck{Op::DriveRoot, "", {}};
-    inCheck.before = [&](const std::string&) { swap(); };
-    access.faults.push_back(inCheck);
+    SwappingPlaces places;
+    places.inCheck = swap;
     BackupEngine engine(asking);
     engine.Setup(setup);
     engine.LogDir(logs.string());
-    engine.FileAccess(access);
+    engine.Places(places);
     EXPECT_TRUE(engine.Run()) << asking.All();
     EXPECT_EQ(ReadFile(src / "a.txt"), "source");
     EXPECT_EQ(std::distance(fs::directory_iterator(src), fs::directory_iterator()), 1);

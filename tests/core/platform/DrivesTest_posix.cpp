@@ -1,3 +1,4 @@
+#include "platform/SystemPlaces.h"
 #include "platform/clsFileSystem.h"
 #include "platform/posix/MountTable.h"
 
@@ -114,14 +115,19 @@ TEST(Drives, ThisMachineListsRootAsFixedFirstAndTmpfsAsRamdisk) {
 }
 
 TEST(Drives, UnknownTypeForMissingMediaAndEmptyPaths) {
-    clsFileSystem fsys;
+    SystemPlaces places;
+    SysError type;
+    SysError space;
     for (const char* path : {"", "/media/nobody/USB", "/media/nobody/../nobody/USB/x"}) {
-        EXPECT_EQ(fsys.GetDriveType(path), "") << path;
-        EXPECT_EQ(fsys.GetDriveFreeSpace(path), 0) << path;
+        EXPECT_EQ(places.GetDriveType(path, type), "") << path;
+        EXPECT_EQ(places.GetDriveFreeSpace(path, space), 0) << path;
+        EXPECT_TRUE(type && space) << path << ": a failure without its reason";
     }
     // A folder not made yet on a real disk still has the type and space of that disk.
-    EXPECT_EQ(fsys.GetDriveType("/tmp/tessaron-not-made/a"), fsys.GetDriveType("/tmp"));
-    EXPECT_GT(fsys.GetDriveFreeSpace("/tmp/tessaron-not-made/a"), 0);
+    EXPECT_EQ(places.GetDriveType("/tmp/tessaron-not-made/a", type),
+              places.GetDriveType("/tmp", type));
+    EXPECT_GT(places.GetDriveFreeSpace("/tmp/tessaron-not-made/a", space), 0);
+    EXPECT_FALSE(type || space) << type.Text() << space.Text();
 }
 
 // Stand-in eject tools leave a mark if they run: a fixed drive must never reach them.
@@ -132,9 +138,11 @@ TEST(Drives, EjectOfAFixedOrRamDriveReturnsFalseWithoutRunningAnyTool) {
                 0755);
     }
     const tessaron::test::EnvOverride path("PATH", t.Path("bin"));
-    clsFileSystem fsys;
+    SystemPlaces places;
     for (const char* drive : {"/", "/dev/shm", "/media/nobody/USB"}) {
-        EXPECT_FALSE(fsys.EjectMedia(drive)) << drive;
+        SysError why;
+        EXPECT_FALSE(places.EjectMedia(drive, why)) << drive;
+        EXPECT_TRUE(why) << drive;
     }
     EXPECT_FALSE(std::filesystem::exists(t.Path("ran"))) << "an eject tool was run";
 }

@@ -1,6 +1,7 @@
 // The cases that only Windows has: attributes that block deletion, files locked by
 // another opener, drive letters. (Long paths and names outside the ANSI code page go
 // through a whole run in CopyFidelityTest_win32.)
+#include "platform/SystemPlaces.h"
 #include "platform/clsBinaryFile.h"
 #include "platform/clsFileSystem.h"
 
@@ -54,7 +55,9 @@ TEST(WindowsDrives, DriveLettersTypesAndEject) {
     EXPECT_TRUE(c->IsDrive);
     EXPECT_EQ(c->DriveType, "FIXED");
     EXPECT_GT(c->Size, 0);
-    EXPECT_EQ(fsys.GetDriveType("C:\\Windows"), "FIXED"); // any path names its drive
+    SystemPlaces places;
+    SysError error;
+    EXPECT_EQ(places.GetDriveType("C:\\Windows", error), "FIXED"); // any path names its drive
 
     std::string unused;
     for (char letter = 'Z'; letter > 'D' && unused.empty(); --letter) {
@@ -65,11 +68,13 @@ TEST(WindowsDrives, DriveLettersTypesAndEject) {
         }
     }
     ASSERT_FALSE(unused.empty());
-    EXPECT_EQ(fsys.GetDriveType(unused), "");
+    EXPECT_EQ(places.GetDriveType(unused, error), "");
+    EXPECT_TRUE(error) << unused;
     EXPECT_EQ(fsys.GetDriveUNC("C:"), "");
     // Floppy letters are never touched, a fixed disk is refused after its type.
     for (const char* drive : {"A:", "b:\\", "C:\\Backup"}) {
-        EXPECT_FALSE(fsys.EjectMedia(drive)) << drive;
+        EXPECT_FALSE(places.EjectMedia(drive, error)) << drive;
+        EXPECT_TRUE(error) << drive;
     }
 }
 

@@ -8,6 +8,7 @@
 #include "platform/posix/PosixFolders.h"
 #include "platform/posix/PosixSupport.h"
 
+#include <cerrno>
 #include <climits>
 #include <cstdlib>
 #include <dirent.h>
@@ -140,20 +141,22 @@ std::string posix::ResolvePath(const std::string& path) {
     return ResolveExisting(absolute);
 }
 
-// The absolute, link-resolved form of path for the drive members; false for an empty
-// path and for one below a removable-media mount point that is not mounted, so that an
-// unplugged disk never reads as the system disk that holds the empty folder.
-bool clsFileSystem::ResolveForDrive(const std::string& path, std::string& resolved) {
+// The absolute, link-resolved form of path for the drive members; false (the failure
+// member's) for an empty path and for one below a removable-media mount point that is not
+// mounted, so that an unplugged disk never reads as the system disk that holds the empty
+// folder.
+bool clsFileSystem::ResolveForDrive(const std::string& path, std::string& resolved,
+                                    const char* member) {
     const std::string normalized = posix::AbsolutePath(path);
     if (normalized.empty()) {
-        return false;
+        return Fail(member, ENOENT);
     }
     resolved = ResolveExisting(normalized);
     std::vector<MountEntry> mounts = LoadMounts();
     for (const std::string& candidate : {normalized, resolved}) {
         std::string base = posix::RemovableMediaBase(candidate);
         if (!base.empty() && !IsMountPoint(mounts, base)) {
-            return false;
+            return Fail(member, ENODEV);
         }
     }
     return true;
@@ -161,18 +164,26 @@ bool clsFileSystem::ResolveForDrive(const std::string& path, std::string& resolv
 
 std::string clsFileSystem::GetDriveType(const std::string& path) {
     std::string resolved;
-    if (!ResolveForDrive(path, resolved)) {
+    if (!ResolveForDrive(path, resolved, "GetDriveType")) {
         return {};
     }
     std::vector<MountEntry> mounts = LoadMounts();
     const MountEntry* mount = posix::HoldingMount(mounts, resolved);
-    return mount != nullptr ? DeviceDriveType(*mount) : std::string();
+    if (mount == nullptr) {
+        Fail("GetDriveType", ENOENT);
+        return {};
+    }
+    return DeviceDriveType(*mount);
 }
 
 double clsFileSystem::GetDriveFreeSpace(const std::string& path) {
     std::string resolved;
     struct statvfs fs {};
-    if (!ResolveForDrive(path, resolved) || !StatFs(resolved, fs)) {
+    if (!ResolveForDrive(path, resolved, "GetDriveFreeSpace")) {
+        return 0;
+    }
+    if (!StatFs(resolved, fs)) {
+        Fail("GetDriveFreeSpace", errno);
         return 0;
     }
     return static_cast<double>(fs.f_bavail) * static_cast<double>(fs.f_frsize);
@@ -180,7 +191,7 @@ double clsFileSystem::GetDriveFreeSpace(const std::string& path) {
 
 std::string clsFileSystem::GetDriveVolume(const std::string& path) {
     std::string resolved;
-    if (!ResolveForDrive(path, resolved)) {
+    if (!ResolveForDrive(path, resolved, "GetDriveVolume")) {
         return {};
     }
     std::vector<MountEntry> mounts = LoadMounts();
@@ -204,7 +215,7 @@ std::string clsFileSystem::GetDriveVolume(const std::string& path) {
 
 std::string clsFileSystem::GetDriveUNC(const std::string& path) {
     std::string resolved;
-    if (!ResolveForDrive(path, resolved)) {
+    if (!ResolveForDrive(path, resolved, "GetDriveUNC")) {
         return {};
     }
     std::vector<MountEntry> mounts = LoadMounts();

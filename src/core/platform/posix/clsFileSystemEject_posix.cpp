@@ -109,11 +109,14 @@ std::string StateHome() {
 
 bool clsFileSystem::EjectMedia(const std::string& path) {
     std::string type = GetDriveType(path);
+    if (type.empty()) {
+        return false;
+    }
     if (type != "REMOVABLE" && type != "CDROM") {
-        return false; // only removable media are ever touched
+        return Fail("EjectMedia", ENOTSUP); // only removable media are ever touched
     }
     std::string resolved;
-    ResolveForDrive(path, resolved);
+    ResolveForDrive(path, resolved, "EjectMedia");
     std::vector<posix::MountEntry> mounts = posix::LoadMountTable();
     const posix::MountEntry* mount = posix::HoldingMount(mounts, resolved);
     if (mount == nullptr || mount->Source.rfind("/dev/", 0) != 0) {

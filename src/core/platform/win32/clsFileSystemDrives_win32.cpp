@@ -20,9 +20,11 @@ namespace {
 constexpr int kLockAttempts = 10;
 
 // The root of the volume that holds path ("C:\", a mounted folder, "\\srv\share\"), so
-// that any path, not only a root, can be asked about; "" when there is none.
+// that any path, not only a root, can be asked about; "" (the thread's last error set)
+// when there is none.
 std::wstring VolumeRoot(const std::string& path) {
     if (path.empty()) {
+        ::SetLastError(ERROR_PATH_NOT_FOUND);
         return {};
     }
     std::wstring wide = win32::Widen(path);
@@ -74,13 +76,22 @@ bool IsWritableFolder(const std::string& dir) {
 
 std::string clsFileSystem::GetDriveType(const std::string& path) {
     const std::wstring root = VolumeRoot(path);
-    return root.empty() ? std::string() : DriveTypeName(::GetDriveTypeW(root.c_str()));
+    const std::string type =
+        root.empty() ? std::string() : DriveTypeName(::GetDriveTypeW(root.c_str()));
+    if (type.empty()) {
+        Fail("GetDriveType", root.empty() ? ::GetLastError() : ERROR_INVALID_DRIVE);
+    }
+    return type;
 }
 
 double clsFileSystem::GetDriveFreeSpace(const std::string& path) {
     double total = 0;
     double free = 0;
-    return DiskSpace(path, total, free) ? free : 0;
+    if (!DiskSpace(path, total, free)) {
+        Fail("GetDriveFreeSpace", ::GetLastError());
+        return 0;
+    }
+    return free;
 }
 
 std::string clsFileSystem::GetDriveVolume(const std::string& path) {
@@ -136,14 +147,16 @@ bool clsFileSystem::EjectMedia(const std::string& path) {
     const std::string drive = path.substr(0, 2);
     if (drive.size() < 2 || drive[1] != ':' ||
         std::toupper(static_cast<unsigned char>(drive[0])) < 'C') {
-        return false; // the floppy letters A and B are never ejected
+        return Fail("EjectMedia", ERROR_NOT_SUPPORTED); // no drive letter, or a floppy's
     }
     const std::string type = GetDriveType(drive + "\\");
     DWORD access = GENERIC_READ;
     if (type == "REMOVABLE") {
         access |= GENERIC_WRITE;
-    } else if (type != "CDROM") {
+    } else if (type.empty()) {
         return false;
+    } else if (type != "CDROM") {
+        return Fail("EjectMedia", ERROR_NOT_SUPPORTED);
     }
     const std::wstring volume = L"\\\\.\\" + win32::Widen(drive);
     win32::Handle handle(::CreateFileW(volume.c_str(), access, FILE_SHARE_READ | FILE_SHARE_WRITE,
