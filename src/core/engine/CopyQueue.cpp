@@ -11,9 +11,11 @@ namespace tessaron {
 
 namespace {
 
-// Files up to this size go to the writers. Above it, the copy is streamed on the run's
-// thread in rounds with progress between them: the disk, not file creation, is then the
-// limit, and several large files written at once would only compete for it.
+// Files up to one block, and at most this size, go to the writers: a file the run's thread
+// would copy in one round, so that the progress a view sees is the same. A larger file is
+// streamed on the run's thread in rounds with progress between them: the disk, not file
+// creation, is then the limit, and several large files written at once would only
+// compete for it.
 constexpr long long kLargeFile = 1 << 20;
 // The window: files and bytes of read-ahead content in flight at most.
 constexpr std::size_t kMaxFiles = 64;
@@ -30,9 +32,9 @@ CopyQueue::~CopyQueue() {
 void CopyQueue::Start(int writers) {
     m_failed = m_stopped = false;
     if (writers > 1) {
-        // A writer's block need not be larger than the largest file it takes.
-        const long long block = std::min<long long>(m_run.blockSize, kLargeFile);
-        m_pool = std::make_unique<WriterPool>(*m_run.fa, writers, static_cast<std::size_t>(block));
+        m_smallUpTo = std::min<long long>(m_run.blockSize, kLargeFile);
+        m_pool =
+            std::make_unique<WriterPool>(*m_run.fa, writers, static_cast<std::size_t>(m_smallUpTo));
     }
 }
 
@@ -46,7 +48,7 @@ bool CopyQueue::Takes(const Source& s, const Dest& d, FileInfo& old) const {
     const FileContent* c = s.content;
     const clsFolder& folder = d.folder.folder;
     return m_pool && !m_stopped && s.folder != nullptr && s.info.Kind == FileKind::File &&
-           !s.info.Sparse && s.info.Size <= kLargeFile &&
+           !s.info.Sparse && s.info.Size <= m_smallUpTo &&
            (c == nullptr || (!c->openError && !c->readError)) && folder.IsOpen() &&
            folder.CheckedFirstFile() && LookUp(d, old);
 }

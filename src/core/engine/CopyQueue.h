@@ -35,9 +35,10 @@ public:
     // Reports what is left and ends the threads. False when a failure was reported.
     bool Stop();
 
-    // Whether the writers take s: a small regular file in a walked folder, whose copy's
-    // folder has had its first copy made, and whose copy's name is known (old: what it
-    // holds). False: the run's thread copies s itself, after Settle.
+    // Whether the writers take s: a regular file of at most one block (and 1 MiB) in a
+    // walked folder, whose copy's folder has had its first copy made, and whose copy's
+    // name is known (old: what it holds). False: the run's thread copies s itself, after
+    // Settle.
     bool Takes(const Source& s, const Dest& d, FileInfo& old) const;
     // Hands s over (or, in an INCREMENTAL run, notes it up to date) after reporting the
     // files that have ended. False when a failure was reported since the last call.
@@ -65,6 +66,7 @@ private:
     Copier& m_copier;
     std::unique_ptr<WriterPool> m_pool;
     std::deque<std::unique_ptr<WriteJob>> m_window;
+    long long m_smallUpTo = 0; // the largest file writers take
     long long m_bytes = 0;
     bool m_failed = false;
     bool m_stopped = false;
