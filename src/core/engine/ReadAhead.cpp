@@ -24,20 +24,27 @@ ReadAhead::~ReadAhead() {
     m_thread.join();
 }
 
+// Wake-ups only for a thread that sleeps: one per job would cost as much as a small job.
 void ReadAhead::Post(Job& job, bool urgent) {
+    bool wake = false;
     {
         std::lock_guard<std::mutex> lock(m_mutex);
         job.m_state = Job::State::Pending;
         job.m_urgent = urgent;
         (urgent ? m_urgent : m_later).push_back(&job);
+        wake = m_idle;
     }
-    m_work.notify_one();
+    if (wake) {
+        m_work.notify_one();
+    }
 }
 
 void ReadAhead::Loop() {
     std::unique_lock<std::mutex> lock(m_mutex);
     for (;;) {
+        m_idle = true;
         m_work.wait(lock, [this] { return m_stop || !m_urgent.empty() || !m_later.empty(); });
+        m_idle = false;
         if (m_stop) {
             return;
         }
@@ -55,7 +62,9 @@ void ReadAhead::RunHere(Job& job, std::unique_lock<std::mutex>& lock) {
     job.Run(m_fa);
     lock.lock();
     job.m_state = Job::State::Done;
-    m_done.notify_all();
+    if (m_waiters > 0) {
+        m_done.notify_all();
+    }
 }
 
 bool ReadAhead::Unqueue(Job& job) {
@@ -83,7 +92,9 @@ void ReadAhead::Take(Job& job, const std::function<void()>& waiting) {
             m_later.pop_back();
             RunHere(*other, lock);
         } else {
+            ++m_waiters;
             m_done.wait_for(lock, kWaitSlice);
+            --m_waiters;
         }
         if (waiting && std::chrono::steady_clock::now() - lastCall >= kWaitSlice) {
             lock.unlock();
@@ -108,7 +119,9 @@ void ReadAhead::Withdraw(Job& job) {
         job.m_state = Job::State::Idle;
         return;
     }
+    ++m_waiters;
     m_done.wait(lock, [&] { return job.m_state != Job::State::Running; });
+    --m_waiters;
 }
 
 } // namespace tessaron

@@ -68,6 +68,8 @@ private:
     std::deque<Job*> m_urgent;
     std::deque<Job*> m_later;
     bool m_stop = false;
+    bool m_idle = false; // the thread sleeps until a job comes
+    int m_waiters = 0;   // threads waiting for a job to be done
     std::thread m_thread;
 };
 
