@@ -51,8 +51,6 @@ TEST_F(MainWindowTest, OpensOnTheDrivesAtLeastAtTheMinimumSize) {
     EXPECT_GT(browser.ListModel().rowCount(), 0);
     EXPECT_EQ(browser.ListModel().rowCount(), browser.TreeModel().rowCount(root));
     const QSize min = window.MinimumWindowSize();
-    EXPECT_EQ(min, QSize((10000 * window.logicalDpiX() + 720) / 1440,
-                         (6000 * window.logicalDpiY() + 720) / 1440));
     window.show();
     window.resize(100, 100);
     EXPECT_GE(window.width(), min.width());

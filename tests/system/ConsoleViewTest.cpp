@@ -1,4 +1,5 @@
 #include "ConsoleView.h"
+#include "ProgressCounts.h"
 #include "TestNames.h"
 
 #include <gtest/gtest.h>
@@ -89,17 +90,9 @@ TEST(ConsoleView, InterruptCancelsOnceAndAnswersQuestionsSafely) {
 
 // A refresh of a run: 3 of 10 files, 2,100 of 5,000 bytes done or failed.
 void FillProgress(ConsoleView& v) {
-    clsProgress p;
-    p.CurrentFile = "/src/a.txt";
-    p.TotalFiles = 10;
-    p.FilesDone = 3;
-    p.TotalBytes = 5000;
-    p.BytesDone = 1000;
-    p.BytesSkipped = 1100;
-    p.ElapsedTime = 2000;
-    p.BytesPerSecond = 500;
-    p.RemainingTime = 8000;
-    v.Progress(p);
+    v.Progress(
+        tessaron::test::Counters{10, 5000, 3, 1000, 1100, 0, 0, 2000, 500, 8000, "/src/a.txt"}
+            .Progress());
 }
 
 // The run window's figures in one line; while verifying it says so.

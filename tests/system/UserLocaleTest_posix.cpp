@@ -52,6 +52,10 @@ TEST_P(UserLocale, DatesAndNumbersInTheLogAnEnglishDateInTheMail) {
     const std::string mail = server.Received();
     EXPECT_TRUE(std::regex_search(mail, date)) << mail;
     EXPECT_TRUE(Contains(mail, c.Totals)) << mail;
+    // The subject is the result; the body is the on-screen log, to the result line.
+    EXPECT_TRUE(Contains(mail, "Subject: Backup Complete\r\n\r\n")) << mail;
+    EXPECT_TRUE(Contains(mail, " - Backup Complete\r\n\r\n.\r\n")) << mail;
+    EXPECT_FALSE(Contains(mail, "Copying " + (src / "a.bin").string())) << mail;
 }
 
 INSTANTIATE_TEST_SUITE_P(

@@ -8,6 +8,9 @@
 
 #include <gtest/gtest.h>
 
+#include <map>
+#include <tuple>
+
 namespace tessaron::ui {
 namespace {
 
@@ -41,25 +44,16 @@ struct OptionCase {
     bool clean, cleanEnabled, addressEnabled;
 };
 
-Switch SwitchNamed(const std::string& name) {
-    const std::pair<const char*, Switch> names[] = {
-        {"Clean", Switch::Clean},   {"SaveLog", Switch::SaveLog}, {"Stop", Switch::StopOnError},
-        {"Verify", Switch::Verify}, {"Eject", Switch::Eject},     {"Email", Switch::Email}};
-    for (const auto& [text, which] : names) {
-        if (name == text) {
-            return which;
-        }
-    }
-    ADD_FAILURE() << name;
-    return Switch::Clean;
-}
+const std::map<std::string, Switch> kSwitches{
+    {"Clean", Switch::Clean},   {"SaveLog", Switch::SaveLog}, {"Stop", Switch::StopOnError},
+    {"Verify", Switch::Verify}, {"Eject", Switch::Eject},     {"Email", Switch::Email}};
 
 class OptionRules : public MainWindowLogicTest, public ::testing::WithParamInterface<OptionCase> {};
 
 TEST_P(OptionRules, ControlsWriteTheSetAndEachOther) {
     for (const std::string& step : GetParam().steps) {
         if (step[0] == '+' || step[0] == '-') {
-            logic.SwitchChanged(SwitchNamed(step.substr(1)), step[0] == '+');
+            logic.SwitchChanged(kSwitches.at(step.substr(1)), step[0] == '+');
         } else {
             logic.TypeChosen(*BackupKindOf(step));
         }
@@ -68,9 +62,8 @@ TEST_P(OptionRules, ControlsWriteTheSetAndEachOther) {
         EXPECT_TRUE(Holds(line)) << line;
     }
     EXPECT_EQ(view.Shown, logic.Options()) << "the controls show the record";
-    EXPECT_EQ(view.Shown.Clean, GetParam().clean);
-    EXPECT_EQ(view.Shown.CleanEnabled, GetParam().cleanEnabled);
-    EXPECT_EQ(view.Shown.EmailToEnabled, GetParam().addressEnabled);
+    EXPECT_EQ(std::tie(view.Shown.Clean, view.Shown.CleanEnabled, view.Shown.EmailToEnabled),
+              std::tie(GetParam().clean, GetParam().cleanEnabled, GetParam().addressEnabled));
 }
 
 const OptionCase kOptionCases[] = {
@@ -172,11 +165,10 @@ TEST_P(LoadSet, ShowsTheSetOrSaysWhyNot) {
     }
     EXPECT_EQ(view.Caption, c.reason == nullptr ? "Tessaron - " + file : "Tessaron");
     EXPECT_EQ(view.Rebuilds, c.reason == nullptr ? 1 : 0) << "a loaded set shows its marks";
-    EXPECT_EQ(view.Shown.Output, c.output);
-    EXPECT_EQ(view.Shown.Full, c.full);
-    EXPECT_EQ(view.Shown.Incremental, c.incremental);
-    EXPECT_EQ(view.Shown.Clean, c.clean);
-    EXPECT_EQ(view.Shown.CleanEnabled, c.cleanEnabled);
+    const MainWindowOptions& o = view.Shown;
+    EXPECT_EQ(
+        std::tie(o.Output, o.Full, o.Incremental, o.Clean, o.CleanEnabled),
+        std::make_tuple(std::string(c.output), c.full, c.incremental, c.clean, c.cleanEnabled));
 }
 
 const LoadCase kLoadCases[] = {

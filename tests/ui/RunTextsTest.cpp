@@ -1,6 +1,7 @@
 // The run window's texts through a run's events: each case a few events and what the
 // window (and the console's progress line) then shows.
 #include "ui/RunTexts.h"
+#include "ProgressCounts.h"
 #include "TestNames.h"
 
 #include <gtest/gtest.h>
@@ -13,45 +14,10 @@ namespace {
 
 using L = RunLabel;
 
-struct Counters {
-    std::int32_t totalFiles = 0;
-    std::int64_t totalBytes = 0;
-    std::int32_t filesDone = 0;
-    std::int64_t bytesDone = 0, skipped = 0, currentDone = 0, currentSize = 0;
-    std::int32_t elapsed = 0;
-    double rate = 0;
-    std::int32_t remaining = 0;
-    std::string file{};
-
-    clsProgress Progress() const {
-        clsProgress p;
-        p.TotalFiles = totalFiles;
-        p.TotalBytes = totalBytes;
-        p.FilesDone = filesDone;
-        p.BytesDone = bytesDone;
-        p.BytesSkipped = skipped;
-        p.CurrentDone = currentDone;
-        p.CurrentSize = currentSize;
-        p.ElapsedTime = elapsed;
-        p.BytesPerSecond = rate;
-        p.RemainingTime = remaining;
-        p.CurrentFile = file;
-        return p;
-    }
-};
+using test::Counters;
 
 // A copy refresh: 3 of 10 files, 2,100 of 5,000 bytes done or failed, a third of a file.
-const Counters kCopying{.totalFiles = 10,
-                        .totalBytes = 5000,
-                        .filesDone = 3,
-                        .bytesDone = 1000,
-                        .skipped = 1100,
-                        .currentDone = 1,
-                        .currentSize = 3,
-                        .elapsed = 61000,
-                        .rate = 2.5,
-                        .remaining = 119600,
-                        .file = "/src/a.txt"};
+const Counters kCopying{10, 5000, 3, 1000, 1100, 1, 3, 61000, 2.5, 119600, "/src/a.txt"};
 // The counters as verification starts after that copy: nothing done, the failures kept.
 const Counters kVerifyStart{.totalFiles = 10, .totalBytes = 5000, .skipped = 1000};
 

@@ -1,5 +1,5 @@
-// What a whole program run cannot show: verification mismatch kinds, block rounds, cancel
-// from the view and a relative selection.
+// What a whole program run cannot show: verification mismatch kinds, block rounds, copies
+// still on their way to the medium and a relative selection.
 #include "EngineTestSupport.h"
 #include "platform/SystemFileAccess.h"
 
@@ -43,27 +43,6 @@ TEST_F(RunTest, VerifyFileComparesEveryByte) {
         EXPECT_EQ(ok, c.ok);
         EXPECT_TRUE(c.line.empty() || view.ShowsStart(c.line)) << view.All();
     }
-}
-
-TEST_F(RunTest, CancelDuringALargeFileKeepsThePartialCopy) {
-    WriteFile(src / "big.bin", Bytes(1 << 20));
-    SetModified(src / "big.bin", 1600000000);
-    setup.BlockSize = 4096;
-    setup.Verify = true;
-    EXPECT_FALSE(RunBackup([&](BackupEngine& engine) {
-        view.onYield = [&] {
-            if (engine.Progress().CurrentDone >= 40960) {
-                engine.Cancel();
-            }
-        };
-    }));
-    EXPECT_TRUE(view.Shows("Copy Complete"));
-    EXPECT_FALSE(view.Shows("Verifying Files..."));
-    EXPECT_TRUE(view.Shows("Backup Cancelled"));
-    const fs::path copy = Copy(src / "big.bin");
-    EXPECT_GE(fs::file_size(copy), 40960u);
-    EXPECT_LT(fs::file_size(copy), 1u << 20);
-    EXPECT_EQ(fs::last_write_time(copy), fs::last_write_time(src / "big.bin"));
 }
 
 // A relative selection (from a hand-written set file) is copied below the target, never

@@ -266,22 +266,5 @@ TEST(Mailer, PortComesFromTheSettingsWhenItIsAValidNumber) {
     }
 }
 
-TEST(MailDate, OneDigitHourAndTheZoneInForceAtTheMoment) {
-    const std::string us = "EST5EDT,M3.2.0,M11.1.0";
-    const std::tuple<std::string, std::time_t, std::string> cases[]{
-        {us, test::Utc(2026, 11, 5, 14, 7, 3), "Thu, 5 Nov 2026 9:07:03 -0500"},
-        {us, test::Utc(2026, 7, 4, 4, 0, 9), "Sat, 4 Jul 2026 0:00:09 -0400"},
-        {"IST-5:30", test::Utc(2026, 1, 1, 0, 0, 0), "Thu, 1 Jan 2026 5:30:00 +0530"},
-        {"NPT-5:45", test::Utc(2026, 12, 31, 18, 15, 0), "Fri, 1 Jan 2027 0:00:00 +0545"},
-        {"NST3:30NDT,M3.2.0,M11.1.0", test::Utc(2026, 1, 10, 12, 0, 0),
-         "Sat, 10 Jan 2026 8:30:00 -0330"},
-        {"UTC0", test::Utc(2026, 2, 28, 23, 59, 59), "Sat, 28 Feb 2026 23:59:59 +0000"},
-    };
-    for (const auto& [tz, moment, expected] : cases) {
-        test::EnvOverride zone("TZ", tz);
-        EXPECT_EQ(clsMailer::FormatMailDate(moment), expected) << tz;
-    }
-}
-
 } // namespace
 } // namespace tessaron

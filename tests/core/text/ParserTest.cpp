@@ -1,3 +1,5 @@
+// The parser's cursor. (Its tokens are checked through what reads them: the set file, the
+// selections and the command line.)
 #include "setfile/clsParser.h"
 
 #include "TestNames.h"
@@ -9,72 +11,6 @@
 
 namespace tessaron {
 namespace {
-
-using Tokens = std::vector<std::string>;
-
-Tokens AllTokens(clsParser& p) {
-    Tokens out;
-    for (int32_t i = 1; i <= p.TokenCount(); ++i) {
-        out.push_back(p.token(i));
-    }
-    return out;
-}
-
-struct TokenCase {
-    const char* name;
-    std::string text;
-    Tokens expected;
-    std::string delim = " ";
-    std::string operators = "";
-    bool trim = true;
-    std::string quote = "\"";
-};
-
-class TokenizeTest : public ::testing::TestWithParam<TokenCase> {};
-
-TEST_P(TokenizeTest, GivesTheTokens) {
-    const TokenCase& c = GetParam();
-    clsParser p;
-    p.Delim(c.delim);
-    p.Operators(c.operators);
-    p.TrimWhiteSpace(c.trim);
-    p.quote(c.quote);
-    p.text(c.text);
-    EXPECT_EQ(AllTokens(p), c.expected);
-}
-
-const TokenCase kTokenCases[] = {
-    {"Empty", "", {""}},
-    {"LeadingBlanksDropped", "  a", {"a"}},
-    {"DoubleSpaceGivesEmpty", "a  b", {"a", "", "b"}},
-    {"TwoTrailingSpaces", "a  ", {"a", ""}},
-    {"QuotedBlank", "\"C:\\x y\" z", {"C:\\x y", "z"}},
-    {"EmptyQuotedThenDelim", "\"\" x", {"", "", "x"}},
-    {"DoubledQuote", "\"\"\"\"", {"\""}},
-    {"DoubledQuoteInside", "\"a\"\"b\" c", {"a\"b", "c"}},
-    {"QuoteInsideTokenIsOrdinary", "ab\"c", {"ab\"c"}},
-    {"TextAfterClosingQuoteExtends", "\"a b\"c d", {"a bc", "d"}},
-    {"UnclosedQuote", "\"a b", {"a b"}},
-    {"ListDelims", "a ( b )", {"a", "(", "b", ")"}},
-    {"ListDelimSwallowsDelims", "(   a", {"(", "a"}},
-    {"ListDelimEndsToken", "a(b", {"a", "(", "b"}},
-    {"TrimInsideToken", "a b,c", {"ab", "c"}, ","},
-    {"NoTrimKeepsBlank", "a b,c", {"a b", "c"}, ",", "", false},
-    {"TrimAroundCommaTokens", " a , b ", {"a", "b"}, ","},
-    {"NoTrimTabKept", "a\tb", {"a\tb"}, " ", "", false},
-    // Only white space before the first token is dropped; that does not depend on trimming.
-    {"NoTrimLeadingDelim", " a", {"", "a"}, " ", "", false},
-    {"LeadingTabDelims", "\t\ta", {"a"}, "\t"},
-    {"InnerTabDelims", "a\t\tb", {"a", "", "b"}, "\t"},
-    {"Operator", "a=b", {"a", "=", "b"}, " ", "="},
-    {"OperatorThenDelim", "a = b", {"a", "=", "", "b"}, " ", "="},
-    {"QuotedOperatorIsText", "\"=\"", {"="}, " ", "="},
-    {"QuoteClassComesFirst", "x'a'", {"x'a'"}, "'", "", true, "'"},
-    {"TwoQuoteChars", "'a\"b' c", {"a\"b", "c"}, " ", "", true, "'\""},
-};
-
-INSTANTIATE_TEST_SUITE_P(Parser, TokenizeTest, ::testing::ValuesIn(kTokenCases),
-                         tessaron::test::ParamName());
 
 // One cursor step "op=want": N next, P prev, F first, L last, R rest, E/B EOT/BOT as 1/0,
 // Tn token(n).

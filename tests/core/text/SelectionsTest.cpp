@@ -11,46 +11,6 @@ using test::Apply;
 using test::Entries;
 using test::EntriesOf;
 
-struct EditCase {
-    const char* name;
-    std::vector<std::string> ops;
-    Entries expected;
-    PathStyle style = PathStyle::Windows;
-};
-
-class SelectionEditTest : public ::testing::TestWithParam<EditCase> {};
-
-TEST_P(SelectionEditTest, GivesTheEntries) {
-    const EditCase& c = GetParam();
-    clsSelections sel(c.style);
-    Apply(sel, c.ops);
-    EXPECT_EQ(EntriesOf(sel), c.expected);
-}
-
-constexpr PathStyle P = PathStyle::Posix;
-
-const EditCase kEditCases[] = {
-    EditCase("ParentSwallowsChildren", {"+C:\\A\\B", "+D:\\X", "+C:\\A\\C", "+C:\\A"},
-             {{"D:\\X", {}}, {"C:\\A", {}}}),
-    EditCase("SiblingPrefixIsNotAChild", {"+C:\\AB", "+C:\\A"}, {{"C:\\AB", {}}, {"C:\\A", {}}}),
-    EditCase("CaseSensitive", {"+C:\\a", "+C:\\A\\x"}, {{"C:\\a", {}}, {"C:\\A\\x", {}}}),
-    EditCase("RemoveBelowAddsException", {"+C:\\A", "-C:\\A\\B"}, {{"C:\\A", {"C:\\A\\B"}}}),
-    EditCase("SelectInsideExceptionAddsEntry", {"+C:\\A", "-C:\\A\\B", "+C:\\A\\B\\C"},
-             {{"C:\\A", {"C:\\A\\B"}}, {"C:\\A\\B\\C", {}}}),
-    EditCase("ExceptionsBelowAreKept", {"+C:\\A", "-C:\\A\\B\\C", "-C:\\A\\B"},
-             {{"C:\\A", {"C:\\A\\B\\C", "C:\\A\\B"}}}),
-    EditCase("RemoveDropsEqualAndBelow", {"+C:\\A\\X", "+C:\\A\\Y", "+D:\\Z", "-C:\\A"},
-             {{"D:\\Z", {}}}),
-    // Only the first entry that contains the path is looked at; it already excludes it.
-    EditCase("OnlyFirstContainingEntryCounts", {"+C:\\", "-C:\\A", "+C:\\A\\B", "-C:\\A\\B\\C"},
-             {{"C:\\", {"C:\\A"}}, {"C:\\A\\B", {}}}),
-    EditCase("EmptyPathIsItsOwnEntry", {"+", "+C:\\A", "-C:\\A"}, {{"", {}}}),
-    EditCase("PosixBackslashIsOrdinary", {"+/a\\b", "+/a"}, {{"/a\\b", {}}, {"/a", {}}}, P),
-};
-
-INSTANTIATE_TEST_SUITE_P(Selections, SelectionEditTest, ::testing::ValuesIn(kEditCases),
-                         tessaron::test::ParamName());
-
 struct QueryCase {
     std::string path;
     bool selected;

@@ -9,29 +9,8 @@
 namespace tessaron {
 namespace {
 
-using test::Apply;
 using test::Entries;
 using test::EntriesOf;
-
-TEST(SetupFormat, WritesTheTenLinesOfStoredFields) {
-    clsSetup s(PathStyle::Windows);
-    EXPECT_EQ(s.Format(), "Target = \"\"\r\nBackupType = \r\nCleanTarget = False\r\n"
-                          "SaveLog = False\r\nStopOnError = False\r\nVerify = False\r\n"
-                          "EjectMedia = False\r\nEMail = False\r\nEMailTo = \r\nSelections = ");
-    s.Target = "E:\\Backup";
-    s.BackupType = "INCREMENTAL";
-    s.CleanTarget = s.Verify = s.Email = true;
-    s.EmailTo = "ann@example.org";
-    s.LogPath = "C:\\Logs"; // never stored
-    s.Quiet = true;
-    Apply(s.Sel, {"+C:\\Data", "-C:\\Data\\Tmp", "+D:\\Mail"});
-    EXPECT_EQ(s.Format(), "Target = \"E:\\Backup\"\r\nBackupType = INCREMENTAL\r\n"
-                          "CleanTarget = True\r\nSaveLog = False\r\nStopOnError = False\r\n"
-                          "Verify = True\r\nEjectMedia = False\r\nEMail = True\r\n"
-                          "EMailTo = ann@example.org\r\n"
-                          "Selections = \"C:\\Data\" Except (\"C:\\Data\\Tmp\")\r\n"
-                          "\t\"D:\\Mail\"\r\n");
-}
 
 struct StringFieldCase {
     const char* name;
