@@ -50,7 +50,14 @@ bool CopyQueue::Takes(const Source& s, const Dest& d, FileInfo& old) const {
     return m_pool && !m_stopped && s.folder != nullptr && s.info.Kind == FileKind::File &&
            !s.info.Sparse && s.info.Size <= m_smallUpTo &&
            (c == nullptr || (!c->openError && !c->readError)) && folder.IsOpen() &&
-           folder.CheckedFirstFile() && LookUp(d, old);
+           folder.CheckedFirstFile() && LookUp(d, old) &&
+           !(m_window.empty() && UpToDateCopy(s, old));
+}
+
+// A file found up to date while nothing is in flight is said at once by the run's thread,
+// as without writers: an INCREMENTAL run with nothing changed pays nothing for them.
+bool CopyQueue::UpToDateCopy(const Source& s, const FileInfo& old) const {
+    return m_run.Incremental() && old.Exists && UpToDate(s.info, old);
 }
 
 // What the copy's name holds: nothing in a folder this run made; in an INCREMENTAL run,
@@ -96,7 +103,7 @@ std::unique_ptr<WriteJob> CopyQueue::MakeJob(const Source& s, const Dest& d, con
     job->info = s.info;
     job->old = old;
     job->oldKnown = m_run.Incremental() || d.folder.fresh;
-    job->upToDate = m_run.Incremental() && old.Exists && UpToDate(s.info, old);
+    job->upToDate = UpToDateCopy(s, old);
     if (s.content != nullptr && !job->upToDate) {
         job->readAhead = true;
         job->content.assign(s.content->data, s.content->data + s.content->got);

@@ -54,6 +54,7 @@ private:
     enum class Wait { None, Oldest, All };
 
     bool LookUp(const Dest& d, FileInfo& old) const;
+    bool UpToDateCopy(const Source& s, const FileInfo& old) const;
     std::unique_ptr<WriteJob> MakeJob(const Source& s, const Dest& d, const FileInfo& old);
     void ReportDone(Wait wait);
     void Report(WriteJob& job);
