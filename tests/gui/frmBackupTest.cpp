@@ -11,18 +11,15 @@
 
 #include "setfile/clsSetup.h"
 
-#include <QCoreApplication>
 #include <QGroupBox>
 #include <QLabel>
 #include <QListView>
 #include <QProgressBar>
 #include <QPushButton>
-#include <QScrollBar>
 #include <QTest>
 #include <gtest/gtest.h>
 
 #include <functional>
-#include <vector>
 
 namespace tessaron::gui {
 namespace {
@@ -76,23 +73,11 @@ protected:
     QString Text(const char* label) const { return Find<QLabel>(label)->text(); }
     QString Title(const char* frame) const { return Find<QGroupBox>(frame)->title(); }
 
-    // The log list's lines without their time stamps.
-    std::vector<QString> Lines() const {
-        std::vector<QString> lines;
+    // The log list's last line without its time stamp.
+    QString LastLine() const {
         auto* model = Find<QListView>("lstLog")->model();
-        for (int row = 0; row < model->rowCount(); ++row) {
-            const QString line = model->index(row, 0).data().toString();
-            lines.push_back(line.mid(line.indexOf(" - ") + 3));
-        }
-        return lines;
-    }
-    bool Shows(const QString& start) const {
-        for (const QString& line : Lines()) {
-            if (line.startsWith(start)) {
-                return true;
-            }
-        }
-        return false;
+        const QString line = model->index(model->rowCount() - 1, 0).data().toString();
+        return line.mid(line.indexOf(" - ") + 3);
     }
     // Calls action once, at the first yield of the copy phase.
     void DuringCopy(std::function<void()> action) {
@@ -133,8 +118,8 @@ protected:
 };
 
 // The run shows its texts in the window's controls with the main window hidden. Cancel,
-// Escape, or the close box answered Yes, cancel during the copy: its summary lines still
-// come, verification is skipped. Enter presses the button only once it reads Close. A run
+// Escape, or the close box answered Yes, cancel during the copy (what the run then logs is
+// the engine's). Enter presses the button only once it reads Close. A run
 // cancelled through the close box closes its window; any other finished window is closed
 // freely (no question) and the main window comes back.
 TEST_P(RunWindowRun, EndsAsTheUserChose) {
@@ -157,16 +142,13 @@ TEST_P(RunWindowRun, EndsAsTheUserChose) {
         EXPECT_EQ(script.Boxes[0].Buttons, MsgButtons::YesNo);
     }
     EXPECT_EQ(Text("lblResult"), cancelled ? "Backup Cancelled" : "Backup Complete");
-    EXPECT_TRUE(Shows("Copy Complete"));
-    EXPECT_TRUE(Shows("Elapsed Time: "));
-    EXPECT_EQ(Shows("Verifying Files..."), !cancelled);
     EXPECT_EQ(window->isVisible(), c.during != Act::CloseBox);
     if (!cancelled) {
         EXPECT_EQ(Text("lblFilesTrans"), "Files Verified");
         EXPECT_EQ(Title("fraOverall"), "Overall Progress (Verifying)");
         EXPECT_EQ(Find<QProgressBar>("pbOverAll")->value(), 100);
         EXPECT_EQ(window->windowTitle(), "Backup Progress - 100% Complete");
-        EXPECT_EQ(Lines().back(), "Backup Complete");
+        EXPECT_EQ(LastLine(), "Backup Complete");
     }
     EXPECT_EQ(Find<QPushButton>("cmdCancel")->text(), "Close");
     EXPECT_TRUE(Find<QPushButton>("cmdCancel")->isDefault());
@@ -198,8 +180,8 @@ TEST_F(RunWindowTest, UnloadOnExitShowsTheMainWindowAgain) {
     EXPECT_FALSE(mainWindow.isVisible());
 }
 
-// A question of the run is a message box over the run window, its lines broken for Qt;
-// the answer decides the run.
+// A question of the run is a message box over the run window, its lines broken for Qt
+// (what the answer does: tests/system/gui_run_test.sh).
 TEST_F(RunWindowTest, QuestionIsAMessageBoxOverTheRunWindow) {
     script.Answer = MsgAnswer::Yes;
     setup.CleanTarget = true;
@@ -213,37 +195,21 @@ TEST_F(RunWindowTest, QuestionIsAMessageBoxOverTheRunWindow) {
     EXPECT_EQ(script.Boxes[0].Text, "Warning - All Files and Directories will be removed from \n" +
                                         setup.Target + "\nDo You Want To Continue?");
     EXPECT_EQ(script.Boxes[0].Buttons, MsgButtons::YesNo);
-    EXPECT_EQ(Text("lblResult"), "Backup Complete");
-    EXPECT_FALSE(std::filesystem::exists(tree.Path("dst/old.txt")));
 }
 
-// The log list: appended text extends the last line, widening the list's scroll range once
-// the line shows as the widest, and the newest line is selected.
-TEST(RunWindowLog, AppendsWidensAndSelects) {
+// The log list: appended text extends the last line, and the newest line is selected.
+TEST(RunWindowLog, AppendsAndSelects) {
     frmBackup window;
     window.show();
     auto* list = window.findChild<QListView*>("lstLog");
-    auto shown = [&] {    // the pending lines become rows, are painted and laid out
-        QTest::qWait(30); // the window takes its messages every few milliseconds
-        window.PumpMessages();
-        QCoreApplication::processEvents();
-        list->viewport()->repaint();
-        QCoreApplication::processEvents();
-    };
-    window.AddLogLine("first");
     window.AddLogLine("Clearing /media/usb/Backup...");
-    shown();
-    EXPECT_EQ(list->horizontalScrollBar()->maximum(), 0);
-
-    window.AppendToLastLogLine("Done" + std::string(300, 'w'));
-    shown();
-    EXPECT_TRUE(list->model()->index(1, 0).data().toString().startsWith(
-        "Clearing /media/usb/Backup...Donew"));
-    EXPECT_GT(list->horizontalScrollBar()->maximum(), 0);
-
+    window.AppendToLastLogLine("Done");
     window.AddLogLine("last");
-    shown();
-    EXPECT_EQ(list->currentIndex().row(), 2);
+    QTest::qWait(30); // the window takes its messages every few milliseconds
+    window.PumpMessages();
+    EXPECT_TRUE(
+        list->model()->index(0, 0).data().toString().endsWith("Clearing /media/usb/Backup...Done"));
+    EXPECT_EQ(list->currentIndex().row(), 1);
 }
 
 // Start in the main window runs the set in the run window with the main window out of

@@ -78,7 +78,8 @@ INSTANTIATE_TEST_SUITE_P(
         SaveCase{"StoreRefuses", "ann", "pw", "no store", {"smtp.example.org|ann|pw"}, false}),
     test::ParamName());
 
-// A test mail's outcome: the server's acceptance, or the failure lines with its reply.
+// A test mail's outcome: the server's acceptance, or the failure lines with its reply
+// (without an address: tests/gui/DialogsTest.cpp).
 TEST(EmailSetupTestMail, SaysWhatTheServerDid) {
     const std::tuple<std::string, std::string, bool, std::string> cases[]{
         {"", "admin@example.org", true,
@@ -87,11 +88,9 @@ TEST(EmailSetupTestMail, SaysWhatTheServerDid) {
         {"550 no such user", "admin@example.org", false,
          "The test mail was not sent:\n\nUnable to send email - Error sending RCPT TO - 550 no "
          "such user"},
-        {"", "", false, "Type the address the test mail goes to."},
     };
     for (const auto& [refusal, to, ok, text] : cases) {
         test::SmtpScript script;
-        script.AcceptWaitMs = to.empty() ? 100 : script.AcceptWaitMs;
         script.Reply = [refusal](const std::string& line) {
             return line.rfind("RCPT", 0) == 0 && !refusal.empty() ? refusal : "250 OK";
         };
@@ -108,7 +107,7 @@ TEST(EmailSetupTestMail, SaysWhatTheServerDid) {
         EXPECT_TRUE(test::Matches(sent.Text, text)) << sent.Text;
         EXPECT_EQ(server.Received().find("Subject: Tessaron test mail\r\n") != std::string::npos,
                   ok);
-        EXPECT_EQ(yields > 0, !to.empty());
+        EXPECT_GT(yields, 0);
     }
 }
 

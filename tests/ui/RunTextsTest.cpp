@@ -53,14 +53,11 @@ const TextsCase kCases[] = {
         },
         {{L::Caption, "Backup Progress"},
          {L::CurrentFrame, "Current File"},
-         {L::OverallFrame, "Overall Progress"},
          {L::FilesDoneCaption, "Files Transferred"},
-         {L::BytesDoneCaption, "Bytes Transferred"},
          {L::Button, "Cancel"},
          {L::Result, ""},
          {L::Files, ""},
-         {L::Elapsed, ""},
-         {L::CurrentFile, ""}},
+         {L::Elapsed, ""}},
         0, 0),
     TextsCase(
         "RefreshGroupsAndTimes", [](RunTexts& t) { t.Progress(kCopying.Progress()); },
@@ -115,17 +112,12 @@ const TextsCase kCases[] = {
             t.Progress(kCopying.Progress());
             t.PhaseStarted(RunPhase::Verify, kVerifyStart.Progress());
         },
+        // the frame and the counters at 0: RunWindowLogicTest, as the window gets them
         {{L::Caption, "Backup Progress (Verifying)"},
-         {L::CurrentFrame, "Current File (Verifying)"},
          {L::OverallFrame, "Overall Progress (Verifying)"},
          {L::FilesDoneCaption, "Files Verified"},
          {L::BytesDoneCaption, "Bytes Read"},
-         {L::CurrentFile, ""},
-         {L::Files, "10"},
-         {L::FilesDone, "0"},
-         {L::BytesDone, "0"},
          {L::Elapsed, ""},
-         {L::BytesPerSecond, ""},
          {L::Remaining, ""}},
         0, 20),
     TextsCase(
@@ -149,33 +141,9 @@ const TextsCase kCases[] = {
             t.FileStarted("/src/new\tline\x01.txt");
         },
         {{L::CurrentFile, "/src/new\\tline\\x01.txt"}, {L::FilesDone, "3"}}, 0, 42),
-    TextsCase(
-        "ResultThenClose",
-        [](RunTexts& t) {
-            t.Result(RunResult::Cancelled);
-            t.Finished();
-        },
-        {{L::Result, "Backup Cancelled"}, {L::Button, "Close"}}, 0, 0),
 };
 
 INSTANTIATE_TEST_SUITE_P(RunTexts, Texts, ::testing::ValuesIn(kCases), test::ParamName());
-
-// A window puts into its controls only what changed: everything at first, nothing for a
-// refresh that changes nothing, the file and its bar for a new file.
-TEST(RunTexts, ChangesNameOnlyWhatChanged) {
-    RunTexts texts;
-    const RunTexts::Changes first = texts.TakeChanges();
-    EXPECT_TRUE(first.Labels.all() && first.Bars.all());
-    texts.Progress(kCopying.Progress());
-    texts.TakeChanges();
-    texts.Progress(kCopying.Progress());
-    const RunTexts::Changes same = texts.TakeChanges();
-    EXPECT_TRUE(same.Labels.none() && same.Bars.none());
-    texts.FileStarted("/src/b.txt");
-    const RunTexts::Changes file = texts.TakeChanges();
-    EXPECT_EQ(file.Labels, decltype(file.Labels)().set(static_cast<std::size_t>(L::CurrentFile)));
-    EXPECT_EQ(file.Bars, decltype(file.Bars)().set(static_cast<std::size_t>(RunBar::Current)));
-}
 
 } // namespace
 } // namespace tessaron::ui

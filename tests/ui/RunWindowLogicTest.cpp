@@ -1,6 +1,8 @@
 // The run window's behaviour over real runs on a temporary tree, through a window that
-// records what it is told to show: the button, the keys, the close box, an interrupted
-// question, and what shows as verification starts.
+// records what it is told to show: the close box and what shows as verification starts.
+// The button and the keys, and the close box answered Yes or used after the run, are
+// driven through the Qt window (tests/gui/frmBackupTest.cpp), a question interrupted by
+// a signal through the program (tests/system/gui_run_test.sh).
 #include "ui/RunWindowLogic.h"
 #include "TempTree.h"
 #include "TestNames.h"
@@ -25,7 +27,6 @@ public:
     std::map<RunLabel, std::string> shown;
     std::vector<std::string> lines; // without time stamps
     std::vector<Question> questions;
-    int questionsClosed = 0;
     std::function<MsgAnswer(const Question&)> answer; // default: the safe answer
     std::function<void()> onText;                     // after every text shown
     std::function<void()> onPump;
@@ -45,7 +46,7 @@ public:
         questions.push_back(question);
         return answer ? answer(question) : SafeAnswer(question.Buttons);
     }
-    void CloseQuestion() override { ++questionsClosed; }
+    void CloseQuestion() override {}
     void PumpMessages() override {
         if (onPump) {
             onPump();
@@ -86,24 +87,7 @@ protected:
     RunResult Result() const { return logic.Engine().Result(); }
 };
 
-// Escape presses the button at any time, Enter only once it reads Close. The button
-// cancels a run without closing the window, and closes it once the run's work is done.
-TEST_F(RunWindowLogicTest, ButtonAndKeys) {
-    DuringCopy([&] {
-        EXPECT_EQ(window.shown[RunLabel::Button], "Cancel");
-        EXPECT_TRUE(logic.KeyPressesButton(RunWindowLogic::Key::Escape));
-        EXPECT_FALSE(logic.KeyPressesButton(RunWindowLogic::Key::Enter));
-        EXPECT_FALSE(logic.ButtonClicked());
-    });
-    EXPECT_FALSE(logic.Run(false));
-    EXPECT_EQ(Result(), RunResult::Cancelled);
-    EXPECT_EQ(window.shown[RunLabel::Button], "Close");
-    EXPECT_TRUE(logic.KeyPressesButton(RunWindowLogic::Key::Enter));
-    EXPECT_TRUE(logic.ButtonClicked());
-    EXPECT_FALSE(logic.UnloadWhenRunEnds());
-}
-
-enum class When { DuringCopy, OnceFinished, AfterRun };
+enum class When { DuringCopy, OnceFinished };
 
 struct CloseCase {
     const char* name;
@@ -131,7 +115,7 @@ TEST_P(CloseBox, AsksOnlyDuringTheRun) {
     };
     if (c.when == When::DuringCopy) {
         DuringCopy(request);
-    } else if (c.when == When::OnceFinished) {
+    } else {
         window.onText = [&] {
             if (window.shown[RunLabel::Button] == "Close") {
                 request();
@@ -139,9 +123,6 @@ TEST_P(CloseBox, AsksOnlyDuringTheRun) {
         };
     }
     logic.Run(false);
-    if (c.when == When::AfterRun) {
-        request();
-    }
     EXPECT_EQ(action, c.action);
     EXPECT_EQ(Result(), c.result);
     EXPECT_EQ(logic.UnloadWhenRunEnds(), c.unloads);
@@ -157,31 +138,11 @@ INSTANTIATE_TEST_SUITE_P(
     RunWindowLogic, CloseBox,
     ::testing::Values(CloseCase{"NoGoesOn", When::DuringCopy, Close::User, MsgAnswer::No,
                                 Action::Refuse, true, RunResult::Complete, false},
-                      CloseCase{"YesCancelsAndUnloads", When::DuringCopy, Close::User,
-                                MsgAnswer::Yes, Action::Refuse, true, RunResult::Cancelled, true},
                       CloseCase{"SystemCancelsWithoutAsking", When::DuringCopy, Close::System,
                                 MsgAnswer::No, Action::Refuse, false, RunResult::Cancelled, true},
                       CloseCase{"FinishedHidesUntilTheRunReturns", When::OnceFinished, Close::User,
-                                MsgAnswer::No, Action::Hide, false, RunResult::Complete, true},
-                      CloseCase{"AfterTheRunCloses", When::AfterRun, Close::User, MsgAnswer::No,
-                                Action::Close, false, RunResult::Complete, false}),
+                                MsgAnswer::No, Action::Hide, false, RunResult::Complete, true}),
     test::ParamName());
-
-// Ctrl+C while "Clear Target" is open closes it; whatever was clicked, it answers No, the
-// log says why, nothing is cleared and the run ends cancelled.
-TEST_F(RunWindowLogicTest, InterruptedQuestionAnswersNo) {
-    setup.CleanTarget = true;
-    tree.Write("dst/old.txt", "old");
-    window.answer = [&](const Question&) {
-        EXPECT_FALSE(logic.Interrupt());
-        return MsgAnswer::Yes;
-    };
-    EXPECT_FALSE(logic.Run(false));
-    EXPECT_EQ(window.questionsClosed, 1);
-    EXPECT_TRUE(window.Logged("Clear Target - answered No (interrupted)"));
-    EXPECT_EQ(Result(), RunResult::Cancelled);
-    EXPECT_TRUE(std::filesystem::exists(tree.Path("dst/old.txt")));
-}
 
 // As verification starts, the window shows its counters at once, not the copy's totals
 // under the verification's captions until the next refresh.
