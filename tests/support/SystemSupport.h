@@ -2,6 +2,7 @@
 // Helpers of the system tests: temporary trees, backup set files, and running the built
 // tessaron program with a time limit while its output is collected.
 
+#include "EnvOverride.h"
 #include "TempTree.h"
 #include "TestNames.h"
 
@@ -14,7 +15,7 @@
 #include <filesystem>
 #include <fstream>
 #include <functional>
-#include <optional>
+#include <list>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -90,29 +91,6 @@ inline std::wstring CommandLineOf(const std::vector<std::string>& args) {
     return FromUtf8(line).wstring();
 }
 
-// Sets the environment variables for the child (which inherits them) and puts the old
-// values back at the end.
-class ChildEnvironment {
-public:
-    explicit ChildEnvironment(const std::vector<std::pair<std::string, std::string>>& vars) {
-        for (const auto& [name, value] : vars) {
-            const std::wstring n(name.begin(), name.end());
-            wchar_t old[32768];
-            const DWORD len = ::GetEnvironmentVariableW(n.c_str(), old, 32768);
-            saved_.emplace_back(n, len > 0 ? std::optional<std::wstring>(old) : std::nullopt);
-            ::SetEnvironmentVariableW(n.c_str(), fs::path(value).wstring().c_str());
-        }
-    }
-    ~ChildEnvironment() {
-        for (const auto& [name, value] : saved_) {
-            ::SetEnvironmentVariableW(name.c_str(), value ? value->c_str() : nullptr);
-        }
-    }
-
-private:
-    std::vector<std::pair<std::wstring, std::optional<std::wstring>>> saved_;
-};
-
 // Runs tessaron with args, its log in logDir, for at most 30 s, its standard input the
 // null device and its output in files beside logDir (no test watches the output here).
 // Standard output comes with the line ends of the console's text mode: they are read back
@@ -120,9 +98,12 @@ private:
 inline RunResult RunTessaron(const std::vector<std::string>& args, const fs::path& logDir,
                              const OutputWatch& = {}, const RunOptions& options = {}) {
     RunResult r;
-    auto env = options.Env;
-    env.emplace_back("TESSARON_LOG_DIR", logDir.string());
-    ChildEnvironment childEnv(env);
+    // The child inherits the variables, which go back to their old values at the end.
+    std::list<EnvOverride> childEnv;
+    childEnv.emplace_back("TESSARON_LOG_DIR", logDir.string());
+    for (const auto& [name, value] : options.Env) {
+        childEnv.emplace_back(name.c_str(), value);
+    }
     SECURITY_ATTRIBUTES inherit{sizeof(SECURITY_ATTRIBUTES), nullptr, TRUE};
     const auto open = [&](const fs::path& p, DWORD access, DWORD how) {
         return ::CreateFileW(p.wstring().c_str(), access, FILE_SHARE_READ | FILE_SHARE_WRITE,
