@@ -77,20 +77,6 @@ struct RunOptions {
 };
 
 #ifdef _WIN32
-// The command line of a run: the program and the arguments, those with blanks quoted as
-// the program's tokenizer reads them (no test argument holds a double quote).
-inline std::wstring CommandLineOf(const std::vector<std::string>& args) {
-    auto quoted = [](const std::string& a) {
-        return a.empty() || a.find_first_of(" \t") != std::string::npos ? "\"" + a + "\"" : a;
-    };
-    std::string line = quoted(TESSARON_EXE);
-    for (const std::string& a : args) {
-        line += " " + quoted(a);
-    }
-    line += " /CONSOLE"; // a console run, even when the program has its window
-    return FromUtf8(line).wstring();
-}
-
 // Runs tessaron with args, its log in logDir, for at most 30 s, its standard input the
 // null device and its output in files beside logDir (no test watches the output here).
 // Standard output comes with the line ends of the console's text mode: they are read back
@@ -117,7 +103,17 @@ inline RunResult RunTessaron(const std::vector<std::string>& args, const fs::pat
     si.hStdOutput = open(outFile, GENERIC_WRITE, CREATE_ALWAYS);
     si.hStdError = open(errFile, GENERIC_WRITE, CREATE_ALWAYS);
     PROCESS_INFORMATION pi{};
-    std::wstring line = CommandLineOf(args);
+    // The program and the arguments, those with blanks quoted as the program's tokenizer
+    // reads them (no test argument holds a double quote); a console run, even when the
+    // program has its window.
+    auto quoted = [](const std::string& a) {
+        return a.empty() || a.find_first_of(" \t") != std::string::npos ? "\"" + a + "\"" : a;
+    };
+    std::string utf8 = quoted(TESSARON_EXE);
+    for (const std::string& a : args) {
+        utf8 += " " + quoted(a);
+    }
+    std::wstring line = FromUtf8(utf8 + " /CONSOLE").wstring();
     const bool started = ::CreateProcessW(nullptr, line.data(), nullptr, nullptr, TRUE,
                                           CREATE_NO_WINDOW, nullptr, nullptr, &si, &pi) != 0;
     for (HANDLE h : {si.hStdInput, si.hStdOutput, si.hStdError}) {
@@ -146,24 +142,19 @@ inline RunResult RunTessaron(const std::vector<std::string>& args, const fs::pat
     return r;
 }
 #else
-// The child's argument list: the program, or setpriv dropping to 65534 and then it.
-inline std::vector<std::string> ProgramArgs(const std::vector<std::string>& args, bool drop) {
-    std::vector<std::string> all;
-    if (drop && geteuid() == 0) {
-        all = {"/usr/bin/setpriv", "--reuid=65534", "--regid=65534", "--clear-groups"};
-    }
-    all.emplace_back(TESSARON_EXE);
-    all.insert(all.end(), args.begin(), args.end());
-    return all;
-}
-
 // Runs tessaron with args, its log in logDir, for at most 30 s. onOutput sees the standard
 // output so far whenever more arrives (a test may signal the child from there).
 inline RunResult RunTessaron(const std::vector<std::string>& args, const fs::path& logDir,
                              const OutputWatch& onOutput = {}, const RunOptions& options = {}) {
     RunResult r;
     const std::string errFile = logDir.string() + ".err";
-    std::vector<std::string> all = ProgramArgs(args, options.Unprivileged);
+    // The program, or setpriv dropping to 65534 and then it.
+    std::vector<std::string> all;
+    if (options.Unprivileged && geteuid() == 0) {
+        all = {"/usr/bin/setpriv", "--reuid=65534", "--regid=65534", "--clear-groups"};
+    }
+    all.emplace_back(TESSARON_EXE);
+    all.insert(all.end(), args.begin(), args.end());
     std::vector<char*> argv;
     for (std::string& a : all) {
         argv.push_back(a.data());

@@ -12,12 +12,6 @@ using namespace tessaron::test;
 
 namespace {
 
-class TargetSpelling : public PlaceTest {};
-
-TEST_P(TargetSpelling, DecidesOnWhatItNames) {
-    RunCase();
-}
-
 // Mounts a tmpfs at at (from empty) or binds the folder from there, until the case ends.
 bool MountAt(PlaceRun& b, const fs::path& at, const fs::path& from = {}) {
     fs::create_directories(at);
@@ -169,7 +163,7 @@ const PlaceCase kSpellings[] = {
      ", Error: (2) No such file or directory"},
 };
 
-INSTANTIATE_TEST_SUITE_P(Targets, TargetSpelling, ::testing::ValuesIn(kSpellings),
+INSTANTIATE_TEST_SUITE_P(Targets, PlaceTest, ::testing::ValuesIn(kSpellings),
                          tessaron::test::ParamName());
 
 } // namespace
