@@ -43,15 +43,13 @@ private:
 };
 
 #ifndef _WIN32
-inline bool LocaleInstalled(const char* name) {
+// Why a case that needs the locale name cannot run here ("" when it is installed).
+inline std::string LocaleMissing(const char* name) {
     const locale_t probe = newlocale(LC_ALL_MASK, name, locale_t{});
-    if (probe != locale_t{})
+    if (probe != locale_t{}) {
         freelocale(probe);
-    return probe != locale_t{};
-}
-
-// Why a case that needs the locale name is skipped.
-inline std::string NotInstalled(const char* name) {
+        return "";
+    }
     return std::string("the locale ") + name +
            " is not installed (scripts/install-deps.sh generates de_DE.UTF-8)";
 }

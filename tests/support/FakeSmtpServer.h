@@ -5,8 +5,6 @@
 // (Tls), or after answering "STARTTLS"; the record then shows "[TLS]" where TLS began, and
 // ends there when the handshake failed.
 
-#include "TestAuthority.h"
-
 #include <openssl/ssl.h>
 
 #include <arpa/inet.h>
@@ -14,6 +12,7 @@
 #include <chrono>
 #include <csignal>
 #include <functional>
+#include <memory>
 #include <netinet/in.h>
 #include <poll.h>
 #include <string>
@@ -22,6 +21,18 @@
 #include <unistd.h>
 
 namespace tessaron::test {
+
+struct OpenSslFree {
+    void operator()(EVP_PKEY* k) const { EVP_PKEY_free(k); }
+    void operator()(X509* c) const { X509_free(c); }
+    void operator()(BIO* b) const { BIO_free(b); }
+};
+
+// A key and its certificate.
+struct KeyPair {
+    std::unique_ptr<EVP_PKEY, OpenSslFree> Key;
+    std::unique_ptr<X509, OpenSslFree> Cert;
+};
 
 struct SmtpScript {
     std::string Greeting; // "" sends none

@@ -35,18 +35,6 @@ inline bool Matches(std::string_view text, std::string_view pattern) {
     return false;
 }
 
-// Whether there are as many lines as patterns and each line matches its pattern.
-inline bool MatchAll(const std::vector<std::string>& lines,
-                     const std::vector<std::string>& patterns) {
-    if (lines.size() != patterns.size())
-        return false;
-    for (std::size_t i = 0; i < lines.size(); ++i) {
-        if (!Matches(lines[i], patterns[i]))
-            return false;
-    }
-    return true;
-}
-
 class RecordingHost : public IMailHost {
 public:
     void AddLogLine(const std::string& text, bool display) override {

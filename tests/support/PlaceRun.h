@@ -47,28 +47,28 @@ struct PlaceCase {
     void (*check)(PlaceRun&) = nullptr; // what else must hold after the run
 };
 
-class PlaceTest : public ::testing::TestWithParam<PlaceCase> {
-protected:
-    void RunCase() {
-        const PlaceCase& c = GetParam();
-        PlaceRun b;
-        c.prepare(b);
-        if (b.skip != nullptr) {
-            GTEST_SKIP() << b.skip;
-        }
-        RunResult r = b.RunSet(b.set, b.switches, b.options);
-        EXPECT_EQ(r.Status, c.status) << r.Out << r.Err;
-        std::string out = c.out;
-        if (const auto at = out.find("%T%"); at != std::string::npos) {
-            out.replace(at, 3, b.set.Target);
-        }
-        EXPECT_TRUE(Contains(r.Out, out)) << out << "\n" << r.Out;
-        EXPECT_TRUE(Contains(r.Err, c.err)) << r.Err;
-        EXPECT_TRUE(b.Intact());
-        if (c.check != nullptr) {
-            c.check(b);
-        }
+// The one test of the table; each system's file instantiates it with its cases.
+class PlaceTest : public ::testing::TestWithParam<PlaceCase> {};
+
+TEST_P(PlaceTest, DecidesOnWhatItNames) {
+    const PlaceCase& c = GetParam();
+    PlaceRun b;
+    c.prepare(b);
+    if (b.skip != nullptr) {
+        GTEST_SKIP() << b.skip;
     }
-};
+    RunResult r = b.RunSet(b.set, b.switches, b.options);
+    EXPECT_EQ(r.Status, c.status) << r.Out << r.Err;
+    std::string out = c.out;
+    if (const auto at = out.find("%T%"); at != std::string::npos) {
+        out.replace(at, 3, b.set.Target);
+    }
+    EXPECT_TRUE(Contains(r.Out, out)) << out << "\n" << r.Out;
+    EXPECT_TRUE(Contains(r.Err, c.err)) << r.Err;
+    EXPECT_TRUE(b.Intact());
+    if (c.check != nullptr) {
+        c.check(b);
+    }
+}
 
 } // namespace tessaron::test

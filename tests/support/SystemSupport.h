@@ -2,6 +2,7 @@
 // Helpers of the system tests: temporary trees, backup set files, and running the built
 // tessaron program with a time limit while its output is collected.
 
+#include "EnvOverride.h"
 #include "TempTree.h"
 #include "TestNames.h"
 
@@ -14,7 +15,7 @@
 #include <filesystem>
 #include <fstream>
 #include <functional>
-#include <optional>
+#include <list>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -76,43 +77,6 @@ struct RunOptions {
 };
 
 #ifdef _WIN32
-// The command line of a run: the program and the arguments, those with blanks quoted as
-// the program's tokenizer reads them (no test argument holds a double quote).
-inline std::wstring CommandLineOf(const std::vector<std::string>& args) {
-    auto quoted = [](const std::string& a) {
-        return a.empty() || a.find_first_of(" \t") != std::string::npos ? "\"" + a + "\"" : a;
-    };
-    std::string line = quoted(TESSARON_EXE);
-    for (const std::string& a : args) {
-        line += " " + quoted(a);
-    }
-    line += " /CONSOLE"; // a console run, even when the program has its window
-    return FromUtf8(line).wstring();
-}
-
-// Sets the environment variables for the child (which inherits them) and puts the old
-// values back at the end.
-class ChildEnvironment {
-public:
-    explicit ChildEnvironment(const std::vector<std::pair<std::string, std::string>>& vars) {
-        for (const auto& [name, value] : vars) {
-            const std::wstring n(name.begin(), name.end());
-            wchar_t old[32768];
-            const DWORD len = ::GetEnvironmentVariableW(n.c_str(), old, 32768);
-            saved_.emplace_back(n, len > 0 ? std::optional<std::wstring>(old) : std::nullopt);
-            ::SetEnvironmentVariableW(n.c_str(), fs::path(value).wstring().c_str());
-        }
-    }
-    ~ChildEnvironment() {
-        for (const auto& [name, value] : saved_) {
-            ::SetEnvironmentVariableW(name.c_str(), value ? value->c_str() : nullptr);
-        }
-    }
-
-private:
-    std::vector<std::pair<std::wstring, std::optional<std::wstring>>> saved_;
-};
-
 // Runs tessaron with args, its log in logDir, for at most 30 s, its standard input the
 // null device and its output in files beside logDir (no test watches the output here).
 // Standard output comes with the line ends of the console's text mode: they are read back
@@ -120,9 +84,12 @@ private:
 inline RunResult RunTessaron(const std::vector<std::string>& args, const fs::path& logDir,
                              const OutputWatch& = {}, const RunOptions& options = {}) {
     RunResult r;
-    auto env = options.Env;
-    env.emplace_back("TESSARON_LOG_DIR", logDir.string());
-    ChildEnvironment childEnv(env);
+    // The child inherits the variables, which go back to their old values at the end.
+    std::list<EnvOverride> childEnv;
+    childEnv.emplace_back("TESSARON_LOG_DIR", logDir.string());
+    for (const auto& [name, value] : options.Env) {
+        childEnv.emplace_back(name.c_str(), value);
+    }
     SECURITY_ATTRIBUTES inherit{sizeof(SECURITY_ATTRIBUTES), nullptr, TRUE};
     const auto open = [&](const fs::path& p, DWORD access, DWORD how) {
         return ::CreateFileW(p.wstring().c_str(), access, FILE_SHARE_READ | FILE_SHARE_WRITE,
@@ -136,7 +103,17 @@ inline RunResult RunTessaron(const std::vector<std::string>& args, const fs::pat
     si.hStdOutput = open(outFile, GENERIC_WRITE, CREATE_ALWAYS);
     si.hStdError = open(errFile, GENERIC_WRITE, CREATE_ALWAYS);
     PROCESS_INFORMATION pi{};
-    std::wstring line = CommandLineOf(args);
+    // The program and the arguments, those with blanks quoted as the program's tokenizer
+    // reads them (no test argument holds a double quote); a console run, even when the
+    // program has its window.
+    auto quoted = [](const std::string& a) {
+        return a.empty() || a.find_first_of(" \t") != std::string::npos ? "\"" + a + "\"" : a;
+    };
+    std::string utf8 = quoted(TESSARON_EXE);
+    for (const std::string& a : args) {
+        utf8 += " " + quoted(a);
+    }
+    std::wstring line = FromUtf8(utf8 + " /CONSOLE").wstring();
     const bool started = ::CreateProcessW(nullptr, line.data(), nullptr, nullptr, TRUE,
                                           CREATE_NO_WINDOW, nullptr, nullptr, &si, &pi) != 0;
     for (HANDLE h : {si.hStdInput, si.hStdOutput, si.hStdError}) {
@@ -165,24 +142,19 @@ inline RunResult RunTessaron(const std::vector<std::string>& args, const fs::pat
     return r;
 }
 #else
-// The child's argument list: the program, or setpriv dropping to 65534 and then it.
-inline std::vector<std::string> ProgramArgs(const std::vector<std::string>& args, bool drop) {
-    std::vector<std::string> all;
-    if (drop && geteuid() == 0) {
-        all = {"/usr/bin/setpriv", "--reuid=65534", "--regid=65534", "--clear-groups"};
-    }
-    all.emplace_back(TESSARON_EXE);
-    all.insert(all.end(), args.begin(), args.end());
-    return all;
-}
-
 // Runs tessaron with args, its log in logDir, for at most 30 s. onOutput sees the standard
 // output so far whenever more arrives (a test may signal the child from there).
 inline RunResult RunTessaron(const std::vector<std::string>& args, const fs::path& logDir,
                              const OutputWatch& onOutput = {}, const RunOptions& options = {}) {
     RunResult r;
     const std::string errFile = logDir.string() + ".err";
-    std::vector<std::string> all = ProgramArgs(args, options.Unprivileged);
+    // The program, or setpriv dropping to 65534 and then it.
+    std::vector<std::string> all;
+    if (options.Unprivileged && geteuid() == 0) {
+        all = {"/usr/bin/setpriv", "--reuid=65534", "--regid=65534", "--clear-groups"};
+    }
+    all.emplace_back(TESSARON_EXE);
+    all.insert(all.end(), args.begin(), args.end());
     std::vector<char*> argv;
     for (std::string& a : all) {
         argv.push_back(a.data());

@@ -38,7 +38,7 @@ int main(int argc, char** argv) {
     const std::string folder = argv[1];
     const TlsServerKind kind{CertNamed(argv[2]), std::string(argv[3]) == "1", argv[4],
                              std::string(argv[5]) == "1"};
-    Publish(folder, "ca.pem", TlsAuthority::Get().Trusted().Pem());
+    Publish(folder, "ca.pem", TlsAuthority::Get().TrustedPem());
     FakeSmtpServer server(TlsScript(kind, std::stoi(argv[6])));
     Publish(folder, "port", std::to_string(server.Port()));
     Publish(folder, "received", server.Received());

@@ -25,8 +25,11 @@ TEST_F(PosixBackup, FullCopiesEverythingThenIncrementalCopiesOnlyChanges) {
         chmod(p.c_str(), files[i].mode);
         SetMtime(p, 1600000000 + static_cast<time_t>(i), 123456789);
     }
-    RunResult full = RunSet(Set());
+    // The log folder this run makes is readable by its owner only: the log names every file.
+    const fs::path logs = root / "new/Log";
+    RunResult full = RunSet(Set(), {"/QUIET"}, {{{"TESSARON_LOG_DIR", logs.string()}}});
     ASSERT_EQ(full.Status, 0) << full.Out << full.Err;
+    EXPECT_EQ(Stat(logs).st_mode & 07777, 0700u);
     EXPECT_TRUE(Contains(full.Out, "Backup Complete")) << full.Out;
     for (const auto& f : files) {
         fs::path from = src / f.rel, copy = CopyOf(dst, from);
@@ -61,15 +64,6 @@ TEST_F(PosixBackup, FullCopiesEverythingThenIncrementalCopiesOnlyChanges) {
         EXPECT_EQ(ReadFile(CopyOf(dst, changed)), ReadFile(changed)) << changed;
     }
     EXPECT_EQ(Stat(CopyOf(dst, touched)).st_mtim.tv_sec, 1600000005);
-}
-
-// A log folder the run makes is readable by its owner only: the log names every file.
-TEST_F(PosixBackup, NewLogFolderIsPrivate) {
-    WriteFile(src / "f.txt", "f");
-    const fs::path logs = root / "new/Log";
-    RunResult r = RunSet(Set(), {"/QUIET"}, {{{"TESSARON_LOG_DIR", logs.string()}}});
-    EXPECT_EQ(r.Status, 0) << r.Out;
-    EXPECT_EQ(Stat(logs).st_mode & 07777, 0700u);
 }
 
 } // namespace

@@ -22,32 +22,26 @@ namespace {
 // for display number n, or its TCP port 6000 + n on the loopback address.
 class FakeServer {
 public:
-    FakeServer(int n, bool tcp) {
-        if (tcp) {
-            m_fd = socket(AF_INET, SOCK_STREAM, 0);
-            sockaddr_in a{};
-            a.sin_family = AF_INET;
-            a.sin_port = htons(static_cast<uint16_t>(6000 + n));
-            a.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-            Listen(reinterpret_cast<sockaddr*>(&a), sizeof a);
-        } else {
-            m_fd = socket(AF_UNIX, SOCK_STREAM, 0);
-            sockaddr_un a{};
-            a.sun_family = AF_UNIX;
-            const std::string name = "/tmp/.X11-unix/X" + std::to_string(n);
-            std::memcpy(a.sun_path + 1, name.data(), name.size());
-            Listen(reinterpret_cast<sockaddr*>(&a),
-                   static_cast<socklen_t>(offsetof(sockaddr_un, sun_path) + 1 + name.size()));
-        }
+    FakeServer(int n, bool tcp) : m_fd(socket(tcp ? AF_INET : AF_UNIX, SOCK_STREAM, 0)) {
+        sockaddr_in in{};
+        in.sin_family = AF_INET;
+        in.sin_port = htons(static_cast<uint16_t>(6000 + n));
+        in.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+        sockaddr_un un{};
+        un.sun_family = AF_UNIX;
+        const std::string name = "/tmp/.X11-unix/X" + std::to_string(n);
+        std::memcpy(un.sun_path + 1, name.data(), name.size());
+        const auto unSize = offsetof(sockaddr_un, sun_path) + 1 + name.size();
+        m_ok = (tcp ? bind(m_fd, reinterpret_cast<sockaddr*>(&in), sizeof in)
+                    : bind(m_fd, reinterpret_cast<sockaddr*>(&un),
+                           static_cast<socklen_t>(unSize))) == 0 &&
+               listen(m_fd, 4) == 0;
     }
     ~FakeServer() { close(m_fd); }
     bool Ok() const { return m_ok; }
 
 private:
-    void Listen(sockaddr* a, socklen_t size) {
-        m_ok = bind(m_fd, a, size) == 0 && listen(m_fd, 4) == 0;
-    }
-    int m_fd = -1;
+    int m_fd;
     bool m_ok = false;
 };
 

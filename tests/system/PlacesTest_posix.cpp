@@ -12,12 +12,6 @@ using namespace tessaron::test;
 
 namespace {
 
-class TargetSpelling : public PlaceTest {};
-
-TEST_P(TargetSpelling, DecidesOnWhatItNames) {
-    RunCase();
-}
-
 // Mounts a tmpfs at at (from empty) or binds the folder from there, until the case ends.
 bool MountAt(PlaceRun& b, const fs::path& at, const fs::path& from = {}) {
     fs::create_directories(at);
@@ -40,6 +34,24 @@ void Mount(PlaceRun& b) {
     WriteFile(b.keep, "keep");
     b.set.Target = (mnt / ".").string();
     b.switches.clear(); // quiet or not, a drive root is asked about; nobody answers
+}
+
+// Selections reached through links: root/docs is a link to root/real.
+void Links(PlaceRun& b, const char* selection) {
+    WriteFile(b.root / "real/f.txt", "data");
+    fs::create_directory_symlink("..", b.root / "real/loop");
+    fs::create_directory_symlink(b.root / "real", b.root / "docs");
+    fs::create_symlink(b.root / "real/f.txt", b.root / "flink");
+    fs::create_symlink(b.root / "nowhere", b.root / "dangling");
+    b.set.Selections = {(b.root.string() + "/") + selection};
+    b.set.CleanTarget = false;
+}
+
+void DocsCopied(PlaceRun& b) {
+    const fs::path copy = CopyOf(b.dst, b.root / "docs");
+    EXPECT_TRUE(fs::is_directory(fs::symlink_status(copy)));
+    EXPECT_EQ(ReadFile(copy / "f.txt"), "data");
+    EXPECT_EQ(fs::read_symlink(copy / "loop"), ".."); // a link below the entry stays one
 }
 
 const std::string kHoldsSource = "Target Not Cleared - %T% holds the selected source";
@@ -114,80 +126,44 @@ const PlaceCase kSpellings[] = {
          b.set.Verify = true;
      },
      0, "Log folder left out of the backup - "},
-};
-
-INSTANTIATE_TEST_SUITE_P(Targets, TargetSpelling, ::testing::ValuesIn(kSpellings),
-                         tessaron::test::ParamName());
-
-// A target inside a source, spelled with "./", is left out of the walk: the backup never
-// copies itself, however often it runs.
-TEST(TargetInsideSource, IsNeverCopiedIntoItself) {
-    PlaceRun b;
-    b.set.Target = (b.src / "." / "bk").string();
-    b.set.CleanTarget = false;
-    for (int run = 0; run < 2; ++run) {
-        RunResult r = b.RunSet(b.set);
-        EXPECT_EQ(r.Status, 0) << r.Out << r.Err;
-        EXPECT_TRUE(Contains(r.Out, "Output directory left out of the backup - ")) << r.Out;
-    }
-    const fs::path copyOfSrc = CopyOf(b.src / "bk", b.src);
-    EXPECT_EQ(ReadFile(copyOfSrc / "g.txt"), "second");
-    EXPECT_FALSE(fs::exists(copyOfSrc / "bk"));
-}
-
-// Selections reached through links: root/docs is a link to root/real.
-struct LinkCase {
-    const char* name;
-    const char* selection; // below the sandbox root
-    int status;
-    const char* out;
-    void (*check)(const Sandbox&);
-};
-
-class LinkedSelection : public ::testing::TestWithParam<LinkCase> {};
-
-TEST_P(LinkedSelection, FollowsTheWayAndKeepsThePath) {
-    const LinkCase& c = GetParam();
-    Sandbox b;
-    WriteFile(b.root / "real/f.txt", "data");
-    fs::create_directory_symlink("..", b.root / "real/loop");
-    fs::create_directory_symlink(b.root / "real", b.root / "docs");
-    fs::create_symlink(b.root / "real/f.txt", b.root / "flink");
-    fs::create_symlink(b.root / "nowhere", b.root / "dangling");
-    SetFile s = b.Set();
-    s.Selections = {(b.root.string() + "/") + c.selection};
-    RunResult r = b.RunSet(s);
-    EXPECT_EQ(r.Status, c.status) << r.Out << r.Err;
-    EXPECT_TRUE(Contains(r.Out, c.out)) << r.Out;
-    c.check(b);
-}
-
-void DocsCopied(const Sandbox& b) {
-    const fs::path copy = CopyOf(b.dst, b.root / "docs");
-    EXPECT_TRUE(fs::is_directory(fs::symlink_status(copy)));
-    EXPECT_EQ(ReadFile(copy / "f.txt"), "data");
-    EXPECT_EQ(fs::read_symlink(copy / "loop"), ".."); // a link below the entry stays one
-}
-
-const LinkCase kLinks[] = {
-    {"EntryIsALink", "docs", 0, "2 Files,  4 Bytes", DocsCopied},
-    {"TrailingSeparator", "docs/", 0, "2 Files,  4 Bytes", DocsCopied},
-    {"ParentIsALink", "docs/f.txt", 0, "1 Files,  4 Bytes",
-     [](const Sandbox& b) {
+    // A target inside a source, spelled with "./", is left out of the walk: the backup never
+    // copies itself, however often it runs.
+    {"TargetInsideSource",
+     [](PlaceRun& b) {
+         b.set.Target = (b.src / "." / "bk").string();
+         b.set.CleanTarget = false;
+     },
+     0, "Output directory left out of the backup - ", "",
+     [](PlaceRun& b) {
+         RunResult again = b.RunSet(b.set, b.switches, b.options);
+         EXPECT_EQ(again.Status, 0) << again.Out << again.Err;
+         EXPECT_TRUE(Contains(again.Out, "Output directory left out of the backup - "));
+         const fs::path copyOfSrc = CopyOf(b.src / "bk", b.src);
+         EXPECT_EQ(ReadFile(copyOfSrc / "g.txt"), "second");
+         EXPECT_FALSE(fs::exists(copyOfSrc / "bk"));
+     }},
+    // A link on the way to a selection is followed while the copy keeps the path as written.
+    {"SelectionIsALink", [](PlaceRun& b) { Links(b, "docs"); }, 0, "2 Files,  4 Bytes", "",
+     DocsCopied},
+    {"SelectionWithTrailingSeparator", [](PlaceRun& b) { Links(b, "docs/"); }, 0,
+     "2 Files,  4 Bytes", "", DocsCopied},
+    {"SelectionsParentIsALink", [](PlaceRun& b) { Links(b, "docs/f.txt"); }, 0, "1 Files,  4 Bytes",
+     "",
+     [](PlaceRun& b) {
          EXPECT_EQ(ReadFile(CopyOf(b.dst, b.root / "docs/f.txt")), "data");
          EXPECT_FALSE(fs::exists(CopyOf(b.dst, b.root / "real")));
      }},
-    {"LinkToAFile", "flink", 0, "1 Files,  4 Bytes",
-     [](const Sandbox& b) {
+    {"SelectionIsALinkToAFile", [](PlaceRun& b) { Links(b, "flink"); }, 0, "1 Files,  4 Bytes", "",
+     [](PlaceRun& b) {
          const fs::path copy = CopyOf(b.dst, b.root / "flink");
          EXPECT_TRUE(fs::is_regular_file(fs::symlink_status(copy)));
          EXPECT_EQ(ReadFile(copy), "data");
      }},
-    {"DanglingLink", "dangling", 1, ", Error: (2) No such file or directory",
-     [](const Sandbox&) {}},
+    {"SelectionIsADanglingLink", [](PlaceRun& b) { Links(b, "dangling"); }, 1,
+     ", Error: (2) No such file or directory"},
 };
 
-INSTANTIATE_TEST_SUITE_P(Links, LinkedSelection, ::testing::ValuesIn(kLinks),
+INSTANTIATE_TEST_SUITE_P(Targets, PlaceTest, ::testing::ValuesIn(kSpellings),
                          tessaron::test::ParamName());
 
 } // namespace

@@ -8,12 +8,6 @@ using namespace tessaron::test;
 
 namespace {
 
-class WindowsTarget : public PlaceTest {};
-
-TEST_P(WindowsTarget, DecidesOnWhatItNames) {
-    RunCase();
-}
-
 // A drive of its own for the tests (scripts/check-windows.sh gives Wine one, marked by a
 // file at its root), which a clearing may meet as a whole drive.
 void DriveRoot(PlaceRun& b) {
@@ -52,7 +46,7 @@ const PlaceCase kTargets[] = {
      "Invalid Target - No Drive or Server specified"},
 };
 
-INSTANTIATE_TEST_SUITE_P(Targets, WindowsTarget, ::testing::ValuesIn(kTargets),
+INSTANTIATE_TEST_SUITE_P(Targets, PlaceTest, ::testing::ValuesIn(kTargets),
                          tessaron::test::ParamName());
 
 } // namespace

@@ -12,36 +12,23 @@ using namespace tessaron::test;
 
 namespace {
 
-// Makes levels folders named name below dir, one inside the other, with the file deep.txt
-// at the bottom.
-void MakeDeep(const fs::path& dir, int levels = 25,
-              const std::string& name = std::string(200, 'd')) {
-    int fd = open(dir.c_str(), O_RDONLY | O_DIRECTORY);
-    for (int i = 0; i < levels; ++i) {
-        mkdirat(fd, name.c_str(), 0755);
-        const int sub = openat(fd, name.c_str(), O_RDONLY | O_DIRECTORY);
-        close(fd);
-        fd = sub;
-    }
-    const int f = openat(fd, "deep.txt", O_WRONLY | O_CREAT, 0644);
-    EXPECT_EQ(write(f, "deep", 4), 4);
-    close(f);
-    close(fd);
-}
-
-// The content of deep.txt at the bottom of MakeDeep's folders below dir, reached one folder
-// at a time.
-std::string ReadDeep(const fs::path& dir, int levels = 25,
-                     const std::string& name = std::string(200, 'd')) {
+// The file deep.txt at the bottom of levels folders named name, one inside the other, below
+// dir, reached one folder at a time: written with "deep" and its folders made (make), or
+// read. Gives what was written or read.
+std::string Deep(const fs::path& dir, bool make, int levels = 25,
+                 const std::string& name = std::string(200, 'd')) {
     int fd = open(dir.c_str(), O_RDONLY | O_DIRECTORY);
     for (int i = 0; fd >= 0 && i < levels; ++i) {
+        if (make) {
+            mkdirat(fd, name.c_str(), 0755);
+        }
         const int sub = openat(fd, name.c_str(), O_RDONLY | O_DIRECTORY);
         close(fd);
         fd = sub;
     }
-    const int f = fd < 0 ? -1 : openat(fd, "deep.txt", O_RDONLY);
-    char buf[16] = {};
-    const ssize_t n = f < 0 ? 0 : read(f, buf, sizeof buf);
+    const int f = fd < 0 ? -1 : openat(fd, "deep.txt", make ? O_WRONLY | O_CREAT : O_RDONLY, 0644);
+    char buf[16] = "deep";
+    const ssize_t n = f < 0 ? 0 : make ? write(f, buf, 4) : read(f, buf, sizeof buf);
     close(f);
     close(fd);
     return std::string(buf, n > 0 ? static_cast<std::size_t>(n) : 0);
@@ -133,10 +120,10 @@ const TreeCase kTrees[] = {
          EXPECT_TRUE(Contains(log, "/line\\nbreak.txt (3 Bytes)...Done"));
          EXPECT_TRUE(Contains(log, "/esc\\x1B[31m.txt (3 Bytes)...Done"));
      }},
-    {"DeeperThanThePathLimit", [](Sandbox& b, SetFile&) { MakeDeep(b.src); }, false, 0,
-     "Backup Complete",
+    {"DeeperThanThePathLimit", [](Sandbox& b, SetFile&) { EXPECT_EQ(Deep(b.src, true), "deep"); },
+     false, 0, "Backup Complete",
      [](Sandbox& b, SetFile& s) {
-         EXPECT_EQ(ReadDeep(CopyOf(b.dst, b.src)), "deep");
+         EXPECT_EQ(Deep(CopyOf(b.dst, b.src), false), "deep");
          s.BackupType = "INCREMENTAL";
          RunResult again = b.RunSet(s);
          EXPECT_EQ(again.Status, 0) << again.Out;
@@ -230,7 +217,7 @@ TEST(DeepTree, CopiedVerifiedAndClearedWithLittleMemory) {
     b.src = mnt / "src";
     b.dst = mnt / "dst";
     fs::create_directories(b.src);
-    MakeDeep(b.src, kDepth, "d");
+    ASSERT_EQ(Deep(b.src, true, kDepth, "d"), "deep");
     RunOptions limits;
     limits.OpenFileLimit = 256;
     limits.Env = {{"TESSARON_LOG_DIR", (mnt / "logs").string()}};
@@ -241,7 +228,7 @@ TEST(DeepTree, CopiedVerifiedAndClearedWithLittleMemory) {
         EXPECT_EQ(r.Status, 0) << r.Out.substr(0, 4000) << r.Err;
         EXPECT_EQ(Contains(r.Out, "Verify Complete"), again) << r.Out.substr(0, 4000);
         EXPECT_EQ(Contains(r.Out, "Clearing " + b.dst.string() + "...Done"), again);
-        EXPECT_EQ(ReadDeep(CopyOf(b.dst, b.src), kDepth, "d"), "deep");
+        EXPECT_EQ(Deep(CopyOf(b.dst, b.src), false, kDepth, "d"), "deep");
         EXPECT_LT(r.MaxRssKb, 40 * 1024) << "peak resident memory in KiB";
         fs::remove_all(mnt / "logs");
     }

@@ -23,8 +23,8 @@ class UserLocale : public ::testing::TestWithParam<LocaleRun>, public Sandbox {}
 
 TEST_P(UserLocale, DatesAndNumbersInTheLogAnEnglishDateInTheMail) {
     const LocaleRun& c = GetParam();
-    if (!LocaleInstalled(c.Locale))
-        GTEST_SKIP() << NotInstalled(c.Locale);
+    if (const std::string why = LocaleMissing(c.Locale); !why.empty())
+        GTEST_SKIP() << why;
     WriteFile(src / "a.bin", Bytes(1234, 'a'));
     FakeSmtpServer server(SmtpScript{});
     WriteFile(

@@ -67,7 +67,10 @@ TEST_P(MailTls, DeliversOnlyOverAVerifiedChannelAndNeverShowsThePassword) {
 
     const std::string received = server.Received();
     EXPECT_TRUE(test::Matches(received, c.Received)) << received;
-    EXPECT_TRUE(test::MatchAll(host.Lines, c.Log)) << ::testing::PrintToString(host.Lines);
+    EXPECT_EQ(host.Lines.size(), c.Log.size()) << ::testing::PrintToString(host.Lines);
+    for (std::size_t i = 0; i < c.Log.size() && i < host.Lines.size(); ++i) {
+        EXPECT_TRUE(test::Matches(host.Lines[i], c.Log[i])) << host.Lines[i];
+    }
     // In clear, nothing of the login; in the log, nothing of the password at all.
     if (c.Server != "127.0.0.1") {
         EXPECT_EQ(received.substr(0, received.find("[TLS]")).find("AUTH"), std::string::npos);

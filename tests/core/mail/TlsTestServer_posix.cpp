@@ -20,7 +20,7 @@ std::string TlsTestServer::Unavailable() {
 TlsTestServer::TlsTestServer(const TlsServerKind& kind, int acceptWaitMs) {
     static const TempTree dir;
     [[maybe_unused]] static const bool trusted = [] {
-        WriteFile(dir.Path("ca.pem"), TlsAuthority::Get().Trusted().Pem());
+        WriteFile(dir.Path("ca.pem"), TlsAuthority::Get().TrustedPem());
         return setenv("SSL_CERT_FILE", dir.Path("ca.pem").c_str(), 1) == 0;
     }();
     impl_ = std::make_unique<Impl>(TlsScript(kind, acceptWaitMs));

@@ -9,16 +9,15 @@
 #include <cstdlib>
 
 using namespace tessaron;
-using test::LocaleInstalled;
-using test::NotInstalled;
+using test::LocaleMissing;
 
 namespace {
 
 // The environment decides every category; number parsing stays in the C conventions,
 // and a category naming a locale the system lacks does not cost the others.
 TEST(UserLocale, TakesTheEnvironmentButKeepsNumbersParseable) {
-    if (!LocaleInstalled("de_DE.UTF-8"))
-        GTEST_SKIP() << NotInstalled("de_DE.UTF-8");
+    if (const std::string why = LocaleMissing("de_DE.UTF-8"); !why.empty())
+        GTEST_SKIP() << why;
     const std::pair<const char*, const char*> settings[][2]{
         {{"LC_ALL", "de_DE.UTF-8"}, {"LANG", "C"}},
         {{"LC_ALL", ""}, {"LANG", "de_DE.UTF-8"}},
